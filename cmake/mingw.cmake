@@ -1,0 +1,13 @@
+# Shared by the two Windows toolchain files, which set TAVRO_MINGW to the target's name.
+set(CMAKE_SYSTEM_NAME Windows)
+string(REGEX MATCH "^[^-]+" CMAKE_SYSTEM_PROCESSOR ${TAVRO_MINGW})
+set(CMAKE_CXX_COMPILER ${TAVRO_MINGW}-g++-posix)
+set(CMAKE_RC_COMPILER ${TAVRO_MINGW}-windres)
+set(CMAKE_FIND_ROOT_PATH /usr/${TAVRO_MINGW})
+set(CMAKE_FIND_ROOT_PATH_MODE_PROGRAM NEVER)
+set(CMAKE_FIND_ROOT_PATH_MODE_LIBRARY ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_INCLUDE ONLY)
+set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
+# No libstdc++, libgcc or libwinpthread DLL beside ours.
+set(CMAKE_EXE_LINKER_FLAGS_INIT -static)
+set(CMAKE_SHARED_LINKER_FLAGS_INIT -static)

@@ -1,0 +1,82 @@
+// The received messages in the modem's message memory.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <iterator>
+#include <memory>
+
+#include "tavro/message.h"
+
+namespace tavro {
+
+// A collection of Message objects, numbered from 1. It is empty until Refresh reads the modem's memory.
+// Every call clears the SMS object's last error first and reports a failure there.
+class Inbox {
+ public:
+  struct State;
+  explicit Inbox(std::unique_ptr<State> state);  // made by the component
+  ~Inbox();
+  Inbox(const Inbox&) = delete;
+  Inbox& operator=(const Inbox&) = delete;
+
+  // The message at `index` (1 to Count), or null with error 5007.
+  std::shared_ptr<tavro::Message> Message(std::int16_t index);
+
+  // Whether the parts of a concatenated message are shown as one message (true) or each by itself (false, the start).
+  // Takes effect at the next Refresh or Delete. Belongs to the SMS object: it outlives a change of port.
+  bool Concatenate();
+  void SetConcatenate(bool concatenate);
+
+  // Reads the modem's memory into the inbox (AT+CMGL, 3GPP TS 27.005, 4.1): 0 received unread messages, 1 received read
+  // messages, 2 both, the read ones first. Status reports, submitted messages and messages with a user-data header that
+  // is not understood are deleted from the modem on the way; what cannot be decoded is left there and noted in the log.
+  // False on failure: 5001 invalid type, 5002 to 5006 and 5008, or a connection, PIN or registration error.
+  bool Refresh(std::int16_t messageType = 2);
+
+  bool HasMessages();
+  bool IsEmpty();
+  std::int16_t Count();
+
+  // Deletes every message of the inbox from the modem's memory, the last one first. It goes on after a message that
+  // could not be deleted and then fails with 6010; 6009 when the inbox is empty.
+  bool Clear();
+
+  // Iteration in inbox order: for (auto& message : *sms.Inbox()). An iterator stays valid while the inbox changes: it
+  // walks the messages that were there when begin() was called.
+  class Iterator {
+   public:
+    using iterator_category = std::input_iterator_tag;
+    using value_type = tavro::Message;
+    using difference_type = std::ptrdiff_t;
+    using pointer = tavro::Message*;
+    using reference = tavro::Message&;
+
+    Iterator() = default;
+    reference operator*() const;
+    pointer operator->() const { return &**this; }
+    // The message itself, to keep.
+    std::shared_ptr<tavro::Message> Get() const;
+    Iterator& operator++() {
+      ++position_;
+      return *this;
+    }
+    void operator++(int) { ++position_; }
+    // Two iterators are equal when both are at their end, or both at the same position.
+    bool operator==(const Iterator& other) const;
+
+   private:
+    friend class Inbox;
+    struct Snapshot;
+    bool AtEnd() const;
+    std::shared_ptr<const Snapshot> snapshot_;
+    std::size_t position_ = 0;
+  };
+  Iterator begin();
+  Iterator end() { return Iterator(); }
+
+ private:
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace tavro

@@ -1,0 +1,190 @@
+// Tavro: send and receive short messages through a GSM modem on a serial port.
+//
+//   tavro::SMS sms;
+//   sms.SetPort(u"COM1");
+//   if (!sms.Connect()) { report(sms.ErrorCode(), sms.ErrorDescription()); }
+//   auto references = sms.SendSMS(u"+919812345678", u"hello");
+//
+// Errors are values: every call, getters included, clears the last error first and reports a failure through IsError,
+// ErrorCode and ErrorDescription. Nothing throws. Calls block the calling thread; an SMS object is used by one thread
+// at a time, and any number of them may live on as many threads. Text is UTF-16.
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <memory>
+#include <optional>
+#include <string>
+
+#include "tavro/inbox.h"
+#include "tavro/long_message_type.h"
+#include "tavro/message.h"
+#include "tavro/wap.h"
+
+namespace tavro {
+
+class Platform;
+
+// What an application may tell the component about its machine.
+struct Options {
+  // The device behind a COM port number: devices[1] = "/dev/ttyUSB0". A number that is not named here is \\.\COMn on
+  // Windows and /dev/ttyS(n-1) elsewhere.
+  std::map<int, std::string> devices;
+};
+
+class SMS {
+ public:
+  SMS();
+  explicit SMS(const Options& options);
+  // On another platform than this system's: the simulated line of the tests, for one.
+  explicit SMS(std::shared_ptr<Platform> platform);
+  // Closes the port when it is open. Objects handed out may be kept longer; their modem operations then fail.
+  ~SMS();
+  SMS(const SMS&) = delete;
+  SMS& operator=(const SMS&) = delete;
+
+  // --- Objects -------------------------------------------------------------------------------------------------------
+
+  // The one Wap object of this SMS object.
+  std::shared_ptr<tavro::Wap> WapPush();
+  // The one Inbox object; a change of Port replaces it.
+  std::shared_ptr<tavro::Inbox> Inbox();
+  // The component's name and version, a line break, and its legal notice.
+  std::u16string About();
+
+  // --- Serial port; 1009 while connected -----------------------------------------------------------------------------
+
+  // "COM1" to "COM256", any letter case; 1001 otherwise. Empty at the start. Setting another port forgets all that was
+  // read from the modem.
+  std::u16string Port();
+  void SetPort(const std::u16string& port);
+  // Bits per second: 110, 300, 1200, 2400, 4800, 9600, 14400, 19200 (the start), 38400, 57600, 115200, 230400, 460800
+  // or 921600; 1002 otherwise.
+  std::int32_t BaudRate();
+  void SetBaudRate(std::int32_t baudRate);
+  // "N" none (the start), "O" odd, "E" even, "M" mark or "S" space, or the whole word; 1003 otherwise. Reads back as
+  // the letter.
+  std::u16string Parity();
+  void SetParity(const std::u16string& parity);
+  // 4 to 8, 8 at the start; 1004 otherwise.
+  std::int16_t DataBits();
+  void SetDataBits(std::int16_t dataBits);
+  // "1" (the start), "1.5" or "2"; 1005 otherwise.
+  std::u16string StopBits();
+  void SetStopBits(const std::u16string& stopBits);
+
+  // --- Modem and network ---------------------------------------------------------------------------------------------
+
+  // How long to wait for an answer, in milliseconds: 1 to 60000, 30000 at the start; 1008 otherwise. Counted in whole
+  // seconds of the wall clock.
+  std::int32_t Timeout();
+  void SetTimeout(std::int32_t milliseconds);
+  // The message memory that is read, deleted from and received into (AT+CPMS): "SM" the SIM (the start), "ME" the
+  // equipment. Setting it asks the modem: 2001 unknown name, 2002 refused. Getting it asks the modem: 2002.
+  std::u16string MessageMemory();
+  void SetMessageMemory(const std::u16string& memory);
+  // AT+GMI or AT+CGMI; 2003.
+  std::u16string Manufacturer();
+  // AT+GMM or AT+CGMM; 2018.
+  std::u16string Model();
+  // AT+CGSN or AT+GSN; 2017.
+  std::u16string IMEI();
+  // AT+CIMI; 2025.
+  std::u16string IMSI();
+  // AT+GMR or AT+CGMR; 2016.
+  std::u16string Revision();
+  // Received signal strength (AT+CSQ) in percent, 0 to 100; -1 with 3001 when it is not known.
+  std::int16_t SignalStrength();
+  // The same in dB, -113 to -51; -1 with 3001 when it is not known.
+  std::int16_t SignalStrengthDB();
+  // The service centre's number (AT+CSCA): 4001 cannot be read, 4002 cannot be set.
+  std::u16string SMSC();
+  void SetSMSC(const std::u16string& number);
+  // The current operator's name, in capitals (AT+COPS?); 3007.
+  std::u16string Network();
+  // The current operator's long name from the list of operators (AT+COPS=?), or an available one's followed by
+  // " [Available Network]"; 3010. The search may take longer than Timeout on a real network.
+  std::u16string NetworkEx();
+  // Battery charge in percent (AT+CBC); -1 with 2022 when it is not known.
+  std::int16_t BatteryLevel();
+  // The subscriber's own number (AT+CNUM); 2023.
+  std::u16string OwnNumber();
+  // The SIM's PIN, sent when the modem asks for it. It can be set and not read.
+  void SetPIN(const std::u16string& pin);
+  // Whether the PIN state is taken as ready without asking. False at the start.
+  bool DisableCheckPIN();
+  void SetDisableCheckPIN(bool disable);
+  // The pause after the SIM was unlocked, in milliseconds: 1 to 60000, 15000 at the start; 2024 otherwise.
+  std::int32_t DelayAfterPin();
+  void SetDelayAfterPin(std::int32_t milliseconds);
+
+  // --- Sending -------------------------------------------------------------------------------------------------------
+
+  // How long the service centre keeps trying: a number and a unit, "5M" to "720M" minutes, "1H" to "24H" hours, "1D" to
+  // "30D" days, "1W" to "63W" weeks (relative format, 3GPP TS 23.040, 9.2.3.12.1); 4003 otherwise. "1D" at the start.
+  std::u16string Validity();
+  void SetValidity(const std::u16string& validity);
+  // What happens to a text that does not fit one message; 0 to 3 (LongMessageType), MessageConcatenate at the start;
+  // 4005 otherwise.
+  std::int16_t LongMessage();
+  void SetLongMessage(std::int16_t action);
+  // The least time between two messages, in milliseconds: 1 to 30000, 1000 at the start; 4013 otherwise.
+  std::int32_t SendDelay();
+  void SetSendDelay(std::int32_t milliseconds);
+  // How often a message is tried again: 0 to 10, 2 at the start; 4013 otherwise.
+  std::int16_t SendRetry();
+  void SetSendRetry(std::int16_t retries);
+  // The coding: 7 the GSM alphabet (the start), 8 octets, 16 UCS2; 0, 1 and 2 stand for these. 4015 otherwise.
+  std::int16_t Character();
+  void SetCharacter(std::int16_t coding);
+  // Sends a text. Returns the modem's message references in part order, joined by "," ("12" or "12,13,14"), or nothing
+  // on failure: 4004 the number is neither international nor national, 4006 to 4020 the modem could not be reached or
+  // refused, or a connection, PIN or registration error. An `alertMessage` is shown at once and not stored (class 0).
+  std::optional<std::u16string> SendSMS(const std::u16string& destinationNumber, const std::u16string& textMessage,
+                                        bool alertMessage = false);
+
+  // --- Log and errors ------------------------------------------------------------------------------------------------
+
+  // Whether every error also shows a message box. False at the start.
+  bool DebugMode();
+  void SetDebugMode(bool debug);
+  // What is logged: 0 nothing (the start), 1 errors, 2 errors and activity; 8001 otherwise.
+  std::int16_t LogType();
+  void SetLogType(std::int16_t logType);
+  // The folder of "Tavro.log", ending in the separator; at the start the component's own. 8002 empty, 8003 not there.
+  std::u16string LogFolderPath();
+  void SetLogFolderPath(const std::u16string& folder);
+  // The number of pieces that the log's line breaks make of it: one more than its lines; 0 without a file.
+  std::int32_t LogSize();
+  // Empties the log, or keeps its last lines. True on success.
+  bool ClearLog(std::int16_t keepLinesInLog = 0);
+  // Whether the last call failed; shows a message box when asked to. Leaves the error in place.
+  bool IsError(bool showMsgBox = false, const std::u16string& msgBoxTitle = u"Tavro Error");
+  // The last call's error, 0 for none, and its text. Neither clears it.
+  std::int32_t ErrorCode();
+  std::u16string ErrorDescription();
+
+  // --- Connection ----------------------------------------------------------------------------------------------------
+
+  // Opens the port and brings the modem into a known state. True when connected, also when it was already.
+  bool Connect();
+  // Drops the lines and closes the port; 1007 when that fails. True when it was not open.
+  bool Disconnect();
+  // Whether the port is open.
+  bool IsConnected();
+  // A command sent while connecting, "AT" put in front when missing. Empty at the start.
+  std::u16string ModemInitString();
+  void SetModemInitString(const std::u16string& command);
+  // Sends a command as it is; the caller ends it with a carriage return. Returns the answer without "OK" and line ends,
+  // or "" on failure: 1011 cannot be sent, 1012 no answer, or the error of a connection that had to be opened.
+  std::u16string Command(const std::u16string& atCommand);
+  // The least time between two commands, in milliseconds: 50 to 5000, 100 at the start; 1041 otherwise.
+  std::int32_t ModemCommandDelay();
+  void SetModemCommandDelay(std::int32_t milliseconds);
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace tavro

@@ -1,0 +1,44 @@
+#include "link/error_state.h"
+
+namespace tavro {
+
+ErrorState::ErrorState(Platform& platform, LogHandling& log, const Settings& settings)
+    : platform_(platform), log_(log), settings_(settings) {}
+
+void ErrorState::SetError(std::int32_t code, std::string_view text) {
+  if (code != 0 && code != kCannotOpenLog.code) operationFailed_ = true;
+  // The first error stands: an outer operation must not overwrite the more precise error of an inner one.
+  if (code != 0 && lastCode_ != 0) return;
+  if (lastCode_ > 0) {
+    previousCode_ = lastCode_;
+    previousText_ = lastText_;
+  }
+  if (code == 0) operationFailed_ = false;
+  lastCode_ = code;
+  lastText_ = OnOneLine(text);
+  if (code <= 0) return;
+  if (settings_.debugMode) {
+    const auto line = [](std::int32_t number, const std::string& description) {
+      return "ERROR " + std::to_string(number) + ": " + description;
+    };
+    const std::string previous = previousCode_ < 1 ? "NONE" : "\r\n" + line(previousCode_, previousText_);
+    ShowErrorBox(platform_.FromCodePage(line(lastCode_, lastText_) + "\r\n\r\nPrevious Error: " + previous),
+                 kErrorBoxStyle, u"Tavro SMS Component");
+  }
+  log_.WriteErrorLine(code, text);
+}
+
+void ErrorState::ClearError() {
+  if (lastCode_ >= 1) SetError(0, "");
+}
+
+void ErrorState::Warn(const PendingError& error) {
+  SetError(error);
+  ClearError();
+}
+
+void ErrorState::ShowErrorBox(std::u16string_view text, std::uint32_t style, std::u16string_view title) {
+  platform_.ShowMessageBox(text, style, title);
+}
+
+}  // namespace tavro

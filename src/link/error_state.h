@@ -1,0 +1,67 @@
+// The component's error slot. The first error after a clearing is kept; later ones are dropped unlogged.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "base/error_codes.h"
+#include "link/settings.h"
+#include "log/log_handling.h"
+#include "platform/platform.h"
+
+namespace tavro {
+
+// An error that an operation keeps until it decides whether to raise it.
+struct PendingError {
+  std::int32_t code = 0;
+  std::string text;
+
+  PendingError() = default;
+  PendingError(std::int32_t errorCode, std::string_view errorText) : code(errorCode), text(errorText) {}
+  PendingError(const ErrorDefinition& error) : code(error.code), text(error.text) {}  // NOLINT: a table entry is one
+
+  explicit operator bool() const { return code != 0; }
+};
+
+// The message box of an error: a stop icon and an OK button.
+inline constexpr std::uint32_t kErrorBoxStyle = 16;
+
+class ErrorState {
+ public:
+  ErrorState(Platform& platform, LogHandling& log, const Settings& settings);
+
+  // Records an error unless one is recorded already: logs it and, in debug mode, shows it. Code 0 clears. A negative
+  // code is recorded but neither logged nor shown, and it survives ClearError.
+  void SetError(std::int32_t code, std::string_view text);
+  void SetError(const PendingError& error) { SetError(error.code, error.text); }
+  // Moves the error to the previous one.
+  void ClearError();
+  // Sets an error, which logs it, and clears it at once, which leaves it as the previous one.
+  void Warn(const PendingError& error);
+
+  std::int32_t LastErrorCode() const { return lastCode_; }
+  // In one line: "<cr>" and "<lf>" stand for line ends. In the platform's code page.
+  const std::string& LastErrorText() const { return lastText_; }
+  std::int32_t PreviousErrorCode() const { return previousCode_; }
+  const std::string& PreviousErrorText() const { return previousText_; }
+  PendingError Last() const { return {lastCode_, lastText_}; }
+
+  // Whether an operation failed since the last clearing. A log that cannot be written (8004) shows as the last error
+  // but fails no dialogue with the modem: a message must not be sent twice because a disk is full.
+  bool IsPending() const { return operationFailed_; }
+
+  void ShowErrorBox(std::u16string_view text, std::uint32_t style, std::u16string_view title);
+
+ private:
+  Platform& platform_;
+  LogHandling& log_;
+  const Settings& settings_;
+  std::int32_t lastCode_ = 0;
+  std::string lastText_;
+  std::int32_t previousCode_ = 0;
+  std::string previousText_;
+  bool operationFailed_ = false;
+};
+
+}  // namespace tavro

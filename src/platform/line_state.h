@@ -1,0 +1,19 @@
+// The mode string of a serial line, for the drivers that have no BuildCommDCB of the system's own.
+#pragma once
+
+#include <string_view>
+
+#include "platform/serial_driver.h"
+
+namespace tavro {
+
+// Sets what `mode` names and leaves the rest. False, with the state untouched, for an unknown key or value.
+//
+//   mode   = *( SP / item )
+//   item   = "baud=" 1*DIGIT / "parity=" parity / "data=" data / "stop=" stop      ; any letter case
+//   parity = "N" / "O" / "E" / "M" / "S"
+//   data   = "4" / "5" / "6" / "7" / "8"
+//   stop   = "1" / "1.5" / "2"
+bool ParseLineMode(std::string_view mode, LineState& state);
+
+}  // namespace tavro

@@ -1,0 +1,82 @@
+#include "platform/posix/posix_platform.h"
+
+#include <dlfcn.h>
+#include <link.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <chrono>
+#include <ctime>
+#include <filesystem>
+#include <system_error>
+#include <thread>
+
+#include "platform/utf8.h"
+
+namespace tavro {
+
+namespace {
+
+// An address inside the component's binary.
+const int kAnchor = 0;
+
+// The file that the component was loaded from. The loader's name for the program itself is only what the caller typed:
+// there the kernel's answer counts.
+std::filesystem::path ComponentFile() {
+  std::error_code error;
+  Dl_info info{};
+  link_map* map = nullptr;
+  const bool isLibrary = dladdr1(&kAnchor, &info, reinterpret_cast<void**>(&map), RTLD_DL_LINKMAP) != 0 &&
+                         map != nullptr && map->l_name != nullptr && *map->l_name != '\0';
+  if (isLibrary) return std::filesystem::absolute(map->l_name, error).lexically_normal();
+  return std::filesystem::read_symlink("/proc/self/exe", error);
+}
+
+}  // namespace
+
+std::uint32_t PosixPlatform::TickCount() {
+  using namespace std::chrono;
+  return static_cast<std::uint32_t>(duration_cast<milliseconds>(steady_clock::now().time_since_epoch()).count());
+}
+
+std::int64_t PosixPlatform::WallClock() {
+  using namespace std::chrono;
+  return floor<milliseconds>(system_clock::now().time_since_epoch()).count();
+}
+
+LocalTime PosixPlatform::ToLocal(std::int64_t wallClock) {
+  using namespace std::chrono;
+  const auto second = static_cast<std::time_t>(floor<seconds>(milliseconds(wallClock)).count());
+  std::tm local{};
+  if (localtime_r(&second, &local) == nullptr) return {};
+  return {local.tm_year + 1900, local.tm_mon + 1, local.tm_mday, local.tm_hour, local.tm_min, local.tm_sec};
+}
+
+void PosixPlatform::Sleep(std::uint32_t milliseconds) {
+  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+}
+
+PathKind PosixPlatform::KindOf(std::u16string_view path) {
+  struct stat status {};
+  if (stat(ToUtf8(path).c_str(), &status) != 0) {
+    return errno == ENOENT || errno == ENOTDIR ? PathKind::kMissing : PathKind::kOther;
+  }
+  if (S_ISDIR(status.st_mode)) return PathKind::kFolder;
+  return S_ISREG(status.st_mode) ? PathKind::kFile : PathKind::kOther;
+}
+
+std::FILE* PosixPlatform::OpenFile(std::u16string_view path, const char* mode) {
+  const std::string closedOnExec = std::string(mode) + 'e';
+  return std::fopen(ToUtf8(path).c_str(), closedOnExec.c_str());
+}
+
+std::u16string PosixPlatform::ComponentFolder() { return FromUtf8(ComponentFile().parent_path().native()); }
+
+std::string PosixPlatform::ToCodePage(std::u16string_view text) { return ToUtf8(text); }
+std::u16string PosixPlatform::FromCodePage(std::string_view text) { return FromUtf8(text); }
+
+std::shared_ptr<Platform> CreateSystemPlatform(const std::map<int, std::string>& devices) {
+  return std::make_shared<PosixPlatform>(devices);
+}
+
+}  // namespace tavro

@@ -1,0 +1,34 @@
+// Linux as the component's platform. There is no graphical shell: nothing to pump, no message boxes.
+#pragma once
+
+#include <map>
+#include <string>
+
+#include "platform/platform.h"
+#include "platform/posix/posix_serial_driver.h"
+
+namespace tavro {
+
+class PosixPlatform : public Platform {
+ public:
+  explicit PosixPlatform(const std::map<int, std::string>& devices) : serial_(devices) {}
+
+  std::uint32_t TickCount() override;
+  std::int64_t WallClock() override;
+  LocalTime ToLocal(std::int64_t wallClock) override;
+  void Sleep(std::uint32_t milliseconds) override;
+  void PumpMessages() override {}
+  void ShowMessageBox(std::u16string_view, std::uint32_t, std::u16string_view) override {}
+  PathKind KindOf(std::u16string_view path) override;
+  std::FILE* OpenFile(std::u16string_view path, const char* mode) override;
+  char16_t PathSeparator() const override { return u'/'; }
+  std::u16string ComponentFolder() override;
+  std::string ToCodePage(std::u16string_view text) override;
+  std::u16string FromCodePage(std::string_view text) override;
+  SerialDriver& Serial() override { return serial_; }
+
+ private:
+  PosixSerialDriver serial_;
+};
+
+}  // namespace tavro

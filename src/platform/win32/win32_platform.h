@@ -1,0 +1,36 @@
+// Windows as the component's platform.
+#pragma once
+
+#include <windows.h>
+
+#include <map>
+#include <string>
+
+#include "platform/platform.h"
+#include "platform/win32/win32_serial_driver.h"
+
+namespace tavro {
+
+class Win32Platform : public Platform {
+ public:
+  explicit Win32Platform(const std::map<int, std::string>& devices) : serial_(devices) {}
+
+  std::uint32_t TickCount() override { return GetTickCount(); }
+  std::int64_t WallClock() override;
+  LocalTime ToLocal(std::int64_t wallClock) override;
+  void Sleep(std::uint32_t milliseconds) override { ::Sleep(milliseconds); }
+  void PumpMessages() override;
+  void ShowMessageBox(std::u16string_view text, std::uint32_t style, std::u16string_view title) override;
+  PathKind KindOf(std::u16string_view path) override;
+  std::FILE* OpenFile(std::u16string_view path, const char* mode) override;
+  char16_t PathSeparator() const override { return u'\\'; }
+  std::u16string ComponentFolder() override;
+  std::string ToCodePage(std::u16string_view text) override;
+  std::u16string FromCodePage(std::string_view text) override;
+  SerialDriver& Serial() override { return serial_; }
+
+ private:
+  Win32SerialDriver serial_;
+};
+
+}  // namespace tavro

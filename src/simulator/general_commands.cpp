@@ -1,0 +1,272 @@
+// The commands of ITU-T V.250 and 3GPP TS 27.007.
+#include <algorithm>
+#include <cstdlib>
+
+#include "simulator/looped_message.h"
+#include "simulator/modem_state.h"
+
+namespace tavro {
+
+namespace {
+
+using Kind = AtCommand::Kind;
+
+CommandResult Nothing(ModemState&, const AtCommand&) { return {}; }
+
+// A switch "0" or "1"; no number is 0.
+CommandResult Switch(bool& value, const AtCommand& command) {
+  if (!command.value.empty() && command.value != "0" && command.value != "1") return Error();
+  value = command.value == "1";
+  return {};
+}
+
+CommandResult Echo(ModemState& modem, const AtCommand& command) {
+  const CommandResult result = Switch(modem.settings.echo, command);
+  if (modem.settings.echoStuck) modem.settings.echo = true;
+  return result;
+}
+
+CommandResult ResetProfile(ModemState& modem, const AtCommand&) {
+  modem.Reset();
+  return {};
+}
+
+CommandResult Identification(ModemState& modem, const AtCommand&) {
+  const ModemSettings& settings = modem.settings;
+  return Info(settings.manufacturer + "\r\n" + settings.model + "\r\n" + settings.revision);
+}
+
+// One of the settings' texts, as it is.
+template <std::string ModemSettings::*text>
+CommandResult Identity(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return {};
+  return command.kind == Kind::kExecute ? Info(modem.settings.*text) : Error();
+}
+
+CommandResult Activity(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return Info("+CPAS: (0-5)");
+  return Info("+CPAS: " + std::to_string(modem.settings.activity));
+}
+
+CommandResult Functionality(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return Info("+CFUN: (0,1,4),(0,1)");
+  if (command.kind == Kind::kRead) return Info("+CFUN: " + std::to_string(modem.functionality));
+  const std::optional<int> level = command.Number();
+  if (!level || (*level != 0 && *level != 1 && *level != 4)) return EquipmentError(kCmeBadParameter);
+  modem.functionality = *level;
+  if (*level == 0) modem.settings.activity = 5;
+  if (*level == 1 && modem.settings.activity == 5) modem.settings.activity = 0;
+  if (command.Number(1) == 1) {  // with a restart
+    modem.Reset();
+    modem.pinGiven = false;
+  }
+  return {};
+}
+
+CommandResult EnterPin(ModemState& modem, const AtCommand& command) {
+  ModemSettings& settings = modem.settings;
+  const std::vector<std::string> values = command.Values();
+  if (!modem.IsLocked()) return EquipmentError(kCmeNotAllowed);
+  if (settings.pinAttempts <= 0) {
+    if (values.size() < 2) return EquipmentError(kCmePukNeeded);
+    if (values[0] != settings.puk) return EquipmentError(kCmeWrongPassword);
+    settings.pin = values[1];
+    settings.pinAttempts = 3;
+  } else if (values[0] != settings.pin) {
+    --settings.pinAttempts;
+    return EquipmentError(kCmeWrongPassword);
+  }
+  modem.pinGiven = true;
+  return {};
+}
+
+CommandResult Pin(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return {};
+  if (!modem.settings.simPresent) return EquipmentError(kCmeNoSim);
+  if (command.kind == Kind::kSet) return EnterPin(modem, command);
+  if (command.kind != Kind::kRead) return Error();
+  if (!modem.IsLocked()) return Info("+CPIN: READY");
+  return Info(modem.settings.pinAttempts > 0 ? "+CPIN: SIM PIN" : "+CPIN: SIM PUK");
+}
+
+CommandResult Registration(ModemState& modem, const AtCommand& command) {
+  if (command.kind != Kind::kRead) return RunOption(modem, command);
+  const int format = modem.Option(command.name), status = modem.Registration();
+  const bool registered = modem.IsRegistered();
+  if (command.name == "+CREG" && modem.functionality == 1 && !modem.IsLocked() &&
+      modem.registrationQueries + 1 < modem.settings.registration.size()) {
+    ++modem.registrationQueries;
+  }
+  return Info(command.name + ": " + std::to_string(format) + "," + std::to_string(status) +
+              (format == 2 && registered ? ",\"00C3\",\"0A1B\"" : ""));
+}
+
+CommandResult Battery(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return Info("+CBC: (0-3),(0-100)");
+  return Info("+CBC: " + std::to_string(modem.settings.batteryStatus) + "," +
+              std::to_string(modem.settings.batteryLevel));
+}
+
+CommandResult Signal(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return Info("+CSQ: (0-31,99),(0-7,99)");
+  const int signal = modem.settings.signal;
+  return Info("+CSQ: " + std::to_string(signal) + (signal == 99 ? ",99" : ",0"));
+}
+
+// The two that have the same characters where our answers have any.
+CommandResult CharacterSet(ModemState&, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return Info("+CSCS: (\"GSM\",\"IRA\")");
+  if (command.kind == Kind::kRead) return Info("+CSCS: \"GSM\"");
+  const std::vector<std::string> values = command.Values();
+  return values.size() == 1 && (values[0] == "GSM" || values[0] == "IRA") ? CommandResult{}
+                                                                          : EquipmentError(kCmeBadParameter);
+}
+
+CommandResult Capabilities(ModemState&, const AtCommand&) { return Info("+GCAP: +CGSM"); }
+
+CommandResult Clock(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return {};
+  if (command.kind != Kind::kRead) return EquipmentError(kCmeNotSupported);
+  const int zone = modem.settings.zoneMinutes, quarters = std::abs(zone) / 15;
+  const std::string swapped = HexFromOctets(TimeStampOctets(modem.Clock(), zone));
+  std::string text = "+CCLK: \"";
+  for (std::size_t i = 0; i < 6; ++i) {
+    text += swapped[2 * i + 1];
+    text += swapped[2 * i];
+    text += "//,::"[i];
+  }
+  text.back() = zone < 0 ? '-' : '+';
+  text += static_cast<char>('0' + quarters / 10);
+  text += static_cast<char>('0' + quarters % 10);
+  return Info(text + "\"");
+}
+
+CommandResult Dial(ModemState&, const AtCommand&) { return {CommandResult::Kind::kNoCarrier, 0, {}}; }
+
+// Only the question whether a facility is locked.
+CommandResult FacilityLock(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return Info("+CLCK: (\"SC\")");
+  const std::vector<std::string> values = command.Values();
+  if (command.kind != Kind::kSet || values.size() < 2 || values[1] != "2") return EquipmentError(kCmeNotSupported);
+  return Info(values[0] == "SC" && !modem.settings.pin.empty() ? "+CLCK: 1" : "+CLCK: 0");
+}
+
+CommandResult SubscriberNumber(ModemState& modem, const AtCommand& command) {
+  const std::string& number = modem.settings.ownNumber;
+  if (command.kind == Kind::kTest || number.empty()) return {};
+  return Info("+CNUM: \"Own\",\"" + number + "\"," + (number.starts_with('+') ? "145" : "129"));
+}
+
+std::string OperatorName(const NetworkOperator& network, int format) {
+  return format == 2 ? network.number : format == 1 ? network.shortName : network.longName;
+}
+
+CommandResult ListOperators(const ModemState& modem) {
+  std::string text = "+COPS: ";
+  for (const NetworkOperator& network : modem.settings.operators) {
+    text += "(" + std::to_string(network.status) + ",\"" + network.longName + "\",\"" + network.shortName + "\",\"" +
+            network.number + "\"),";
+  }
+  return Info(text + ",(0,1,3),(0-2)");
+}
+
+CommandResult SelectOperator(ModemState& modem, const AtCommand& command) {
+  const std::vector<NetworkOperator>& operators = modem.settings.operators;
+  const std::vector<std::string> values = command.Values();
+  const std::optional<int> mode = command.Number();
+  const std::optional<int> format = command.Number(1);
+  if (mode == 0) return {};
+  if (mode == 3 && format && *format <= 2) {
+    modem.operatorFormat = *format;
+    return {};
+  }
+  if (mode == 1 && format && *format <= 2 && values.size() > 2) {
+    const bool known = std::any_of(operators.begin(), operators.end(), [&](const NetworkOperator& network) {
+      return network.status != 3 && OperatorName(network, *format) == values[2];
+    });
+    return known ? CommandResult{} : EquipmentError(kCmeNotFound);
+  }
+  return EquipmentError(kCmeBadParameter);
+}
+
+CommandResult Operator(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return ListOperators(modem);
+  if (command.kind == Kind::kSet) return SelectOperator(modem, command);
+  const std::vector<NetworkOperator>& operators = modem.settings.operators;
+  const auto current = std::find_if(operators.begin(), operators.end(),
+                                    [](const NetworkOperator& network) { return network.status == 2; });
+  if (!modem.IsRegistered() || current == operators.end()) return Info("+COPS: 0");
+  return Info("+COPS: 0," + std::to_string(modem.operatorFormat) + ",\"" +
+              OperatorName(*current, modem.operatorFormat) + "\"");
+}
+
+struct Entry {
+  std::string_view name;
+  CommandHandler handler;
+};
+
+constexpr Entry kGeneralCommands[] = {
+    {"E", Echo},
+    {"V", [](ModemState& modem, const AtCommand& command) { return Switch(modem.verbose, command); }},
+    {"Q", [](ModemState& modem, const AtCommand& command) { return Switch(modem.quiet, command); }},
+    {"Z", ResetProfile},
+    {"&F", ResetProfile},
+    {"&C", Nothing},
+    {"&D", Nothing},
+    {"&K", Nothing},
+    {"&S", Nothing},
+    {"&W", Nothing},
+    {"H", Nothing},
+    {"L", Nothing},
+    {"M", Nothing},
+    {"X", Nothing},
+    {"D", Dial},
+    {"I", Identification},
+    {"+CGMI", Identity<&ModemSettings::manufacturer>},
+    {"+GMI", Identity<&ModemSettings::manufacturer>},
+    {"+CGMM", Identity<&ModemSettings::model>},
+    {"+GMM", Identity<&ModemSettings::model>},
+    {"+CGMR", Identity<&ModemSettings::revision>},
+    {"+GMR", Identity<&ModemSettings::revision>},
+    {"+CGSN", Identity<&ModemSettings::imei>},
+    {"+GSN", Identity<&ModemSettings::imei>},
+    {"+GCAP", Capabilities},
+    {"+CMEE", RunOption},
+    {"+CPAS", Activity},
+    {"+CFUN", Functionality},
+    {"+CPIN", Pin},
+    {"+CREG", Registration},
+    {"+CGREG", Registration},
+    {"+CGATT", RunOption},
+    {"+CBC", Battery},
+    {"+CSQ", Signal},
+    {"+CSCS", CharacterSet},
+    {"+CCLK", Clock},
+};
+
+constexpr Entry kSimCommands[] = {
+    {"+CIMI", Identity<&ModemSettings::imsi>},
+    {"+CNUM", SubscriberNumber},
+    {"+COPS", Operator},
+    {"+CLCK", FacilityLock},
+    {"+CLIP", RunOption},
+    {"+CRC", RunOption},
+};
+
+template <std::size_t size>
+CommandHandler Find(const Entry (&entries)[size], std::string_view name) {
+  const auto found = std::find_if(entries, entries + size, [&](const Entry& entry) { return entry.name == name; });
+  return found == entries + size ? nullptr : found->handler;
+}
+
+}  // namespace
+
+CommandHandler FindGeneralCommand(std::string_view name) {
+  // An S register is accepted and means nothing here.
+  if (name.size() > 1 && name[0] == 'S' && name[1] >= '0' && name[1] <= '9') return Nothing;
+  return Find(kGeneralCommands, name);
+}
+
+CommandHandler FindSimCommand(std::string_view name) { return Find(kSimCommands, name); }
+
+}  // namespace tavro

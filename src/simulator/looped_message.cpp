@@ -1,0 +1,210 @@
+#include "simulator/looped_message.h"
+
+#include <algorithm>
+#include <chrono>
+#include <cstdlib>
+
+namespace tavro {
+
+namespace {
+
+constexpr std::size_t kMaxUserData = 140;
+constexpr int kInternational = 0x91, kUnknownType = 0x81;
+
+int HexDigit(char digit) {
+  if (digit >= '0' && digit <= '9') return digit - '0';
+  if (digit >= 'A' && digit <= 'F') return digit - 'A' + 10;
+  if (digit >= 'a' && digit <= 'f') return digit - 'a' + 10;
+  return -1;
+}
+
+std::uint8_t Octet(char character) { return static_cast<std::uint8_t>(character); }
+char Character(int octet) { return static_cast<char>(static_cast<std::uint8_t>(octet)); }
+
+// Type of address and digits.
+std::string NumberOctets(std::string_view number) {
+  const bool international = number.starts_with('+');
+  if (international) number.remove_prefix(1);
+  std::string octets(1, Character(international ? kInternational : kUnknownType));
+  for (std::size_t i = 0; i < number.size(); i += 2) {
+    const int low = number[i] - '0', high = i + 1 < number.size() ? number[i + 1] - '0' : 15;
+    octets += Character(high << 4 | low);
+  }
+  return octets;
+}
+
+std::string AddressField(std::string_view number) {
+  const std::size_t digits = number.size() - (number.starts_with('+') ? 1 : 0);
+  return Character(static_cast<int>(digits)) + NumberOctets(number);
+}
+
+std::string ServiceCentreField(const SubmittedMessage& message, const NetworkView& network) {
+  if (!message.serviceCentre.empty()) return message.serviceCentre;
+  if (network.serviceCentre.empty()) return std::string(1, '\0');
+  const std::string octets = NumberOctets(network.serviceCentre);
+  return Character(static_cast<int>(octets.size())) + octets;
+}
+
+bool HasSeptets(std::uint8_t coding) {
+  switch (coding >> 4) {
+    case 0:
+    case 1:
+    case 4:
+    case 5:  // general; the compressed groups count octets
+      return (coding & 0x0C) == 0 || (coding & 0x0C) == 0x0C;
+    case 2:
+    case 3:
+    case 6:
+    case 7:
+    case 14:
+      return false;
+    case 15:
+      return (coding & 0x04) == 0;
+    default:
+      return true;
+  }
+}
+
+// Takes fields from the front of a PDU; `failed` once it was too short.
+class Reader {
+ public:
+  explicit Reader(std::string_view octets) : rest_(octets) {}
+  std::string Take(std::size_t count) {
+    if (count > rest_.size()) {
+      failed_ = true;
+      count = rest_.size();
+    }
+    const std::string taken(rest_.substr(0, count));
+    rest_.remove_prefix(count);
+    return taken;
+  }
+  std::uint8_t TakeOctet() {
+    const std::string taken = Take(1);
+    return taken.empty() ? std::uint8_t{0} : Octet(taken[0]);
+  }
+  std::uint8_t Peek() const { return rest_.empty() ? std::uint8_t{0} : Octet(rest_[0]); }
+  bool EndsHere() const { return !failed_ && rest_.empty(); }
+
+ private:
+  std::string_view rest_;
+  bool failed_ = false;
+};
+
+}  // namespace
+
+std::optional<std::string> OctetsFromHex(std::string_view hex) {
+  if (hex.size() % 2 != 0) return std::nullopt;
+  std::string octets;
+  octets.reserve(hex.size() / 2);
+  for (std::size_t i = 0; i < hex.size(); i += 2) {
+    const int high = HexDigit(hex[i]), low = HexDigit(hex[i + 1]);
+    if (high < 0 || low < 0) return std::nullopt;
+    octets += Character(high << 4 | low);
+  }
+  return octets;
+}
+
+std::string HexFromOctets(std::string_view octets) {
+  constexpr char kDigits[] = "0123456789ABCDEF";
+  std::string hex;
+  hex.reserve(octets.size() * 2);
+  for (const char octet : octets) {
+    hex += kDigits[Octet(octet) >> 4];
+    hex += kDigits[Octet(octet) & 15];
+  }
+  return hex;
+}
+
+int TpduLength(std::string_view pduHex) {
+  if (pduHex.size() < 2) return 0;
+  const int serviceCentre = HexDigit(pduHex[0]) * 16 + HexDigit(pduHex[1]);
+  return std::max(0, static_cast<int>(pduHex.size() / 2) - 1 - serviceCentre);
+}
+
+std::string TimeStampOctets(std::int64_t wallClockMs, int zoneMinutes) {
+  using namespace std::chrono;
+  const auto local = floor<seconds>(sys_time<milliseconds>(milliseconds(wallClockMs)) + minutes(zoneMinutes));
+  const auto day = floor<days>(local);
+  const year_month_day date(day);
+  const hh_mm_ss time(local - day);
+  const auto swapped = [](int value) { return Character(value % 10 << 4 | value / 10 % 10); };
+  std::string octets;
+  octets += swapped(static_cast<int>(date.year()) % 100);
+  octets += swapped(static_cast<int>(static_cast<unsigned>(date.month())));
+  octets += swapped(static_cast<int>(static_cast<unsigned>(date.day())));
+  octets += swapped(static_cast<int>(time.hours().count()));
+  octets += swapped(static_cast<int>(time.minutes().count()));
+  octets += swapped(static_cast<int>(time.seconds().count()));
+  // Quarters of an hour; bit 3 is the sign.
+  octets += Character(Octet(swapped(std::abs(zoneMinutes) / 15)) | (zoneMinutes < 0 ? 0x08 : 0));
+  return octets;
+}
+
+std::string SubmittedMessage::DestinationNumber() const {
+  const int type = Octet(destination[1]) >> 4 & 7;
+  if (type == 5) return {};  // alphanumeric
+  std::string number = type == 1 ? "+" : "";
+  for (int i = 0; i < Octet(destination[0]); ++i) {
+    const std::uint8_t pair = Octet(destination[2 + static_cast<std::size_t>(i) / 2]);
+    number += "0123456789*#abc?"[i % 2 == 0 ? pair & 15 : pair >> 4];
+  }
+  return number;
+}
+
+std::optional<SubmittedMessage> ParseSubmit(std::string_view pdu) {
+  constexpr std::size_t kValidityOctets[] = {0, 7, 1, 7};  // by the format bits 4 and 3
+  SubmittedMessage message;
+  Reader reader(pdu);
+  message.serviceCentre = reader.Take(std::size_t{1} + reader.Peek());
+  if (message.serviceCentre.size() == 1) message.serviceCentre.clear();
+  message.firstOctet = reader.TakeOctet();
+  if ((message.firstOctet & 3) != 1) return std::nullopt;
+  reader.TakeOctet();  // the reference, which the modem gives
+  message.destination = reader.Take(2 + (std::size_t{reader.Peek()} + 1) / 2);
+  message.protocol = reader.TakeOctet();
+  message.coding = reader.TakeOctet();
+  reader.Take(kValidityOctets[message.firstOctet >> 3 & 3]);
+  const std::size_t units = reader.Peek();
+  const std::size_t octets = HasSeptets(message.coding) ? (units * 7 + 7) / 8 : units;
+  message.userData = reader.Take(1 + octets);
+  if (!reader.EndsHere() || octets > kMaxUserData) return std::nullopt;
+  return message;
+}
+
+std::string MakeDeliver(const SubmittedMessage& message, const NetworkView& network) {
+  // No more messages wait; reply path, header indicator and report indication stand where the SMS-SUBMIT has them.
+  std::string pdu = ServiceCentreField(message, network);
+  pdu += Character((message.firstOctet & 0xE0) | 0x04);
+  pdu += AddressField(network.sender);
+  pdu += Character(message.protocol);
+  pdu += Character(message.coding);
+  pdu += network.timeStamp;
+  pdu += message.userData;
+  return HexFromOctets(pdu);
+}
+
+std::string MakeStatusReport(const SubmittedMessage& message, int reference, const NetworkView& network) {
+  std::string pdu = ServiceCentreField(message, network);
+  pdu += Character(0x06);  // SMS-STATUS-REPORT, no more messages wait
+  pdu += Character(reference);
+  pdu += message.destination;
+  pdu += network.timeStamp;
+  pdu += network.timeStamp;
+  pdu += Character(0);  // received by the other side
+  return HexFromOctets(pdu);
+}
+
+bool IsSameSubscriber(std::string_view dialled, std::string_view own) {
+  constexpr std::size_t kShortestNational = 6;
+  const bool international = dialled.starts_with('+');
+  if (international) dialled.remove_prefix(1);
+  if (own.starts_with('+')) own.remove_prefix(1);
+  if (own.empty() || dialled.empty()) return false;
+  if (dialled == own) return true;
+  if (international) return false;
+  // National numbers have a trunk prefix "0", international ones may be dialled with "00".
+  while (dialled.starts_with('0')) dialled.remove_prefix(1);
+  return dialled == own || (dialled.size() >= kShortestNational && own.ends_with(dialled));
+}
+
+}  // namespace tavro

@@ -1,0 +1,233 @@
+// The commands of 3GPP TS 27.005, in PDU mode.
+#include <algorithm>
+
+#include "simulator/looped_message.h"
+#include "simulator/modem_state.h"
+
+namespace tavro {
+
+namespace {
+
+using Kind = AtCommand::Kind;
+
+constexpr std::string_view kMemories = "(\"SM\",\"ME\",\"MT\")";
+
+// The modem has PDU mode alone.
+CommandResult Format(ModemState& modem, const AtCommand& command) {
+  CommandResult result = RunOption(modem, command);
+  return result.kind == CommandResult::Kind::kOk ? result : MessageError(kCmsNotSupported);
+}
+
+CommandResult Service(ModemState&, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return Info("+CSMS: (0)");
+  if (command.kind == Kind::kRead) return Info("+CSMS: 0,1,1,1");
+  return command.Number() == 0 ? Info("+CSMS: 1,1,1") : MessageError(kCmsNotSupported);
+}
+
+bool IsNumber(std::string_view number) {
+  if (number.starts_with('+')) number.remove_prefix(1);
+  return !number.empty() && number.size() <= 20 &&
+         std::all_of(number.begin(), number.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
+}
+
+CommandResult ServiceCentre(ModemState& modem, const AtCommand& command) {
+  std::string& number = modem.settings.serviceCentre;
+  if (command.kind == Kind::kTest) return {};
+  if (command.kind == Kind::kRead) {
+    return Info("+CSCA: \"" + number + "\"," + (number.starts_with('+') ? "145" : "129"));
+  }
+  const std::vector<std::string> values = command.Values();
+  if (command.kind != Kind::kSet || !IsNumber(values[0])) return MessageError(kCmsBadPdu);
+  number = values[0];
+  if (command.Number(1) == 145 && !number.starts_with('+')) number.insert(0, "+");
+  return {};
+}
+
+CommandResult Indications(ModemState& modem, const AtCommand& command) {
+  // Messages and reports are stored and announced, or stored only; none is given to the application directly.
+  constexpr std::string_view kAllowed[] = {"0123", "01", "0", "02", "01"};
+  if (command.kind == Kind::kTest) return Info("+CNMI: (0-3),(0,1),(0),(0,2),(0,1)");
+  if (command.kind == Kind::kRead) {
+    std::string text = "+CNMI: ";
+    for (const int value : modem.indications) text += std::to_string(value) + ",";
+    text.pop_back();
+    return Info(text);
+  }
+  const std::vector<std::string> values = command.Values();
+  if (command.kind != Kind::kSet || values.size() > modem.indications.size()) return MessageError(kCmsNotSupported);
+  std::array<int, 5> wanted{};  // what is not named is 0
+  for (std::size_t i = 0; i < values.size(); ++i) {
+    if (values[i].empty()) continue;
+    if (values[i].size() != 1 || kAllowed[i].find(values[i][0]) == std::string_view::npos)
+      return MessageError(kCmsNotSupported);
+    wanted[i] = values[i][0] - '0';
+  }
+  modem.indications = wanted;
+  return {};
+}
+
+CommandResult SelectMemories(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) {
+    return Info("+CPMS: " + std::string(kMemories) + "," + std::string(kMemories) + "," + std::string(kMemories));
+  }
+  if (command.kind == Kind::kSet) {
+    const std::vector<std::string> values = command.Values();
+    if (values.size() > modem.memories.size()) return MessageError(kCmsNotSupported);
+    std::array<std::string, 3> wanted = modem.memories;  // what is not named stays
+    for (std::size_t i = 0; i < values.size(); ++i) {
+      if (values[i].empty()) continue;
+      wanted[i] = InCapitals(values[i]);
+      if (!MessageStore::IsMemory(wanted[i])) return MessageError(kCmsNotSupported);
+    }
+    modem.memories = wanted;
+  } else if (command.kind != Kind::kRead) {
+    return Error();
+  }
+  std::string text = "+CPMS: ";
+  for (const std::string& memory : modem.memories) {
+    if (command.kind == Kind::kRead) text += "\"" + memory + "\",";
+    text += std::to_string(modem.store.Used(memory)) + "," + std::to_string(modem.store.Capacity(memory)) + ",";
+  }
+  text.pop_back();
+  return Info(text);
+}
+
+void AppendMessage(std::string& text, const StoredMessage& message) {
+  text += std::to_string(message.stat) + ",," + std::to_string(TpduLength(message.pdu)) + "\r\n" + message.pdu;
+}
+
+void MarkRead(StoredMessage& message) {
+  if (message.stat == 0) message.stat = 1;
+}
+
+CommandResult List(ModemState& modem, const AtCommand& command) {
+  constexpr int kAll = 4;
+  if (command.kind == Kind::kTest) return Info("+CMGL: (0-4)");
+  const std::optional<int> stat = command.kind == Kind::kExecute ? 0 : command.Number();
+  if (!stat || *stat > kAll) return MessageError(kCmsBadPdu);
+  CommandResult result;
+  modem.store.ForEach(modem.memories[0], [&](int location, StoredMessage& message) {
+    if (*stat != kAll && message.stat != *stat) return;
+    if (!result.info.empty()) result.info += "\r\n";
+    result.info += "+CMGL: " + std::to_string(location) + ",";
+    AppendMessage(result.info, message);
+    MarkRead(message);
+  });
+  return result;
+}
+
+CommandResult Read(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return {};
+  StoredMessage* message = modem.store.Find(modem.memories[0], command.Number().value_or(0));
+  if (!message) return MessageError(kCmsBadIndex);
+  std::string text = "+CMGR: ";
+  AppendMessage(text, *message);
+  MarkRead(*message);
+  return Info(std::move(text));
+}
+
+CommandResult Delete(ModemState& modem, const AtCommand& command) {
+  const std::string& memory = modem.memories[0];
+  if (command.kind == Kind::kTest) {
+    std::string locations;
+    modem.store.ForEach(memory, [&](int location, StoredMessage&) {
+      locations += (locations.empty() ? "" : ",") + std::to_string(location);
+    });
+    return Info("+CMGD: (" + locations + "),(0-4)");
+  }
+  const std::optional<int> location = command.Number();
+  const int flag = command.Number(1).value_or(0);
+  if (command.kind != Kind::kSet || !location || flag > 4) return MessageError(kCmsBadIndex);
+  if (flag == 0) return modem.store.Erase(memory, *location) ? CommandResult{} : MessageError(kCmsBadIndex);
+  // 1 the read ones, 2 and those sent, 3 and those not sent, 4 and those not read.
+  constexpr int kFirstFlagOf[] = {4, 1, 3, 2};  // by stat
+  std::vector<int> locations;
+  modem.store.ForEach(memory, [&](int place, StoredMessage& message) {
+    if (flag >= kFirstFlagOf[message.stat & 3]) locations.push_back(place);
+  });
+  for (const int place : locations) modem.store.Erase(memory, place);
+  return {};
+}
+
+CommandResult BeginEntry(ModemState& modem, const AtCommand& command) {
+  constexpr int kLongestTpdu = 164, kStoredUnsent = 2;
+  if (command.kind == Kind::kTest) return {};
+  const std::optional<int> length = command.Number();
+  const int stat = command.Number(1).value_or(kStoredUnsent);
+  if (command.kind != Kind::kSet || !length || *length < 7 || *length > kLongestTpdu || stat > 3) {
+    return MessageError(kCmsBadPdu);
+  }
+  modem.entry = command.name == "+CMGS" ? ModemState::Entry::kSend : ModemState::Entry::kWrite;
+  modem.entryLength = *length;
+  modem.entryStat = stat;
+  return {CommandResult::Kind::kPrompt, 0, {}};
+}
+
+CommandResult Send(ModemState& modem, std::string_view pduHex, std::string_view answer) {
+  const std::optional<std::string> octets = OctetsFromHex(pduHex);
+  const std::optional<SubmittedMessage> message = octets ? ParseSubmit(*octets) : std::nullopt;
+  const ModemSettings& settings = modem.settings;
+  if (!message) return MessageError(kCmsBadPdu);
+  if (message->serviceCentre.empty() && settings.serviceCentre.empty()) return MessageError(kCmsNoServiceCentre);
+  if (!modem.IsRegistered()) return MessageError(kCmsNoNetwork);
+  const int reference = modem.nextReference;
+  modem.nextReference = (reference + 1) & 255;
+  const NetworkView network{settings.serviceCentre, settings.ownNumber,
+                            TimeStampOctets(modem.Clock(), settings.zoneMinutes)};
+  if (IsSameSubscriber(message->DestinationNumber(), settings.ownNumber)) {
+    ReceiveMessage(modem, MakeDeliver(*message, network));
+  }
+  if (message->WantsReport()) ReceiveMessage(modem, MakeStatusReport(*message, reference, network));
+  return Info(std::string(answer) + std::to_string(reference));
+}
+
+CommandResult SendStored(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return {};
+  StoredMessage* message = modem.store.Find(modem.memories[1], command.Number().value_or(0));
+  if (!message) return MessageError(kCmsBadIndex);
+  CommandResult result = Send(modem, message->pdu, "+CMSS: ");
+  constexpr int kStoredSent = 3;
+  if (result.kind == CommandResult::Kind::kOk) message->stat = kStoredSent;
+  return result;
+}
+
+struct Entry {
+  std::string_view name;
+  CommandHandler handler;
+};
+
+constexpr Entry kMessageCommands[] = {
+    {"+CMGF", Format},      {"+CSDH", Format},         {"+CSMS", Service},    {"+CSCA", ServiceCentre},
+    {"+CNMI", Indications}, {"+CPMS", SelectMemories}, {"+CMGL", List},       {"+CMGR", Read},
+    {"+CMGD", Delete},      {"+CMGS", BeginEntry},     {"+CMGW", BeginEntry}, {"+CMSS", SendStored},
+};
+
+}  // namespace
+
+CommandHandler FindMessageCommand(std::string_view name) {
+  const auto found = std::find_if(std::begin(kMessageCommands), std::end(kMessageCommands),
+                                  [&](const Entry& entry) { return entry.name == name; });
+  return found == std::end(kMessageCommands) ? nullptr : found->handler;
+}
+
+CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex) {
+  if (!OctetsFromHex(pduHex) || TpduLength(pduHex) != modem.entryLength) return MessageError(kCmsBadPdu);
+  if (entry == ModemState::Entry::kSend) return Send(modem, pduHex, "+CMGS: ");
+  const int location = modem.store.Put(modem.memories[1], pduHex, modem.entryStat);
+  return location == 0 ? MessageError(kCmsFull) : Info("+CMGW: " + std::to_string(location));
+}
+
+int ReceiveMessage(ModemState& modem, std::string_view pduHex) {
+  const std::optional<std::string> octets = OctetsFromHex(pduHex);
+  const std::size_t serviceCentre = octets && !octets->empty() ? static_cast<std::uint8_t>((*octets)[0]) : 0;
+  const bool isReport = octets && octets->size() > serviceCentre + 1 && ((*octets)[serviceCentre + 1] & 3) == 2;
+  const int location = modem.store.Put(modem.memories[2], pduHex, 0);
+  const bool announced = modem.indications[0] != 0 && modem.indications[isReport ? 3 : 1] != 0;
+  if (location != 0 && announced) {
+    modem.unsolicited.push_back((isReport ? "\r\n+CDSI: \"" : "\r\n+CMTI: \"") + modem.memories[2] + "\"," +
+                                std::to_string(location) + "\r\n");
+  }
+  return location;
+}
+
+}  // namespace tavro

@@ -1,0 +1,75 @@
+// An answer that a test makes a simulated modem give in place of its own.
+#pragma once
+
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <utility>
+#include <vector>
+
+namespace tavro {
+
+struct ModemReply {
+  struct Piece {
+    std::int64_t delayMs = 0;  // after the piece before
+    std::string bytes;
+  };
+
+  std::vector<Piece> pieces;         // sent in place of the modem's own answer
+  bool executed = false;             // the command takes effect
+  bool own = false;                  // the modem's own answer is sent, and `pieces` in front of it
+  std::int64_t delayMs = 0;          // in front of everything, beyond the modem's latency
+  std::size_t pieceSize = 0;         // what is sent is cut into pieces of this size, 0: left as it is,
+  std::int64_t gapMs = 0;            // that are so far apart
+  std::size_t lineLostAfter = npos;  // the line is lost behind so many bytes
+
+  static constexpr std::size_t npos = static_cast<std::size_t>(-1);
+
+  // The bytes as they are.
+  static ModemReply Bytes(std::string bytes) { return {{{0, std::move(bytes)}}}; }
+  static ModemReply Silence() { return {}; }
+  // Between line ends: "\r\nERROR\r\n".
+  static ModemReply Line(std::string_view text) { return Bytes("\r\n" + std::string(text) + "\r\n"); }
+  // An information text and the result: "\r\n+CSQ: 9,0\r\n\r\nOK\r\n".
+  static ModemReply Ok(std::string_view info) { return Bytes("\r\n" + std::string(info) + "\r\n\r\nOK\r\n"); }
+  // What the modem does and answers by itself; for a modification, or as a rule that lets a few commands pass.
+  static ModemReply Own() {
+    ModemReply reply;
+    reply.executed = reply.own = true;
+    return reply;
+  }
+  // The modem's own answer behind these bytes, an unsolicited line perhaps.
+  static ModemReply Before(std::string bytes) {
+    ModemReply reply = Own();
+    reply.pieces = {{0, std::move(bytes)}};
+    return reply;
+  }
+
+  // More bytes, `afterMs` after the last ones. Not with Own or Before.
+  ModemReply Then(std::int64_t afterMs, std::string bytes) && {
+    pieces.push_back({afterMs, std::move(bytes)});
+    return std::move(*this);
+  }
+  ModemReply Late(std::int64_t ms) && {
+    delayMs = ms;
+    return std::move(*this);
+  }
+  ModemReply InPieces(std::size_t size, std::int64_t gap) && {
+    pieceSize = size;
+    gapMs = gap;
+    return std::move(*this);
+  }
+  // The command takes effect although the answer is another: the message goes out, the PIN is taken.
+  ModemReply Executed() && {
+    executed = true;
+    return std::move(*this);
+  }
+  // The line is lost behind the first `bytes` bytes of the answer.
+  ModemReply LineLostAfter(std::size_t bytes) && {
+    lineLostAfter = bytes;
+    return std::move(*this);
+  }
+};
+
+}  // namespace tavro

@@ -1,0 +1,119 @@
+#include "simulator/modem_state.h"
+
+#include <algorithm>
+
+namespace tavro {
+
+namespace {
+
+struct ErrorName {
+  int code;
+  std::string_view text;
+};
+
+constexpr ErrorName kEquipmentErrors[] = {
+    {kCmeNotAllowed, "operation not allowed"},
+    {kCmeNotSupported, "operation not supported"},
+    {kCmeNoSim, "SIM not inserted"},
+    {kCmePinNeeded, "SIM PIN required"},
+    {kCmePukNeeded, "SIM PUK required"},
+    {kCmeWrongPassword, "incorrect password"},
+    {kCmeNotFound, "not found"},
+    {kCmeBadParameter, "incorrect parameters"},
+    {kCmeBusy, "please wait, init or command processing in progress"},
+};
+constexpr ErrorName kMessageErrors[] = {
+    {kCmsNotSupported, "operation not supported"},
+    {kCmsBadPdu, "invalid PDU mode parameter"},
+    {kCmsNoSim, "SIM not inserted"},
+    {kCmsPinNeeded, "SIM PIN required"},
+    {kCmsPukNeeded, "SIM PUK required"},
+    {kCmsBadIndex, "invalid memory index"},
+    {kCmsFull, "memory full"},
+    {kCmsNoServiceCentre, "SMSC address unknown"},
+    {kCmsNoNetwork, "no network service"},
+};
+
+template <std::size_t size>
+std::string_view TextOf(const ErrorName (&names)[size], int code) {
+  const auto found = std::find_if(names, names + size, [&](const ErrorName& name) { return name.code == code; });
+  return found == names + size ? std::string_view("unknown error") : found->text;
+}
+
+struct NumberOption {
+  std::string_view name;
+  int largest, initial;
+};
+
+constexpr NumberOption kOptions[] = {{"+CMEE", 2, 0}, {"+CREG", 2, 0}, {"+CGREG", 2, 0}, {"+CGATT", 1, 1},
+                                     {"+CLIP", 1, 0}, {"+CRC", 1, 0},  {"+CMGF", 0, 0},  {"+CSDH", 1, 0}};
+
+const NumberOption* FindOption(std::string_view name) {
+  const auto found = std::find_if(std::begin(kOptions), std::end(kOptions),
+                                  [&](const NumberOption& option) { return option.name == name; });
+  return found == std::end(kOptions) ? nullptr : found;
+}
+
+}  // namespace
+
+std::string_view EquipmentErrorText(int code) { return TextOf(kEquipmentErrors, code); }
+std::string_view MessageErrorText(int code) { return TextOf(kMessageErrors, code); }
+
+ModemState::ModemState(ModemSettings given)
+    : settings(std::move(given)), nextReference(settings.firstReference & 255) {}
+
+int ModemState::Option(std::string_view name) const {
+  const auto kept = options.find(name);
+  if (kept != options.end()) return kept->second;
+  const NumberOption* option = FindOption(name);
+  return option ? option->initial : 0;
+}
+
+int ModemState::Registration() const {
+  if (functionality != 1 || !settings.simPresent || IsLocked() || settings.registration.empty()) return 0;
+  return settings.registration[std::min(registrationQueries, settings.registration.size() - 1)];
+}
+
+void ModemState::Reset() {
+  settings.echo = verbose = true;
+  quiet = false;
+  options.clear();
+}
+
+// A command that does nothing but keep a number.
+CommandResult RunOption(ModemState& modem, const AtCommand& command) {
+  const NumberOption& option = *FindOption(command.name);
+  switch (command.kind) {
+    case AtCommand::Kind::kTest:
+      return Info(command.name + (option.largest > 0 ? ": (0-" + std::to_string(option.largest) + ")" : ": (0)"));
+    case AtCommand::Kind::kRead:
+      return Info(command.name + ": " + std::to_string(modem.Option(command.name)));
+    case AtCommand::Kind::kSet: {
+      const std::optional<int> value = command.Number();
+      if (!value || *value > option.largest) return EquipmentError(kCmeBadParameter);
+      modem.options[command.name] = *value;
+      return {};
+    }
+    default:
+      return Error();
+  }
+}
+
+CommandResult RunCommand(ModemState& modem, const AtCommand& command) {
+  if (const CommandHandler handler = FindGeneralCommand(command.name)) return handler(modem, command);
+  const ModemSettings& settings = modem.settings;
+  const bool needsPuk = modem.IsLocked() && settings.pinAttempts <= 0;
+  if (const CommandHandler handler = FindSimCommand(command.name)) {
+    if (!settings.simPresent) return EquipmentError(kCmeNoSim);
+    if (modem.IsLocked()) return EquipmentError(needsPuk ? kCmePukNeeded : kCmePinNeeded);
+    return handler(modem, command);
+  }
+  if (const CommandHandler handler = FindMessageCommand(command.name)) {
+    if (!settings.simPresent) return MessageError(kCmsNoSim);
+    if (modem.IsLocked()) return MessageError(needsPuk ? kCmsPukNeeded : kCmsPinNeeded);
+    return handler(modem, command);
+  }
+  return Error();
+}
+
+}  // namespace tavro

@@ -1,0 +1,98 @@
+// The state of a simulated modem and the commands that work on it, without the line.
+#pragma once
+
+#include <array>
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/at_command.h"
+#include "simulator/message_store.h"
+#include "simulator/modem_settings.h"
+
+namespace tavro {
+
+// What a command comes to: an information text and how it ended.
+struct CommandResult {
+  enum class Kind {
+    kOk,
+    kError,
+    kEquipmentError,  // +CME ERROR
+    kMessageError,    // +CMS ERROR
+    kNoCarrier,
+    kPrompt,  // a PDU follows
+  };
+
+  Kind kind = Kind::kOk;
+  int code = 0;      // of an error
+  std::string info;  // lines, CR LF between them; empty: none
+};
+
+inline CommandResult Info(std::string text) { return {CommandResult::Kind::kOk, 0, std::move(text)}; }
+inline CommandResult Error() { return {CommandResult::Kind::kError, 0, {}}; }
+inline CommandResult EquipmentError(int code) { return {CommandResult::Kind::kEquipmentError, code, {}}; }
+inline CommandResult MessageError(int code) { return {CommandResult::Kind::kMessageError, code, {}}; }
+
+// Error numbers of 3GPP TS 27.007, 9.2.
+inline constexpr int kCmeNotAllowed = 3, kCmeNotSupported = 4, kCmeNoSim = 10, kCmePinNeeded = 11, kCmePukNeeded = 12,
+                     kCmeWrongPassword = 16, kCmeNotFound = 22, kCmeBadParameter = 50, kCmeBusy = 515;
+// Error numbers of 3GPP TS 27.005, 3.2.5.
+inline constexpr int kCmsNotSupported = 303, kCmsBadPdu = 304, kCmsNoSim = 310, kCmsPinNeeded = 311,
+                     kCmsPukNeeded = 316, kCmsBadIndex = 321, kCmsFull = 322, kCmsNoServiceCentre = 330,
+                     kCmsNoNetwork = 331;
+// The text of an error number, for AT+CMEE=2.
+std::string_view EquipmentErrorText(int code);
+std::string_view MessageErrorText(int code);
+
+struct ModemState {
+  explicit ModemState(ModemSettings given);
+
+  ModemSettings settings;
+  MessageStore store{settings};
+  std::int64_t nowMs = 0;
+
+  bool verbose = true;     // ATV1
+  bool quiet = false;      // ATQ1
+  bool pinGiven = false;   // the right one, since the modem was switched on
+  int functionality = 1;   // AT+CFUN
+  int operatorFormat = 0;  // AT+COPS=3: 0 long, 1 short, 2 number
+  std::size_t registrationQueries = 0;
+  std::map<std::string, int, std::less<>> options;  // values of commands that do nothing but keep a number
+  std::array<int, 5> indications{};                 // AT+CNMI
+  std::array<std::string, 3> memories{"SM", "SM", "SM"};
+  int nextReference;
+
+  // The command whose PDU is awaited.
+  enum class Entry { kNone, kSend, kWrite };
+  Entry entry = Entry::kNone;
+  int entryLength = 0, entryStat = 0;
+
+  // Lines of the modem's own accord that a command brought about, sent behind its answer.
+  std::vector<std::string> unsolicited;
+
+  int Option(std::string_view name) const;
+  bool IsLocked() const { return !settings.pin.empty() && !pinGiven; }
+  int Registration() const;
+  bool IsRegistered() const { return Registration() == 1 || Registration() == 5; }
+  std::int64_t Clock() const { return settings.clockMs + nowMs; }
+  void Reset();
+};
+
+CommandResult RunCommand(ModemState& modem, const AtCommand& command);
+// Ends the entry that a prompt began.
+CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex);
+// A message from the network; its location, 0 when the memory is full.
+int ReceiveMessage(ModemState& modem, std::string_view pduHex);
+
+// The handlers, by command name; null when the name is none of theirs.
+using CommandHandler = CommandResult (*)(ModemState& modem, const AtCommand& command);
+// One that does nothing but keep a number.
+CommandResult RunOption(ModemState& modem, const AtCommand& command);
+CommandHandler FindGeneralCommand(std::string_view name);
+CommandHandler FindSimCommand(std::string_view name);      // those refused while the SIM is locked
+CommandHandler FindMessageCommand(std::string_view name);  // 3GPP TS 27.005
+
+}  // namespace tavro

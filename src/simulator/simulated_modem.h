@@ -1,0 +1,102 @@
+// A GSM modem as a machine of bytes: AT commands in, answers out (3GPP TS 27.007 and 27.005, ITU-T V.250).
+//
+// It has no clock and does no input or output of its own: who drives it says what time it is, in milliseconds from a
+// start of his choice, and fetches the output when it is due. SimulatedLine drives it in virtual time, the program
+// tavro-modem on a pseudo-terminal. It shares no PDU code with the rest of the component.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/message_store.h"
+#include "simulator/modem_reply.h"
+#include "simulator/modem_settings.h"
+
+namespace tavro {
+
+class SimulatedModem {
+ public:
+  // A command line without its carriage return, or a PDU without its Ctrl-Z, and when its end arrived.
+  struct Received {
+    std::int64_t ms = 0;
+    std::string text;
+  };
+  struct Fault {
+    const char* name;
+    const char* effect;
+    void (*apply)(SimulatedModem& modem);
+  };
+
+  static constexpr int kAlways = -1;
+
+  explicit SimulatedModem(ModemSettings settings = {});
+  ~SimulatedModem();
+  SimulatedModem(const SimulatedModem&) = delete;
+  SimulatedModem& operator=(const SimulatedModem&) = delete;
+
+  // The line. Times never go back.
+
+  void Receive(std::string_view bytes, std::int64_t nowMs);
+  // When the next bytes are due; nothing while the modem has nothing to say.
+  std::optional<std::int64_t> NextOutput() const;
+  // All that is due by then, "" when nothing is.
+  std::string TakeOutput(std::int64_t nowMs);
+
+  ModemSettings& Settings();
+
+  // Answers in place of the modem's own.
+
+  // The next `times` command lines equal to `command` ("AT+CREG?"), or starting with what stands before a final "*"
+  // ("AT+CMGD=*", "*"), letter case aside, get this reply. Of several rules the first that still applies is taken, so
+  // Answer("AT", ModemReply::Own(), 2) in front of another lets two commands pass. The echo is not part of an answer.
+  // A reply to AT+CMGS or AT+CMGW that holds ">" is a prompt: the modem then takes a PDU.
+  void Answer(std::string_view command, ModemReply reply, int times = kAlways);
+  // The same for the PDUs that follow a prompt. Unless the reply is Executed, the message is not sent.
+  void AnswerPdu(ModemReply reply, int times = kAlways);
+  // Removes all rules of both kinds.
+  void ForgetAnswers();
+  // A line of the modem's own accord: "\r\nRING\r\n".
+  void Unsolicited(std::string_view line, std::int64_t nowMs);
+  // Bytes at a later time, as they are.
+  void Output(std::string bytes, std::int64_t dueMs);
+
+  // The named faults; false for a name that is none of them.
+  static std::span<const Fault> Faults();
+  bool ApplyFault(std::string_view name);
+
+  // A lost line takes nothing and gives nothing until it is restored; what was under way is gone.
+  void LoseLine();
+  // The next `commands` command lines are answered; the one behind them finds the line lost.
+  void LoseLineAfter(int commands);
+  void RestoreLine();
+  bool IsLineLost() const;
+
+  // The message memories, "SM" and "ME".
+
+  // Puts a message there as it is, valid or not. With location 0 it takes the first free one; another replaces what is
+  // there. Returns the location, 0 when the memory is full.
+  int Store(std::string_view pdu, int stat = 0, int location = 0, std::string_view memory = "SM");
+  // An SMS-DELIVER or SMS-STATUS-REPORT from the network: stored where the modem receives into, and announced when
+  // AT+CNMI asked for it. Returns the location, 0 when the memory is full.
+  int Incoming(std::string_view pdu, std::int64_t nowMs);
+  // In the order of their locations.
+  std::vector<StoredMessage> Stored(std::string_view memory = "SM") const;
+
+  // What arrived so far, in order. A command line is given from its "AT" on, as it was written.
+  const std::vector<Received>& Commands() const;
+  const std::vector<Received>& Pdus() const;
+  // The texts of Commands alone, to compare with a list.
+  std::vector<std::string> CommandTexts() const;
+  void ForgetReceived();
+
+ private:
+  struct State;
+  std::unique_ptr<State> state_;
+};
+
+}  // namespace tavro

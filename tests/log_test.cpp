@@ -1,0 +1,128 @@
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include "engine_fixture.h"
+#include "log/log_handling.h"
+
+namespace tavro {
+namespace {
+
+using testing::ElementsAre;
+using testing::IsEmpty;
+
+class LogTest : public testing::Test {
+ protected:
+  LogTest() {
+    log_.AttachErrorState([this](std::int32_t code, std::string_view text) {
+      failures_.push_back(std::to_string(code) + " " + std::string(text));
+    });
+    log_.SetFolderPath(folder_.Path().u16string());
+  }
+
+  void Fill(std::string_view content) { std::ofstream(folder_.LogFile(), std::ios::binary) << content; }
+
+  TempFolder folder_;
+  SimulatedLine line_;
+  LogHandling log_{line_};
+  std::vector<std::string> failures_;
+};
+
+TEST_F(LogTest, WritesByLogType) {
+  for (std::int16_t type = 0; type <= 2; ++type) {
+    log_.SetLogType(type);
+    log_.WriteLog("activity");
+    log_.WriteErrorLine(1004, "Invalid data bits setting");
+  }
+  log_.WriteErrorLine(0, "no error");
+  log_.WriteErrorLine(8004, "Error opening log file");
+  log_.WriteLog("   ");
+  EXPECT_EQ(folder_.Log(),
+            "2024-03-05 14:07:09: ERROR [1004] Invalid data bits setting\r\n"
+            "2024-03-05 14:07:09: activity\r\n"
+            "2024-03-05 14:07:09: ERROR [1004] Invalid data bits setting\r\n");
+}
+
+TEST_F(LogTest, OneCallIsOneLineWhateverTheText) {
+  log_.SetLogType(2);
+  log_.WriteLog("A\r\nB");
+  log_.WriteLog("\"quotes\", \xC3\xA4\xCE\xA9");
+  log_.WriteErrorLine(-5, "x\ry");
+  EXPECT_THAT(folder_.LogLines(), ElementsAre("A<cr><lf>B", "\"quotes\", \xC3\xA4\xCE\xA9", "ERROR [-5] x<cr>y"));
+}
+
+TEST_F(LogTest, FolderMustExistAndReadsBackWithSeparator) {
+  const std::u16string kept = log_.FolderPath();
+  EXPECT_EQ(kept, folder_.Path().u16string() + u"/");
+  for (const auto& missing : {std::u16string(u"/no/such/folder"), std::u16string(), std::u16string(u"/\0tmp", 5),
+                              std::u16string(u"/\xD800"), folder_.LogFile().u16string()}) {
+    EXPECT_FALSE(log_.SetFolderPath(missing));
+    EXPECT_EQ(log_.FolderPath(), kept);
+  }
+  EXPECT_TRUE(log_.SetFolderPath(kept));
+  EXPECT_EQ(log_.FolderPath(), kept);
+}
+
+TEST_F(LogTest, StartsInTheComponentsOwnFolder) {
+  line_.SetComponentFolder(folder_.Path().u16string());
+  EXPECT_EQ(LogHandling(line_).FolderPath(), folder_.Path().u16string() + u"/");
+}
+
+TEST_F(LogTest, SizeCountsPieces) {
+  EXPECT_EQ(log_.LineCount(), 0);
+  Fill("");
+  EXPECT_EQ(log_.LineCount(), 0);
+  Fill("one\r\ntwo\r\n");
+  EXPECT_EQ(log_.LineCount(), 3);
+  Fill("one\r\ntwo");
+  EXPECT_EQ(log_.LineCount(), 2);
+  EXPECT_THAT(failures_, IsEmpty());
+}
+
+TEST_F(LogTest, ClearKeepsTheLastLines) {
+  const struct {
+    std::int16_t keep;
+    const char* left;
+  } kCases[] = {
+      {2, "4\r\n5\r\n\r\n"},
+      {0, ""},
+      {-1, ""},
+      {5, "1\r\n2\r\n3\r\n4\r\n5\r\n\r\n"},
+      {99, "1\r\n2\r\n3\r\n4\r\n5\r\n\r\n"},
+  };
+  EXPECT_TRUE(log_.Clear(0));
+  EXPECT_TRUE(log_.Clear(3));
+  EXPECT_FALSE(std::filesystem::exists(folder_.LogFile()));
+  for (const auto& c : kCases) {
+    Fill("1\r\n2\r\n3\r\n4\r\n5\r\n");
+    EXPECT_TRUE(log_.Clear(c.keep));
+    EXPECT_EQ(folder_.Log(), c.left) << c.keep;
+  }
+}
+
+TEST_F(LogTest, ReportsItsOwnFailures) {
+  log_.SetLogType(2);
+  std::filesystem::create_directory(folder_.LogFile());  // a folder in the file's place cannot be opened
+  log_.WriteLog("lost");
+  log_.WriteErrorLine(1012, "lost too");
+  EXPECT_EQ(log_.LineCount(), 0);
+  EXPECT_FALSE(log_.Clear(0));
+  EXPECT_FALSE(log_.Clear(1));
+  EXPECT_THAT(failures_, ElementsAre("8004 Error opening log file", "8004 Error opening log file",
+                                     "8008 Error getting log file size", "8007 Error clearing log file",
+                                     "8007 Error clearing log file"));
+}
+
+TEST_F(LogTest, FullDiskAndRemovedFolderAreReported) {
+  log_.SetLogType(2);
+  std::filesystem::create_symlink("/dev/full", folder_.LogFile());
+  log_.WriteLog("no room");
+  std::filesystem::remove_all(folder_.Path());
+  log_.WriteLog("no folder");
+  EXPECT_THAT(failures_, ElementsAre("8004 Error opening log file", "8004 Error opening log file"));
+  std::filesystem::create_directory(folder_.Path());
+  log_.WriteLog("back again");
+  EXPECT_THAT(folder_.LogLines(), ElementsAre("back again"));
+}
+
+}  // namespace
+}  // namespace tavro

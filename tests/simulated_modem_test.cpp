@@ -1,0 +1,420 @@
+// The simulated modem and the line to it in virtual time, on which the other tests stand.
+#include "simulator/simulated_modem.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <limits>
+#include <stdexcept>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "simulator/simulated_line.h"
+
+namespace tavro {
+namespace {
+
+using testing::ElementsAre;
+
+constexpr std::int64_t kLater = std::numeric_limits<std::int64_t>::max();
+constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
+
+std::string Talk(SimulatedModem& modem, std::string_view bytes, std::int64_t ms = 0) {
+  modem.Receive(bytes, ms);
+  return modem.TakeOutput(kLater);
+}
+
+// "hello" to +491701234567 with a status report wanted, assembled from 3GPP TS 23.040, 9.2.2.2.
+constexpr char kSubmit[] =
+    "0031000C91947110325476"
+    "0000A7"
+    "05E8329BFD06";
+constexpr char kSubmitNational[] =
+    "0011000B811007214365F7"
+    "0000A7"
+    "05E8329BFD06";
+// What 9.2.2.1 and 9.2.2.3 make of it at 2024-03-05 14:07:09 UTC in the zone of -5 hours.
+constexpr char kDelivered[] =
+    "0791947101670000"
+    "240C91947110325476"
+    "0000"
+    "4230509070900A"
+    "05E8329BFD06";
+constexpr char kReported[] =
+    "0791947101670000"
+    "06FF0C91947110325476"
+    "4230509070900A"
+    "4230509070900A"
+    "00";
+
+struct Dialogue {
+  const char* name;
+  std::vector<std::string> sent;
+  std::string answer;  // to the last one
+  ModemSettings settings = {};
+};
+
+void PrintTo(const Dialogue& dialogue, std::ostream* out) { *out << dialogue.name; }
+
+class ModemDialogue : public testing::TestWithParam<Dialogue> {};
+
+TEST_P(ModemDialogue, Answers) {
+  SimulatedModem modem(GetParam().settings);
+  std::string answer;
+  for (const std::string& bytes : GetParam().sent) answer = Talk(modem, bytes);
+  EXPECT_EQ(answer, GetParam().answer);
+}
+
+ModemSettings NoSim() {
+  ModemSettings settings;
+  settings.simPresent = false;
+  return settings;
+}
+
+ModemSettings WithPin() {
+  ModemSettings settings;
+  settings.pin = "1234";
+  return settings;
+}
+
+ModemSettings Unregistered() {
+  ModemSettings settings;
+  settings.registration = {2};
+  return settings;
+}
+
+ModemSettings OddOperator() {
+  ModemSettings settings;
+  settings.operators = {{1, "A,B;C", "A", "26299"}};
+  return settings;
+}
+
+const Dialogue kDialogues[] = {
+    {"Echo", {"AT\r\n"}, "AT\r\r\nOK\r\n"},
+    {"NoEcho", {"ATE0\r", "AT\r"}, "\r\nOK\r\n"},
+    {"LowerCase", {"ate0\r", "at+csq\r"}, "\r\n+CSQ: 23,0\r\n\r\nOK\r\n"},
+    {"BytewiseWithLineFeed", {"ATE0\r\n", "\nA", "T\r\n"}, "\r\nOK\r\n"},
+    {"NoiseInFront", {"ATE0\r", "\x80+#AT+CGSN\r"}, "\r\n490154203237518\r\n\r\nOK\r\n"},
+    {"Backspace", {"ATE0\r", "ATE1\b0\r"}, "\r\nOK\r\n"},
+    {"NoAttention", {"ATE0\r", "HELLO\r"}, ""},
+    {"Repeated", {"ATE0;+CSQ\r", "a/"}, "\r\n+CSQ: 23,0\r\n\r\nOK\r\n"},
+    {"Several",
+     {"ATE0V1+CMEE=1;+CREG?;+CMEE?\r"},
+     "ATE0V1+CMEE=1;+CREG?;+CMEE?\r\r\n+CREG: 0,1\r\n\r\n+CMEE: 1\r\n\r\nOK\r\n"},
+    {"StopsAtTheFirstError", {"ATE0\r", "AT+NONE;+CMEE=1\r", "AT+CMEE?\r"}, "\r\n+CMEE: 0\r\n\r\nOK\r\n"},
+    {"Quoted", {"ATE0\r", "AT+COPS=1,0,\"A,B;C\"\r"}, "\r\nOK\r\n", OddOperator()},
+    {"Unknown", {"ATE0+CMEE=2\r", "AT+NONE=1\r"}, "\r\nERROR\r\n"},
+    {"Numeric", {"ATE0V0\r", "AT+CSQ\r"}, "+CSQ: 23,0\r\n0\r"},
+    {"NumericError", {"ATE0V0\r", "AT+NONE\r"}, "4\r"},
+    {"Quiet", {"ATE0Q1\r", "AT\r"}, ""},
+    {"PlainError", {"ATE0\r", "AT+CPIN?\r"}, "\r\nERROR\r\n", NoSim()},
+    {"ErrorNumber", {"ATE0+CMEE=1\r", "AT+CPIN?\r"}, "\r\n+CME ERROR: 10\r\n", NoSim()},
+    {"ErrorText", {"ATE0+CMEE=2\r", "AT+CPIN?\r"}, "\r\n+CME ERROR: SIM not inserted\r\n", NoSim()},
+    {"MessageErrorNumber", {"ATE0+CMEE=1\r", "AT+CMGR=7\r"}, "\r\n+CMS ERROR: 321\r\n"},
+    {"Locked", {"ATE0+CMEE=1\r", "AT+CIMI\r"}, "\r\n+CME ERROR: 11\r\n", WithPin()},
+    {"WrongPin", {"ATE0+CMEE=1\r", "AT+CPIN=\"4321\"\r"}, "\r\n+CME ERROR: 16\r\n", WithPin()},
+    {"Pin", {"ATE0\r", "AT+CPIN=\"1234\"\r", "AT+CPIN?\r"}, "\r\n+CPIN: READY\r\n\r\nOK\r\n", WithPin()},
+    {"PukAfterThreeWrongPins",
+     {"ATE0\r", "AT+CPIN=0\r", "AT+CPIN=0\r", "AT+CPIN=0\r", "AT+CPIN?\r"},
+     "\r\n+CPIN: SIM PUK\r\n\r\nOK\r\n",
+     WithPin()},
+    {"Prompt", {"ATE0\r", "AT+CMGS=19\r"}, "\r\n> "},
+    {"Escape", {"ATE0\r", "AT+CMGS=19\r", "0011\x1b"}, "\r\nOK\r\n"},
+    {"WrongLength", {"ATE0+CMEE=1\r", "AT+CMGS=19\r", "0011\x1a"}, "\r\n+CMS ERROR: 304\r\n"},
+    {"NotRegistered",
+     {"ATE0+CMEE=1\r", "AT+CMGS=19\r", std::string(kSubmit) + "\x1a"},
+     "\r\n+CMS ERROR: 331\r\n",
+     Unregistered()},
+};
+
+INSTANTIATE_TEST_SUITE_P(Dialogues, ModemDialogue, testing::ValuesIn(kDialogues),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(SimulatedModemTest, MessageToTheOwnNumberComesBack) {
+  ModemSettings settings;
+  settings.echo = false;
+  settings.zoneMinutes = -300;
+  settings.firstReference = 255;
+  SimulatedModem modem(settings);
+  Talk(modem, "AT+CNMI=2,1,0,2,0\r");
+  Talk(modem, "AT+CMGS=19\r");
+  EXPECT_EQ(Talk(modem, kSubmit + std::string("\x1a")),
+            "\r\n+CMGS: 255\r\n\r\nOK\r\n\r\n+CMTI: \"SM\",1\r\n\r\n+CDSI: \"SM\",2\r\n");
+  const std::vector<StoredMessage> stored = modem.Stored();
+  ASSERT_EQ(stored.size(), 2u);
+  EXPECT_EQ(stored[0].pdu, kDelivered);
+  EXPECT_EQ(stored[1].pdu, kReported);
+
+  // The national form of the number; the reference begins again.
+  Talk(modem, "AT+CMGS=19\r");
+  EXPECT_EQ(Talk(modem, kSubmitNational + std::string("\x1a")), "\r\n+CMGS: 0\r\n\r\nOK\r\n\r\n+CMTI: \"SM\",3\r\n");
+  EXPECT_EQ(Talk(modem, "AT+CMGL=0\r"), "\r\n+CMGL: 1,0,,24\r\n" + std::string(kDelivered) + "\r\n+CMGL: 2,0,,25\r\n" +
+                                            kReported + "\r\n+CMGL: 3,0,,24\r\n" + modem.Stored()[2].pdu +
+                                            "\r\n\r\nOK\r\n");
+  EXPECT_EQ(Talk(modem, "AT+CMGL=0\r"), "\r\nOK\r\n") << "the listing marks them as read";
+  EXPECT_EQ(Talk(modem, "AT+CMGD=1,1\r"), "\r\nOK\r\n");
+  EXPECT_TRUE(modem.Stored().empty());
+}
+
+struct Loop {
+  const char* what;
+  int length;
+  std::string submit, deliver;  // "": refused with 304; "-": sent and gone
+};
+
+TEST(SimulatedModemTest, NetworkKeepsWhatTheReceiverNeeds) {
+  // Reply path, header, 8-bit data, absolute validity and a service centre of its own.
+  const std::string fields =
+                        "0C91947110325476"
+                        "4104",
+                    data =
+                        "07"
+                        "0500032A020141";
+  const Loop kCases[] = {
+      {"all fields", 27,
+       "0491947107"
+       "D900" +
+           fields + "42305061709000" + data,
+       "0491947107"
+       "C4" +
+           fields + "42305041709000" + data},
+      {"enhanced validity", 27,
+       "0049"
+       "00" +
+           fields + "01A70000000000" + data,
+       "0791947101670000"
+       "44" +
+           fields + "42305041709000" + data},
+      {"no validity", 20,
+       "0041"
+       "00" +
+           fields + data,
+       "0791947101670000"
+       "44" +
+           fields + "42305041709000" + data},
+      {"octet too many", 21,
+       "0041"
+       "00" +
+           fields + data + "00",
+       ""},
+      {"octet too few", 19,
+       "0041"
+       "00" +
+           fields + data.substr(0, 14),
+       ""},
+      {"no SMS-SUBMIT", 20,
+       "0040"
+       "00" +
+           fields + data,
+       ""},
+      {"another number", 20,
+       "0041"
+       "00"
+       "0C91947110325477"
+       "4104" +
+           data,
+       "-"},
+      {"last digits alone", 17,
+       "0041"
+       "00"
+       "05814365F7"
+       "4104" +
+           data,
+       "-"},
+  };
+  for (const Loop& loop : kCases) {
+    SimulatedModem modem;
+    Talk(modem, "ATE0+CMEE=1\r");
+    Talk(modem, "AT+CMGS=" + std::to_string(loop.length) + "\r");
+    EXPECT_EQ(Talk(modem, loop.submit + "\x1a"),
+              loop.deliver.empty() ? "\r\n+CMS ERROR: 304\r\n" : "\r\n+CMGS: 1\r\n\r\nOK\r\n")
+        << loop.what;
+    const std::vector<StoredMessage> stored = modem.Stored();
+    EXPECT_EQ(stored.empty() ? loop.deliver.empty() ? "" : "-" : stored[0].pdu, loop.deliver) << loop.what;
+  }
+}
+
+TEST(SimulatedModemTest, MemoriesHaveTheirCapacities) {
+  ModemSettings settings;
+  settings.echo = false;
+  settings.simCapacity = 2;
+  settings.phoneCapacity = 1;
+  SimulatedModem modem(settings);
+  EXPECT_EQ(modem.Store("00"), 1);
+  EXPECT_EQ(modem.Store("01"), 2);
+  EXPECT_EQ(modem.Store("02"), 0) << "full";
+  EXPECT_EQ(Talk(modem, "AT+CPMS=\"MT\",,\"ME\"\r"), "\r\n+CPMS: 2,3,2,2,0,1\r\n\r\nOK\r\n");
+  EXPECT_EQ(modem.Incoming("03", 0), 1);
+  EXPECT_EQ(Talk(modem, "AT+CMGD=1\r"), "\r\nOK\r\n");
+  EXPECT_EQ(Talk(modem, "AT+CMGR=3\r"), "\r\n+CMGR: 0,,0\r\n03\r\n\r\nOK\r\n") << "ME follows SM";
+  EXPECT_EQ(modem.Store("04"), 1) << "the place that became free";
+}
+
+TEST(SimulatedModemTest, RulesReplaceAnswersInTheirOrder) {
+  SimulatedModem modem;
+  modem.Settings().echo = false;
+  modem.Answer("at+csq", ModemReply::Own(), 1);
+  modem.Answer("AT+CSQ", ModemReply::Line("+CME ERROR: 515"), 1);
+  modem.Answer("AT+C*", ModemReply::Before("\r\nRING\r\n"));
+  const std::string own = "\r\n+CSQ: 23,0\r\n\r\nOK\r\n";
+  EXPECT_EQ(Talk(modem, "AT+CSQ\r"), own);
+  EXPECT_EQ(Talk(modem, "AT+CSQ\r"), "\r\n+CME ERROR: 515\r\n");
+  EXPECT_EQ(Talk(modem, "AT+CSQ\r"), "\r\nRING\r\n" + own);
+  modem.ForgetAnswers();
+
+  modem.Output("3", 20);
+  modem.Output("1", 10);
+  modem.Output("2", 10);
+  EXPECT_EQ(modem.TakeOutput(20), "123");
+  modem.Answer("AT+CSQ", ModemReply::Own().Late(200).InPieces(4, 50), 1);
+  modem.Receive("AT+CSQ\r", 1000);
+  EXPECT_EQ(modem.NextOutput(), 1200);
+  EXPECT_EQ(modem.TakeOutput(1249), own.substr(0, 4));
+  EXPECT_EQ(modem.TakeOutput(1250), own.substr(4, 4));
+  modem.Receive("AT\r", 1251);
+  EXPECT_EQ(modem.TakeOutput(kLater), own.substr(8) + "\r\nOK\r\n") << "one answer behind the other";
+
+  // The modem takes the PDU after a prompt of the test's own, and sends it though it does not say so.
+  modem.Answer("AT+CMGS=*", ModemReply::Bytes("\r\n").Then(300, "> "));
+  modem.AnswerPdu(ModemReply::Silence().Executed());
+  EXPECT_EQ(Talk(modem, "AT+CMGS=19\r", 2000), "\r\n> ");
+  EXPECT_EQ(Talk(modem, kSubmit + std::string("\x1a"), 2000), "");
+  EXPECT_EQ(modem.Stored().size(), 2u);
+
+  modem.Answer("ATI", ModemReply::Own().LineLostAfter(3));
+  EXPECT_EQ(Talk(modem, "ATI\r", 2000), "\r\nS");
+  EXPECT_TRUE(modem.IsLineLost());
+  EXPECT_EQ(Talk(modem, "AT\r", 2000), "");
+  modem.RestoreLine();
+  EXPECT_EQ(Talk(modem, "AT\r", 2000), "\r\nOK\r\n");
+  EXPECT_THAT(modem.CommandTexts(),
+              ElementsAre("AT+CSQ", "AT+CSQ", "AT+CSQ", "AT+CSQ", "AT", "AT+CMGS=19", "ATI", "AT"));
+  EXPECT_EQ(modem.Commands()[3].ms, 1000);
+}
+
+struct TimedRead {
+  const char* name;
+  SerialTimeOuts timeOuts;
+  std::uint32_t size;
+  std::vector<std::pair<std::int64_t, std::string>> output;  // when, what
+  std::string expected;
+  std::int64_t elapsedMs;
+};
+
+void PrintTo(const TimedRead& read, std::ostream* out) { *out << read.name; }
+
+class LineRead : public testing::TestWithParam<TimedRead> {};
+
+TEST_P(LineRead, EndsAsTheTimeOutsSay) {
+  SimulatedModem modem;
+  SimulatedLine line(modem, 7);
+  const SerialDriver::Handle handle = line.Open("\\\\.\\COM7");
+  ASSERT_GT(handle, 0);
+  ASSERT_TRUE(line.SetTimeOuts(handle, GetParam().timeOuts));
+  for (const auto& [ms, bytes] : GetParam().output) modem.Output(bytes, ms);
+  char buffer[16];
+  std::uint32_t count = 0;
+  ASSERT_TRUE(line.Read(handle, buffer, GetParam().size, count));
+  EXPECT_EQ(std::string(buffer, count), GetParam().expected);
+  EXPECT_EQ(line.Elapsed(), GetParam().elapsedMs);
+}
+
+constexpr SerialTimeOuts kTotal{0, 0, 750, 0, 0}, kPerByte{0, 100, 50, 0, 0}, kGap{500, kNoLimit, kNoLimit, 0, 0},
+    kGapAndTotal{500, 0, 750, 0, 0}, kAtOnce{kNoLimit, 0, 0, 0, 0}, kNone{};
+
+const TimedRead kReads[] = {
+    {"TotalEndsIt", kTotal, 9, {{100, "ab"}, {740, "c"}, {760, "d"}}, "abc", 750},
+    {"FullEndsIt", kTotal, 3, {{100, "ab"}, {740, "cd"}}, "abc", 740},
+    {"NothingComes", kTotal, 3, {}, "", 750},
+    {"MultiplierCountsTheSize", kPerByte, 4, {{400, "a"}}, "a", 450},
+    {"GapEndsIt", kGap, 9, {{0, "ab"}, {499, "c"}, {999, "d"}}, "abc", 999},
+    {"FirstByteHasNoLimit", kGap, 9, {{100000, "a"}}, "a", 100500},
+    {"TotalInFrontOfGap", kGapAndTotal, 9, {{400, "a"}}, "a", 750},
+    {"AtOnce", kAtOnce, 9, {{0, "ab"}, {1, "c"}}, "ab", 0},
+    {"NoLimitButTheSize", kNone, 2, {{5000, "a"}, {90000, "bc"}}, "ab", 90000},
+};
+
+INSTANTIATE_TEST_SUITE_P(Reads, LineRead, testing::ValuesIn(kReads),
+                         [](const auto& instance) { return std::string(instance.param.name); });
+
+TEST(SimulatedLineTest, TimeMovesOnlyInSleepsAndWaits) {
+  SimulatedModem modem;
+  SimulatedLine line(modem);
+  line.SetTickCount(0xFFFFFFFF);
+  line.SetWallClock(1000000);
+  line.At(300, [&] { line.SetWallClock(0); });
+  line.At(400, [&] { modem.Unsolicited("RING", line.Elapsed()); });
+  line.Sleep(1);
+  EXPECT_EQ(line.TickCount(), 0u) << "wraps round";
+  EXPECT_EQ(line.WallClock(), 1000001);
+
+  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
+  line.SetTimeOuts(handle, kGap);
+  char buffer[64];
+  std::uint32_t count = 0;
+  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
+  EXPECT_EQ(std::string(buffer, count), "\r\nRING\r\n");
+  EXPECT_EQ(line.Elapsed(), 900);
+  EXPECT_EQ(line.WallClock(), 600) << "set back at 300";
+  EXPECT_THROW(line.Read(handle, buffer, sizeof buffer, count), std::logic_error) << "it would hang";
+}
+
+TEST(SimulatedLineTest, CharactersTakeTheirTime) {
+  SimulatedModem modem;
+  SimulatedLine line(modem);
+  line.SetCharacterTiming(true);
+  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
+  LineState state;
+  ASSERT_TRUE(line.BuildLineState("baud=1000 parity=N data=8 stop=1", state));  // 10 ms per character
+  ASSERT_TRUE(line.SetLineState(handle, state));
+  line.SetTimeOuts(handle, {20, 0, 0, 2, 0});
+  std::uint32_t count = 0;
+  ASSERT_TRUE(line.Write(handle, "ATE0\r", 5, count));
+  EXPECT_EQ(count, 1u) << "5 characters may take 10 ms";
+  EXPECT_EQ(line.Elapsed(), 10);
+  line.SetTimeOuts(handle, {20, 0, 0, 0, 0});
+  ASSERT_TRUE(line.Write(handle, "TE0\r", 4, count));
+  char buffer[64];
+  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
+  EXPECT_EQ(std::string(buffer, count), "ATE0\r\r\nOK\r\n");
+  EXPECT_EQ(line.Elapsed(), 170) << "5 out, 10 back (the first echo came while we wrote), and the gap";
+}
+
+TEST(SimulatedLineTest, LostLineGivesWhatArrivedAndThenFails) {
+  SimulatedModem modem;
+  SimulatedLine line(modem);
+  EXPECT_EQ(line.Open("\\\\.\\COM2"), SerialDriver::kInvalidHandle);
+  EXPECT_EQ(line.LastError(), 2u);
+  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
+  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
+  EXPECT_EQ(line.LastError(), 5u);
+  line.SetTimeOuts(handle, kGap);
+  modem.Answer("AT", ModemReply::Own().Late(10).LineLostAfter(4));
+  std::uint32_t count = 0, flags = 0;
+  char buffer[64];
+  ASSERT_TRUE(line.Write(handle, "AT\r", 3, count));
+  line.Sleep(10);
+  EXPECT_TRUE(line.ClearError(handle, flags, count));
+  EXPECT_EQ(count, 7u);
+  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
+  EXPECT_EQ(std::string(buffer, count), "AT\r\r\nOK");
+  EXPECT_FALSE(line.Read(handle, buffer, sizeof buffer, count));
+  EXPECT_EQ(line.LastError(), 1167u);
+  EXPECT_FALSE(line.ClearError(handle, flags, count));
+  EXPECT_TRUE(line.Close(handle));
+  EXPECT_FALSE(line.Close(handle));
+  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
+  modem.RestoreLine();
+  EXPECT_GT(line.Open("\\\\.\\COM1"), handle);
+  EXPECT_THAT(
+      line.CallTexts(),
+      ElementsAre("CreateFile \\\\.\\COM2 -> error 2", "CreateFile \\\\.\\COM1", "CreateFile \\\\.\\COM1 -> error 5",
+                  "SetCommTimeouts 500 4294967295 4294967295 0 0", "WriteFile AT<cr> -> 3", "ClearCommError -> 7",
+                  "ReadFile 64 -> 7", "ReadFile 64 -> error 1167", "ClearCommError -> error 1167", "CloseHandle",
+                  "CloseHandle -> error 6", "CreateFile \\\\.\\COM1 -> error 2", "CreateFile \\\\.\\COM1"));
+}
+
+}  // namespace
+}  // namespace tavro

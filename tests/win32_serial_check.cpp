@@ -1,0 +1,119 @@
+// Tries the Windows serial calls and the platform on a real system or under Wine, with a modem on COM1 that answers
+// "AT". Prints a line for every step and how many failed; the exit status is 0 when none did.
+#include <chrono>
+#include <cstdio>
+#include <string>
+
+#include "platform/win32/win32_platform.h"
+
+using namespace tavro;
+
+namespace {
+
+int passed = 0, failed = 0;
+
+void Step(const char* name, bool ok, const std::string& detail = {}) {
+  ++(ok ? passed : failed);
+  std::printf("%s  %s%s%s\n", ok ? "ok    " : "FAILED", name, detail.empty() ? "" : ": ", detail.c_str());
+}
+
+// Wine lets every device be shared, whatever CreateFile is told.
+bool IsWine() { return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") != nullptr; }
+
+void CheckSerial(SerialDriver& driver) {
+  const auto step = [&](const char* name, bool ok) {
+    Step(name, ok, ok ? "" : std::to_string(driver.LastError()) + " " + driver.ErrorText(driver.LastError()));
+  };
+  const auto refused = [&](const char* name, bool ok) {
+    Step(name, ok && driver.LastError() != 0, "refused with " + driver.ErrorText(driver.LastError()));
+  };
+  const auto port = driver.Open("\\\\.\\COM1");
+  step("open", port > 0);
+  if (port <= 0) return;
+  if (!IsWine()) refused("a second open", driver.Open("\\\\.\\COM1") < 0);
+  step("set the queues up", driver.SetupQueues(port, 4096, 1024));
+  step("set the time-outs", driver.SetTimeOuts(port, {500, 0xFFFFFFFF, 0xFFFFFFFF, 2, 0}));
+
+  LineState state;
+  step("get the line state", driver.GetLineState(port, state));
+  step("build the line state", driver.BuildLineState("baud=115200 parity=N data=8 stop=1", state));
+  step("set the line state", driver.SetLineState(port, state));
+  LineState actual;
+  step("it is the one that was set", driver.GetLineState(port, actual) && actual.baudRate == 115200 &&
+                                         actual.dataBits == 8 && actual.parity == LineState::Parity::kNone &&
+                                         actual.stopBits == LineState::StopBits::kOne);
+  refused("an unknown mode", !driver.BuildLineState("baud=9600 parity=X", state));
+
+  std::uint32_t count = 0, flags = 0, queued = 0;
+  step("purge", driver.Purge(port, SerialDriver::kPurgeAll));
+  step("write", driver.Write(port, "AT\r", 3, count) && count == 3);
+  char buffer[32768];
+  const DWORD start = GetTickCount();
+  const bool read = driver.Read(port, buffer, sizeof buffer, count);
+  const DWORD elapsed = GetTickCount() - start;
+  const std::string answer(buffer, read ? count : 0);
+  Step("read to the gap", answer == "\r\nOK\r\n" && elapsed >= 480 && elapsed < 5000, std::to_string(elapsed) + " ms");
+  step("nothing more is queued", driver.ClearError(port, flags, queued) && queued == 0);
+
+  step("write again", driver.Write(port, "AT\r", 3, count) && count == 3);
+  while (queued < 6 && GetTickCount() - start < 10000 && driver.ClearError(port, flags, queued)) Sleep(1);
+  step("the answer is queued", queued == 6);
+  step("purge it",
+       driver.Purge(port, SerialDriver::kPurgeAll) && driver.ClearError(port, flags, queued) && queued == 0);
+  step("time-outs of an opened port", driver.SetTimeOuts(port, {0, 0, 50, 2, 0}));
+  step("a read of nothing", driver.Read(port, buffer, 10, count) && count == 0);
+  step("close", driver.Close(port));
+  refused("a closed port", !driver.Purge(port, SerialDriver::kPurgeAll));
+}
+
+void CheckPlatform(Platform& platform) {
+  Step("an unknown error has no text", platform.Serial().ErrorText(0x1FFFFFFF).empty());
+  Step("an error text is one line", platform.Serial().ErrorText(2).find_first_of("\r\n") == std::string::npos &&
+                                        !platform.Serial().ErrorText(2).empty());
+  const std::u16string folder = platform.ComponentFolder();
+  Step("the component's folder", platform.KindOf(folder) == PathKind::kFolder, platform.ToCodePage(folder));
+  const std::u16string file = folder + u"\\tavro-check-\u00E9.txt";
+  std::FILE* written = platform.OpenFile(file, "wb");
+  Step("a file is made", written != nullptr && std::fclose(written) == 0 && platform.KindOf(file) == PathKind::kFile);
+  DeleteFileW(std::wstring(file.begin(), file.end()).c_str());
+  Step("a file is gone", platform.KindOf(file) == PathKind::kMissing && !platform.OpenFile(file, "rb"));
+
+  const std::int64_t now = platform.WallClock();
+  const std::int64_t system =
+      std::chrono::duration_cast<std::chrono::milliseconds>(std::chrono::system_clock::now().time_since_epoch())
+          .count();
+  Step("the wall clock", system - now >= 0 && system - now < 1000);
+  SYSTEMTIME expected{};
+  GetLocalTime(&expected);
+  const LocalTime local = platform.ToLocal(now);
+  Step("local time", local.year == expected.wYear && local.month == expected.wMonth && local.day == expected.wDay &&
+                         local.hour == expected.wHour);
+
+  if (GetACP() == 1252) {
+    Step("to the code page", platform.ToCodePage(u"a\u00E9\u20AC\u0416\u0100") == "a\xE9\x80??");
+    Step("from the code page", platform.FromCodePage("a\xE9\x80\x81\xFF") == u"a\u00E9\u20AC\u0081\u00FF");
+  }
+
+  PostThreadMessageW(GetCurrentThreadId(), WM_QUIT, 7, 0);
+  platform.PumpMessages();
+  MSG message{};
+  Step("WM_QUIT is left to the host",
+       PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE) && message.message == WM_QUIT && message.wParam == 7);
+  const DWORD start = GetTickCount();
+  platform.Sleep(30);
+  Step("sleep", GetTickCount() - start >= 15);
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  const auto platform = CreateSystemPlatform({});
+  CheckSerial(platform->Serial());
+  CheckPlatform(*platform);
+  if (argc > 1 && std::string(argv[1]) == "--box") {  // waits for the user where there is a screen
+    platform->ShowMessageBox(u"A message box", MB_ICONSTOP, u"Tavro");
+    Step("a message box came back", true);
+  }
+  std::printf("%d passed, %d failed\n", passed, failed);
+  return failed == 0 ? 0 : 1;
+}
