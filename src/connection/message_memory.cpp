@@ -1,0 +1,52 @@
+#include "connection/message_memory.h"
+
+#include "base/text.h"
+
+namespace tavro {
+
+namespace {
+
+bool IsSelectable(std::string_view memory) { return memory == "SM" || memory == "ME" || memory == "MT"; }
+
+}  // namespace
+
+MessageMemory::MessageMemory(AtExchange& exchange, ErrorState& errors, LogHandling& log, Settings& settings,
+                             ConnectionState& state, Registration& registration)
+    : exchange_(exchange),
+      errors_(errors),
+      log_(log),
+      settings_(settings),
+      state_(state),
+      registration_(registration) {}
+
+bool MessageMemory::SelectMessageMemory(std::string_view memory) {
+  const std::string name = Upper(memory);
+  if (!IsSelectable(name)) {
+    errors_.SetError(kInvalidMessageMemory);
+    return false;
+  }
+  if (!registration_.EnsureReady()) return false;
+  log_.WriteLog("Setting message memory as '" + name + "'");
+  // The memory for writing, in the middle, stays as it is.
+  const std::string command = "AT+CPMS=\"" + name + "\",,\"" + name + "\"\r";
+  if (!IsGoodResponse(exchange_.SendCommand(command)) && !IsGoodResponse(exchange_.SendCommand(command))) return false;
+  settings_.messageMemory = name;
+  state_.memorySelected = true;
+  log_.WriteLog("Message memory set as '" + name + "'");
+  return true;
+}
+
+std::optional<std::string> MessageMemory::ReadMessageMemory() {
+  if (!registration_.EnsureReady()) return {};
+  log_.WriteLog("Reading message memory setting");
+  const std::string answer = exchange_.SendCommand("AT+CPMS?\r");
+  if (!IsGoodResponse(answer)) return {};
+  const std::string fields = RemoveAll(RemoveAll(CleanResponse(RemoveAll(answer, "+CPMS:")), "\""), " ");
+  std::string memory = Upper(Split(fields, ",").front());
+  if (memory.empty()) return {};
+  if (IsSelectable(memory)) settings_.messageMemory = memory;
+  log_.WriteLog("Message memory type: '" + memory + "'");
+  return memory;
+}
+
+}  // namespace tavro

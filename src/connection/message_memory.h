@@ -1,0 +1,38 @@
+// The message memory that is read, deleted from and received into (AT+CPMS, 3GPP TS 27.005, 3.2.2).
+#pragma once
+
+#include <optional>
+#include <string>
+#include <string_view>
+
+#include "connection/connection_state.h"
+#include "connection/registration.h"
+#include "link/at_exchange.h"
+#include "link/error_state.h"
+#include "link/settings.h"
+#include "log/log_handling.h"
+
+namespace tavro {
+
+class MessageMemory {
+ public:
+  MessageMemory(AtExchange& exchange, ErrorState& errors, LogHandling& log, Settings& settings, ConnectionState& state,
+                Registration& registration);
+
+  // "SM", "ME" or "MT", any letter case; 2001 is raised for any other. True when the modem took it: it is then the
+  // current memory.
+  bool SelectMessageMemory(std::string_view memory);
+  // Asks the modem which memory it reads from, and makes it the current one when it can be selected. Nothing on
+  // failure.
+  std::optional<std::string> ReadMessageMemory();
+
+ private:
+  AtExchange& exchange_;
+  ErrorState& errors_;
+  LogHandling& log_;
+  Settings& settings_;
+  ConnectionState& state_;
+  Registration& registration_;
+};
+
+}  // namespace tavro

@@ -1,0 +1,62 @@
+// Connecting to the modem and disconnecting from it.
+#pragma once
+
+#include <string>
+
+#include "connection/connection_state.h"
+#include "connection/message_memory.h"
+#include "connection/modem_initialisation.h"
+#include "connection/pin_check.h"
+#include "connection/registration.h"
+#include "link/at_exchange.h"
+#include "link/cls_comm.h"
+#include "link/error_state.h"
+#include "link/settings.h"
+#include "log/log_handling.h"
+
+namespace tavro {
+
+class ModemConnection {
+ public:
+  ModemConnection(clsCOMM& comm, AtExchange& exchange, ErrorState& errors, LogHandling& log, Settings& settings,
+                  ConnectionState& state, PinCheck& pin, Registration& registration, MessageMemory& memory,
+                  ModemInitialisation& initialisation);
+
+  // Opens the port, finds the modem and brings it into a known state. True when connected, also when it was already.
+  // On failure the port is closed and the error raised.
+  bool ConnectModem();
+  // Drops DTR and RTS and closes the port; 1007 is raised when that fails.
+  bool DisconnectModem();
+  // The same without an error: for the release of the object, which has nobody left to report to.
+  bool ClosePort();
+  bool IsConnected() const;
+
+  // Connects when the port is closed, otherwise verifies that the modem answers (1015).
+  bool EnsureConnection();
+  // Asks for PDU mode (AT+CMGF=0, 3GPP TS 27.005, 3.2.3) unless this connection was asked already. False when there was
+  // no answer; whether the mode is supported is in ConnectionState::pduSupported.
+  bool CheckPDUSupport();
+
+  void ResetConnectionState();
+
+ private:
+  bool VerifyModem();
+  bool RunConnectSteps();
+  void RestoreMessageMemory();
+  bool VerifyConnection();
+  bool FailWith(const PendingError& error);
+
+  clsCOMM& comm_;
+  AtExchange& exchange_;
+  ErrorState& errors_;
+  LogHandling& log_;
+  Settings& settings_;
+  ConnectionState& state_;
+  PinCheck& pin_;
+  Registration& registration_;
+  MessageMemory& memory_;
+  ModemInitialisation& initialisation_;
+  bool connecting_ = false;  // a command of the connection itself must not open it again
+};
+
+}  // namespace tavro

@@ -1,0 +1,50 @@
+// Bringing a modem that answers into a known state.
+#pragma once
+
+#include <string>
+
+#include "connection/pin_check.h"
+#include "connection/registration.h"
+#include "link/at_exchange.h"
+#include "link/error_state.h"
+#include "link/settings.h"
+#include "log/log_handling.h"
+#include "platform/platform.h"
+
+namespace tavro {
+
+class ModemInitialisation {
+ public:
+  ModemInitialisation(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
+                      Settings& settings, PinCheck& pin, Registration& registration);
+
+  // The whole sequence: the user's command, echo off, result codes, error format, registration. Only a modem that is
+  // not available or a PIN that fails ends it; everything else that fails is a warning.
+  bool InitializeModem();
+  // Wakes a modem that is asleep (AT+CPAS, AT+CFUN=1; 3GPP TS 27.007, 8.1 and 8.2).
+  void WakeIfAsleep();
+  // Switches unsolicited new-message indications off (AT+CNMI, 3GPP TS 27.005, 3.4.1) with mode 2, else 3.
+  void DisableNewMessageIndications();
+
+ private:
+  struct Step;
+
+  std::string ActivityStatus();
+  bool CheckActivity();
+  void RunUserInit();
+  bool RunStep(const Step& step);
+  bool SelectNetworkAutomatically();
+  void SetMinimumFunctionality();
+  void SetFullFunctionality();
+  bool DisableNewMessageIndications(const std::string& mode);
+
+  Platform& platform_;
+  AtExchange& exchange_;
+  ErrorState& errors_;
+  LogHandling& log_;
+  Settings& settings_;
+  PinCheck& pin_;
+  Registration& registration_;
+};
+
+}  // namespace tavro

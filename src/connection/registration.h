@@ -1,0 +1,46 @@
+// The network registration (AT+CREG?, 3GPP TS 27.007, 7.2).
+#pragma once
+
+#include <string>
+
+#include "connection/connection_state.h"
+#include "connection/pin_check.h"
+#include "link/at_exchange.h"
+#include "link/error_state.h"
+#include "link/settings.h"
+#include "log/log_handling.h"
+#include "platform/platform.h"
+
+namespace tavro {
+
+class Registration {
+ public:
+  Registration(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log, const Settings& settings,
+               ConnectionState& state, PinCheck& pin);
+
+  // Polls the registration until it is there or Timeout is over. On failure Error holds the reason: the PIN's error,
+  // 3002 to 3006; an error of the exchange is raised already.
+  bool Verify();
+  const PendingError& Error() const { return error_; }
+
+  // Whether the modem is ready and known to be registered; verifies it when not. On failure Error holds the reason.
+  bool EnsureRegistered();
+  // Before a query that needs the SIM or the network: whether the modem is ready on an open port; verifies the
+  // registration when not, and raises the reason on failure.
+  bool EnsureReady();
+
+ private:
+  bool CheckRegistration();
+  std::string PollStatus();
+
+  Platform& platform_;
+  AtExchange& exchange_;
+  ErrorState& errors_;
+  LogHandling& log_;
+  const Settings& settings_;
+  ConnectionState& state_;
+  PinCheck& pin_;
+  PendingError error_;
+};
+
+}  // namespace tavro
