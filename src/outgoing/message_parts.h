@@ -1,0 +1,23 @@
+// A text cut into the parts that are sent as short messages.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavro {
+
+struct MessageParts {
+  std::vector<std::u16string> texts;  // code-value strings in order; none for an empty text
+  bool concatenated = false;          // the parts say which message they belong to
+
+  // What each PDU names as the number of its message's parts.
+  std::int16_t Total() const { return concatenated ? static_cast<std::int16_t>(texts.size()) : std::int16_t{1}; }
+};
+
+// For the coding 7, 8 or 16 and a LongMessageType. What is beyond the longest message of the mode is dropped. In mode 2
+// each of several parts ends in its marker, "-Msg 2/3-".
+MessageParts PrepareParts(std::u16string_view text, int coding, std::int16_t longMessage);
+
+}  // namespace tavro

@@ -1,0 +1,47 @@
+#include "outgoing/service_centre.h"
+
+#include "base/text.h"
+#include "link/answer_fields.h"
+#include "outgoing/encodings.h"
+
+namespace tavro {
+
+ServiceCentre::ServiceCentre(AtExchange& exchange, LogHandling& log, Registration& registration)
+    : exchange_(exchange), log_(log), registration_(registration) {}
+
+bool ServiceCentre::QuerySmsc() {
+  if (!registration_.EnsureReady()) return false;
+  log_.WriteLog("Reading SMSC number");
+  const std::string answer = exchange_.SendCommand("AT+CSCA?\r");
+  if (!IsGoodResponse(answer)) return false;
+  const auto fields = AnswerFields(answer, "+CSCA:");
+  if (!IsInternationalNumber(fields[0]) && !IsNationalNumber(fields[0])) return false;
+  number_ = WithTypeOfNumber(fields[0], fields.size() > 1 ? fields[1] : "");
+  log_.WriteLog("SMSC: " + number_);
+  return true;
+}
+
+bool ServiceCentre::SetSmsc(const std::string& number) {
+  // On the line these would end the number and begin another command.
+  if (number.find_first_of("\"\r\n") != std::string::npos) return false;
+  if (!registration_.EnsureReady()) return false;
+  log_.WriteLog("Setting SMSC as '" + number + "'");
+  if (!IsGoodResponse(exchange_.SendCommand("AT+CSCA=\"" + number + "\"\r"))) return false;
+  number_ = number;
+  log_.WriteLog("SMSC number set as '" + number + "'");
+  return true;
+}
+
+std::string ServiceCentre::SmscField() const {
+  const bool international = number_.starts_with('+');
+  const std::string digits = number_.substr(international ? 1 : 0);
+  constexpr std::size_t kMaxDigits = 20;  // of an address, 3GPP TS 23.040, 9.1.2.5
+  if (digits.empty() || digits.size() > kMaxDigits || digits.find_first_not_of("0123456789") != std::string::npos) {
+    return "00";
+  }
+  const std::string semiOctets = SwapSemiOctets(digits);
+  const auto octets = static_cast<std::int16_t>(1 + semiOctets.size() / 2);
+  return ByteToHex(octets) + (international ? "91" : "81") + semiOctets;
+}
+
+}  // namespace tavro

@@ -1,0 +1,136 @@
+#include "tavro/wap.h"
+
+#include <utility>
+
+#include "base/calendar.h"
+#include "base/error_codes.h"
+#include "outgoing/encodings.h"
+#include "outgoing/push_pdu.h"
+#include "outgoing/wap_state.h"
+
+namespace tavro {
+
+namespace {
+
+// One public call: clears the last error, and raises the call's own. After the SMS object was released there is
+// nobody to tell.
+class Call {
+ public:
+  explicit Call(const Wap::State& state) : services_(state.services.lock()) {
+    if (services_) services_->errors.ClearError();
+  }
+
+  bool Fail(const ErrorDefinition& error) const {
+    if (services_) services_->errors.SetError(error);
+    return false;
+  }
+  PushSender* Sender() const { return services_ ? &services_->sender : nullptr; }
+
+ private:
+  std::shared_ptr<PushServices> services_;
+};
+
+}  // namespace
+
+Wap::Wap(std::unique_ptr<State> state) : state_(std::move(state)) {}
+Wap::~Wap() = default;
+
+std::u16string Wap::Destination() {
+  const Call call(*state_);
+  return state_->platform->FromCodePage(state_->push.destination);
+}
+
+void Wap::SetDestination(const std::u16string& number) {
+  const Call call(*state_);
+  std::string destination = state_->platform->ToCodePage(number);
+  if (IsInternationalNumber(destination) || IsNationalNumber(destination)) {
+    state_->push.destination = std::move(destination);
+  } else {
+    call.Fail(kInvalidPushDestination);
+  }
+}
+
+std::u16string Wap::Text() {
+  const Call call(*state_);
+  return state_->push.text;
+}
+
+void Wap::SetText(const std::u16string& text) {
+  const Call call(*state_);
+  if (!text.empty()) {
+    state_->push.text = text;
+  } else {
+    call.Fail(kEmptyPushText);
+  }
+}
+
+std::u16string Wap::URL() {
+  const Call call(*state_);
+  return state_->push.url;
+}
+
+void Wap::SetURL(const std::u16string& url) {
+  const Call call(*state_);
+  if (!url.empty()) {
+    state_->push.url = url;
+  } else {
+    call.Fail(kEmptyPushUrl);
+  }
+}
+
+std::int16_t Wap::Action() {
+  const Call call(*state_);
+  return state_->push.action;
+}
+
+void Wap::SetAction(std::int16_t action) {
+  const Call call(*state_);
+  const bool valid = action >= 1 && action <= 3;
+  if (!valid) call.Fail(kInvalidAction);
+  state_->push.action = valid ? action : std::int16_t{2};
+}
+
+std::optional<double> Wap::Created() {
+  const Call call(*state_);
+  return state_->push.created;
+}
+
+void Wap::SetCreated(std::optional<double> date) {
+  const Call call(*state_);
+  if (date && IsOleDate(*date)) {
+    state_->push.created = date;
+  } else {
+    call.Fail(kInvalidCreated);
+  }
+}
+
+std::u16string Wap::Expiry() {
+  const Call call(*state_);
+  return state_->platform->FromCodePage(state_->push.expiry);
+}
+
+void Wap::SetExpiry(const std::u16string& expiry) {
+  const Call call(*state_);
+  std::string text = state_->platform->ToCodePage(expiry);
+  if (IsExpiry(text)) {
+    state_->push.expiry = std::move(text);
+  } else {
+    call.Fail(kInvalidExpiry);
+  }
+}
+
+bool Wap::Send() {
+  const Call call(*state_);
+  const WapPush push = state_->push;  // the application may change the properties while it is sent
+  if (push.text.empty()) return call.Fail(kPushTextNotSpecified);
+  if (push.url.empty()) return call.Fail(kPushUrlNotSpecified);
+  if (push.destination.empty()) return call.Fail(kPushDestinationNotSpecified);
+  return call.Sender() && call.Sender()->Send(push);
+}
+
+bool Wap::IsLengthOK() {
+  const Call call(*state_);
+  return PushUserData(IndicationOf(state_->push, *state_->platform)).size() / 2 <= kMaxPushOctets;
+}
+
+}  // namespace tavro
