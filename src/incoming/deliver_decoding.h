@@ -1,0 +1,31 @@
+// One entry of a listing of stored messages (AT+CMGL in PDU mode, 3GPP TS 27.005, 4.1) made into a record.
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <string_view>
+
+#include "incoming/sim_message.h"
+#include "incoming/time_stamp.h"
+
+namespace tavro {
+
+// What is to be done with an entry.
+struct DecodedEntry {
+  enum class Action {
+    kSkip,    // leave it in the modem
+    kDelete,  // delete it from the modem: not a received message, or one with a header that is not understood
+    kStore,   // keep the record
+  };
+
+  Action action = Action::kSkip;
+  std::int16_t location = -1;  // in the modem's memory; -1 when the entry names none
+  std::string remark;          // for the log: why it is not stored, or what is odd about it; may be empty for a record
+  SIMMessage record;           // for kStore
+};
+
+// `entry` is what stands behind "+CMGL:", in capitals. Only an SMS-DELIVER that is whole is stored: one that is cut
+// short, has letters that are no digits or lengths that contradict each other is skipped.
+DecodedEntry DecodeStoredMessage(std::string_view entry, const DateNames& names);
+
+}  // namespace tavro

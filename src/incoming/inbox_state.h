@@ -1,0 +1,17 @@
+// What an Inbox object holds.
+#pragma once
+
+#include <memory>
+
+#include "incoming/incoming_services.h"
+#include "incoming/sim_box.h"
+#include "tavro/inbox.h"
+
+namespace tavro {
+
+struct Inbox::State {
+  std::shared_ptr<SIMBox> box;
+  std::weak_ptr<IncomingServices> services;
+};
+
+}  // namespace tavro

@@ -1,0 +1,22 @@
+// What a Message object holds.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+
+#include "incoming/incoming_services.h"
+#include "incoming/sim_message.h"
+#include "tavro/message.h"
+
+namespace tavro {
+
+class SIMBox;
+
+struct Message::State {
+  std::int16_t index = 0;
+  std::shared_ptr<const MessageContent> content;
+  std::weak_ptr<SIMBox> box;
+  std::weak_ptr<IncomingServices> services;
+};
+
+}  // namespace tavro
