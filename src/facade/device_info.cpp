@@ -1,0 +1,85 @@
+#include "facade/device_info.h"
+
+#include <limits>
+
+#include "base/text.h"
+#include "link/answer_fields.h"
+
+namespace tavro {
+
+// A query with one text for answer, by one command or by a second one where the modem lacks the first.
+struct DeviceInfo::Identification {
+  const char* before;
+  const char* command;
+  const char* secondCommand;
+  const char* after;
+};
+
+DeviceInfo::DeviceInfo(AtExchange& exchange, ErrorState& errors, LogHandling& log, Registration& registration)
+    : exchange_(exchange), errors_(errors), log_(log), registration_(registration) {}
+
+std::optional<std::string> DeviceInfo::Identify(const Identification& query) {
+  const auto ask = [&](const std::string& command) -> std::optional<std::string> {
+    const std::string answer = exchange_.SendCommand("AT" + command + "\r");
+    if (!IsGoodResponse(answer)) return {};
+    return CleanResponse(RemoveAll(answer, command + ":"));
+  };
+  log_.WriteLog(query.before);
+  auto value = ask(query.command);
+  if (!value && query.secondCommand && exchange_.IsPortOpen()) {
+    log_.WriteLog("AT" + std::string(query.command) + " not supported. Trying AT" + query.secondCommand);
+    value = ask(query.secondCommand);
+  }
+  if (value) log_.WriteLog(query.after + (": '" + *value + "'"));
+  return value;
+}
+
+std::optional<std::string> DeviceInfo::Manufacturer() {
+  return Identify({"Reading modem manufacturer information", "+GMI", "+CGMI", "Modem manufacturer"});
+}
+
+std::optional<std::string> DeviceInfo::Model() {
+  return Identify({"Reading modem model information", "+GMM", "+CGMM", "Modem model"});
+}
+
+std::optional<std::string> DeviceInfo::Imei() {
+  return Identify({"Reading modem IMEI", "+CGSN", "+GSN", "Modem IMEI"});
+}
+
+std::optional<std::string> DeviceInfo::Imsi() { return Identify({"Reading IMSI", "+CIMI", nullptr, "IMSI"}); }
+
+std::optional<std::string> DeviceInfo::Revision() {
+  return Identify({"Reading modem firmware revision", "+GMR", "+CGMR", "Modem Firmware Revision"});
+}
+
+std::optional<std::int16_t> DeviceInfo::BatteryLevel() {
+  log_.WriteLog("Reading battery charge level");
+  const std::string answer = exchange_.SendCommand("AT+CBC\r");
+  if (!IsGoodResponse(answer)) return {};
+  const auto fields = AnswerFields(answer, "+CBC:");
+  if (fields[0] == "2") errors_.SetError(kNoBattery);
+  if (fields[0] == "3") errors_.SetError(kPowerFault);
+  int level = 0;
+  if ((fields[0] != "0" && fields[0] != "1") || fields.size() < 2 || !ParseWhole(fields[1], level) || level < 0 ||
+      level > std::numeric_limits<std::int16_t>::max()) {
+    return {};
+  }
+  log_.WriteLog("Battery charge level: '" + std::to_string(level) + "%'");
+  return static_cast<std::int16_t>(level);
+}
+
+std::optional<std::string> DeviceInfo::OwnNumber() {
+  if (!registration_.EnsureReady()) return {};
+  log_.WriteLog("Reading own number");
+  const std::string answer = exchange_.SendCommand("AT+CNUM\r");
+  if (!IsGoodResponse(answer)) return {};
+  // A SIM with numbers for voice, data and fax gives a line for each: the first one counts.
+  const auto entries = Split(answer, "+CNUM:");
+  const auto fields = AnswerFields(entries.size() > 1 ? entries[1] : entries[0], "+CNUM:");
+  if (fields.size() < 2 || !IsNumeric(fields[1]) || Contains(fields[1], ".")) return {};
+  const std::string number = WithTypeOfNumber(fields[1], fields.size() > 2 ? fields[2] : "");
+  log_.WriteLog("Own Number: " + number);
+  return number;
+}
+
+}  // namespace tavro

@@ -1,0 +1,41 @@
+// What the modem tells of itself and of its SIM (3GPP TS 27.007, 5 and 8).
+#pragma once
+
+#include <cstdint>
+#include <optional>
+#include <string>
+
+#include "connection/registration.h"
+#include "link/at_exchange.h"
+#include "link/error_state.h"
+#include "log/log_handling.h"
+
+namespace tavro {
+
+// Every query asks the modem anew. Nothing is returned on failure; the caller then raises the query's own error, which
+// is dropped when a more precise one is raised already.
+class DeviceInfo {
+ public:
+  DeviceInfo(AtExchange& exchange, ErrorState& errors, LogHandling& log, Registration& registration);
+
+  std::optional<std::string> Manufacturer();
+  std::optional<std::string> Model();
+  std::optional<std::string> Imei();
+  std::optional<std::string> Imsi();
+  std::optional<std::string> Revision();
+  // Percent.
+  std::optional<std::int16_t> BatteryLevel();
+  std::optional<std::string> OwnNumber();
+
+ private:
+  struct Identification;
+
+  std::optional<std::string> Identify(const Identification& query);
+
+  AtExchange& exchange_;
+  ErrorState& errors_;
+  LogHandling& log_;
+  Registration& registration_;
+};
+
+}  // namespace tavro

@@ -1,0 +1,75 @@
+#include "facade/network_info.h"
+
+#include <cmath>
+#include <limits>
+
+#include "base/text.h"
+#include "link/answer_fields.h"
+
+namespace tavro {
+
+NetworkInfo::NetworkInfo(AtExchange& exchange, LogHandling& log, Registration& registration)
+    : exchange_(exchange), log_(log), registration_(registration) {}
+
+std::optional<std::int16_t> NetworkInfo::SignalDb() {
+  if (!registration_.EnsureReady()) return {};
+  log_.WriteLog("Reading GSM signal strength in DB");
+  const std::string answer = exchange_.SendCommand("AT+CSQ\r");
+  if (!IsGoodResponse(answer)) return {};
+  const auto fields = AnswerFields(answer, "+CSQ:");
+  constexpr int kNotKnown = 99;
+  int indication = 0;
+  if (!ParseWhole(fields[0], indication) || indication == kNotKnown || indication < 0 || indication > 10000) return {};
+  const int db = indication * 2 - 113;
+  log_.WriteLog("GSM signal strength: '" + std::to_string(db) + "dB'");
+  return static_cast<std::int16_t>(db);
+}
+
+std::int16_t NetworkInfo::SignalPercent(std::int16_t db) {
+  if (db == 99) return -1;
+  if (db <= -113) return 0;
+  if (db >= -51) return 100;
+  const double percent = std::nearbyint((db + 113) / 62.0 * 1000) / 10;  // to one decimal place first
+  return static_cast<std::int16_t>(std::nearbyint(percent));             // a half to the even number
+}
+
+std::optional<std::string> NetworkInfo::Operator() {
+  if (!registration_.EnsureReady()) return {};
+  log_.WriteLog("Reading network information");
+  const std::string answer = exchange_.SendCommand("AT+COPS?\r");
+  if (!IsGoodResponse(answer)) return {};
+  const auto fields = AnswerFields(answer, "+COPS:");  // mode, format, operator, access technology
+  if (fields.size() < 3 || fields[2].empty()) return {};
+  std::string name = Upper(fields[2]);
+  log_.WriteLog("Network: " + name);
+  return name;
+}
+
+// +COPS: (stat,"long name","short name","number"[,technology]),...,,(modes),(formats)
+std::optional<std::string> NetworkInfo::OperatorFromList() {
+  if (!registration_.EnsureReady()) return {};
+  log_.WriteLog("Reading network information (NetworkEx)");
+  const std::string answer = exchange_.SendCommand("AT+COPS=?\r");
+  if (!IsGoodResponse(answer)) return {};
+  std::string list = CleanResponse(RemoveAll(RemoveAll(answer, "+COPS:"), "\""));
+  list = list.substr(0, list.find(",,("));  // the modes and formats behind the operators look like operators
+
+  std::optional<std::string> current, available;  // the last of each counts
+  const auto entries = Split(list, "(");
+  for (std::size_t i = 1; i < entries.size(); ++i) {
+    const std::string entry = Trimmed(RemoveAll(RemoveAll(RemoveAll(entries[i], "),,"), "),"), ")"));
+    const auto fields = Split(entry, ",");
+    if (fields.size() < 3) continue;
+    std::string name = Trimmed(fields[1]);
+    if (name.empty()) name = Trimmed(fields[2]);
+    if (fields[0].starts_with('2')) current = name;
+    if (fields[0].starts_with('1')) available = name;
+  }
+  std::string name = current.value_or("");
+  if (!current && available && !available->empty()) name = *available + " [Available Network]";
+  if (name.empty()) return {};
+  log_.WriteLog("Network: " + name);
+  return name;
+}
+
+}  // namespace tavro
