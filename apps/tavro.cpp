@@ -1,0 +1,143 @@
+// tavro: short messages from the command line.
+//
+// Exit codes: 0 done; 1 the modem or the network refused, with the error's code and text on standard error; 2 the
+// command line is not understood.
+#include <CLI/CLI.hpp>
+#include <cstdint>
+#include <exception>
+#include <iostream>
+#include <map>
+#include <stdexcept>
+#include <string>
+
+#include "tavro_commands.h"
+
+namespace {
+
+constexpr int kDone = 0, kFailed = 1, kUsage = 2;
+
+using Choices = std::map<std::string, std::int16_t>;
+const Choices kLongMessageActions = {{"truncate", tavro::MessageTruncate},
+                                     {"split", tavro::MessageSplit},
+                                     {"formatted", tavro::MessageFormattedSplit},
+                                     {"concatenate", tavro::MessageConcatenate}};
+const Choices kActions = {{"low", 1}, {"medium", 2}, {"high", 3}};
+
+// An option that takes one of the names and stores its value.
+CLI::Option* AddChoice(CLI::App& app, const char* name, std::int16_t& value, const Choices& choices,
+                       const char* description) {
+  const auto store = [&](const std::string& choice) { value = choices.at(choice); };
+  return app.add_option_function<std::string>(name, store, description)->check(CLI::IsMember(&choices))->type_name("");
+}
+
+void AddConnectionOptions(CLI::App& app, ConnectionArguments& arguments) {
+  CLI::Option_group* line = app.add_option_group("Line", "Where the modem is");
+  line->add_option("-d,--device", arguments.device, "Device of the modem, such as /dev/ttyUSB0");
+  line->add_option("-p,--port", arguments.port, "COM port of the modem; COM1 is /dev/ttyS0");
+  line->require_option(1);
+  app.add_option("-b,--baud", arguments.baudRate, "Bits per second")->capture_default_str();
+  app.add_option("-t,--timeout", arguments.timeout, "How long to wait for an answer, in milliseconds")
+      ->capture_default_str();
+  app.add_option("--pin", arguments.pin, "PIN of the SIM; better given as TAVRO_PIN, which others cannot see")
+      ->envname("TAVRO_PIN");
+  app.add_option("--memory", arguments.memory, "Message memory: SM (SIM) or ME (modem)");
+  app.add_option("--init", arguments.initString, "Command to send while connecting");
+  app.add_option("--log", arguments.logFolder, "Folder to write Tavro.log into");
+}
+
+CLI::App* AddSend(CLI::App& app, SendArguments& arguments) {
+  CLI::App* send = app.add_subcommand("send", "Send a text and print its message references");
+  send->add_option("NUMBER", arguments.number, "Phone number")->type_name("")->required();
+  send->add_option("TEXT", arguments.text, "The text; - reads it from standard input")->type_name("")->required();
+  send->add_flag("--flash", arguments.flash, "Show it at once and store it nowhere");
+  send->add_option("--coding", arguments.coding,
+                   "7 the GSM alphabet, 8 octets, 16 UCS2; when not given, 7 if that has all characters, else 16")
+      ->check(CLI::IsMember({7, 8, 16}));
+  AddChoice(*send, "--long", arguments.longMessage, kLongMessageActions,
+            "What to do with a text that does not fit one message")
+      ->default_str("concatenate");
+  send->add_option("--validity", arguments.validity, "How long to keep trying: 30M, 12H, 1D, 2W")->default_str("1D");
+  return send;
+}
+
+CLI::App* AddPush(CLI::App& app, PushArguments& arguments) {
+  CLI::App* push = app.add_subcommand("push", "Send a WAP push: a text and the address it leads to");
+  push->add_option("NUMBER", arguments.number, "Phone number")->type_name("")->required();
+  push->add_option("TEXT", arguments.text, "The text shown")->type_name("")->required();
+  push->add_option("URL", arguments.url, "The address to open")->type_name("")->required();
+  AddChoice(*push, "--action", arguments.action, kActions, "When the phone shows it")->default_str("medium");
+  push->add_option("--expiry", arguments.expiry, "When it expires: 0 never, 12H, 3D, 1M")->capture_default_str();
+  return push;
+}
+
+CLI::App* AddList(CLI::App& app, ListArguments& arguments) {
+  CLI::App* list = app.add_subcommand("list", "List the received messages, which are read afterwards");
+  list->add_flag("--joined", arguments.joined, "Show the parts of a long message as one");
+  CLI::Option_group* which = list->add_option_group("Which", "Which messages; only all of them are numbered");
+  which->add_flag_callback(
+      "--all", [&] { arguments.type = ListArguments::kAll; }, "All (the default)");
+  which->add_flag_callback(
+      "--unread", [&] { arguments.type = ListArguments::kUnread; }, "Only unread ones");
+  which->add_flag_callback(
+      "--read", [&] { arguments.type = ListArguments::kRead; }, "Only read ones");
+  which->require_option(0, 1);
+  list->add_flag("--json", arguments.json, "Print JSON");
+  return list;
+}
+
+int Run(int argc, char** argv) {
+  CLI::App app{"Send and receive short messages through a GSM modem on a serial port.", "tavro"};
+  app.require_subcommand(1);
+  app.fallthrough();
+  app.set_version_flag("--version", TAVRO_VERSION);
+
+  ConnectionArguments connection;
+  SendArguments sendArguments;
+  PushArguments pushArguments;
+  ListArguments listArguments;
+  bool infoAsJson = false, deleteJoined = false;
+  std::int16_t deleteIndex = 0;
+  std::string atCommand;
+
+  AddConnectionOptions(app, connection);
+  CLI::App* info = app.add_subcommand("info", "Show what modem, SIM and network say of themselves");
+  info->add_flag("--json", infoAsJson, "Print JSON");
+  CLI::App* send = AddSend(app, sendArguments);
+  CLI::App* push = AddPush(app, pushArguments);
+  CLI::App* list = AddList(app, listArguments);
+  CLI::App* remove = app.add_subcommand("delete", "Delete one received message");
+  remove->add_option("INDEX", deleteIndex, "Its number in the list of all messages")->type_name("")->required();
+  remove->add_flag("--joined", deleteJoined, "The number is from a list with --joined");
+  CLI::App* clear = app.add_subcommand("clear", "Delete all received messages");
+  CLI::App* command = app.add_subcommand("command", "Send one AT command and print the answer");
+  command->add_option("COMMAND", atCommand, "The command, such as AT+CSQ")->type_name("")->required();
+
+  try {
+    app.parse(argc, argv);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error) == 0 ? kDone : kUsage;
+  }
+
+  Session session(connection);
+  if (*info) session.Info(infoAsJson);
+  if (*send) session.Send(sendArguments);
+  if (*push) session.Push(pushArguments);
+  if (*list) session.List(listArguments);
+  if (*remove) session.Delete(deleteIndex, deleteJoined);
+  if (*clear) session.Clear();
+  if (*command) session.Command(atCommand);
+  return kDone;
+}
+
+}  // namespace
+
+int main(int argc, char** argv) {
+  try {
+    const int exitCode = Run(argc, argv);
+    if (!std::cout.flush()) throw std::runtime_error("cannot write the output");
+    return exitCode;
+  } catch (const std::exception& error) {
+    std::cerr << "tavro: " << error.what() << '\n';
+    return kFailed;
+  }
+}

@@ -1,0 +1,228 @@
+#include "tavro_commands.h"
+
+#include <algorithm>
+#include <cstddef>
+#include <functional>
+#include <iostream>
+#include <iterator>
+#include <map>
+#include <nlohmann/json.hpp>
+#include <vector>
+
+#include "outgoing/encodings.h"
+
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::shared_ptr<tavro::Platform> CreatePlatform(const ConnectionArguments& arguments) {
+  std::map<int, std::string> devices;
+  if (!arguments.device.empty()) devices[1] = arguments.device;
+  return tavro::CreateSystemPlatform(devices);
+}
+
+std::string Dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
+
+// Whether the GSM 7-bit alphabet has every character; those that it lacks would arrive as question marks.
+bool FitsGsmAlphabet(const std::u16string& text) {
+  const std::u16string codes = tavro::ToGsmAlphabet(text);
+  return std::count(codes.begin(), codes.end(), u'?') == std::count(text.begin(), text.end(), u'?');
+}
+
+// A message comes from anybody: its control characters must not reach the terminal.
+std::u16string Printable(std::u16string text) {
+  for (char16_t& c : text) {
+    const bool control = c < 0x20 || (c >= 0x7F && c < 0xA0);
+    if (control && c != u'\n') c = c == u'\r' || c == u'\t' ? u' ' : u'?';
+  }
+  return text;
+}
+
+// The final result codes for a failure (3GPP TS 27.007, 9.2).
+bool IsRefusal(const std::string& answer) {
+  return answer.ends_with("ERROR") || answer.find("+CME ERROR:") != std::string::npos ||
+         answer.find("+CMS ERROR:") != std::string::npos;
+}
+
+std::string ReadStandardInput() {
+  std::string text{std::istreambuf_iterator<char>(std::cin), {}};
+  if (!text.empty() && text.back() == '\n') text.pop_back();
+  return text;
+}
+
+}  // namespace
+
+Session::Session(const ConnectionArguments& arguments) : platform_(CreatePlatform(arguments)), sms_(platform_) {
+  if (!arguments.logFolder.empty()) {
+    sms_.SetLogFolderPath(FromUtf8(arguments.logFolder));
+    Check();
+    sms_.SetLogType(2);
+    Check();
+  }
+  sms_.SetPort(arguments.device.empty() ? FromUtf8(arguments.port) : u"COM1");
+  Check();
+  sms_.SetBaudRate(arguments.baudRate);
+  Check();
+  sms_.SetTimeout(arguments.timeout);
+  Check();
+  sms_.SetModemInitString(FromUtf8(arguments.initString));
+  if (!arguments.pin.empty()) sms_.SetPIN(FromUtf8(arguments.pin));
+  sms_.Connect();
+  Check();
+  if (!arguments.memory.empty()) {
+    sms_.SetMessageMemory(FromUtf8(arguments.memory));
+    Check();
+  }
+}
+
+void Session::Check() {
+  if (sms_.ErrorCode() == 0) return;
+  throw OperationFailed("error " + std::to_string(sms_.ErrorCode()) + ": " + ToUtf8(sms_.ErrorDescription()));
+}
+
+void Session::Info(bool json) {
+  struct Item {
+    const char* label;
+    const char* key;
+    std::function<Json()> read;
+  };
+  const std::vector<Item> items = {
+      {"Manufacturer", "manufacturer", [&] { return ToUtf8(sms_.Manufacturer()); }},
+      {"Model", "model", [&] { return ToUtf8(sms_.Model()); }},
+      {"Revision", "revision", [&] { return ToUtf8(sms_.Revision()); }},
+      {"IMEI", "imei", [&] { return ToUtf8(sms_.IMEI()); }},
+      {"IMSI", "imsi", [&] { return ToUtf8(sms_.IMSI()); }},
+      {"Own number", "ownNumber", [&] { return ToUtf8(sms_.OwnNumber()); }},
+      {"Service centre", "serviceCentre", [&] { return ToUtf8(sms_.SMSC()); }},
+      {"Operator", "operator", [&] { return ToUtf8(sms_.Network()); }},
+      {"Signal (percent)", "signalPercent", [&] { return sms_.SignalStrength(); }},
+      {"Signal (dB)", "signalDb", [&] { return sms_.SignalStrengthDB(); }},
+      {"Battery (percent)", "batteryPercent", [&] { return sms_.BatteryLevel(); }},
+      {"Message memory", "messageMemory", [&] { return ToUtf8(sms_.MessageMemory()); }},
+  };
+  Json result = Json::object();
+  std::string failure;
+  for (const Item& item : items) {
+    Json value = item.read();
+    std::string shown = value.is_string() ? value.get<std::string>() : value.dump();
+    try {
+      Check();
+    } catch (const OperationFailed& error) {  // few modems know everything
+      value = nullptr;
+      failure = error.what();
+      shown = "unknown (" + failure + ")";
+    }
+    result[item.key] = value;
+    if (!json) std::cout << item.label << ": " << shown << '\n';
+  }
+  if (json) std::cout << Dump(result) << '\n';
+  if (std::all_of(result.begin(), result.end(), [](const Json& value) { return value.is_null(); })) {
+    throw OperationFailed(failure);
+  }
+}
+
+void Session::Send(const SendArguments& arguments) {
+  const std::u16string text = FromUtf8(arguments.text == "-" ? ReadStandardInput() : arguments.text);
+  const std::int16_t fittingCoding = FitsGsmAlphabet(text) ? 7 : 16;
+  sms_.SetCharacter(arguments.coding == 0 ? fittingCoding : arguments.coding);
+  Check();
+  sms_.SetLongMessage(arguments.longMessage);
+  Check();
+  if (!arguments.validity.empty()) {
+    sms_.SetValidity(FromUtf8(arguments.validity));
+    Check();
+  }
+  const auto references = sms_.SendSMS(FromUtf8(arguments.number), text, arguments.flash);
+  Check();
+  std::cout << ToUtf8(references.value_or(u"")) << '\n';
+}
+
+void Session::Push(const PushArguments& arguments) {
+  const auto push = sms_.WapPush();
+  push->SetDestination(FromUtf8(arguments.number));
+  Check();
+  push->SetText(FromUtf8(arguments.text));
+  Check();
+  push->SetURL(FromUtf8(arguments.url));
+  Check();
+  push->SetAction(arguments.action);
+  Check();
+  push->SetExpiry(FromUtf8(arguments.expiry));
+  Check();
+  push->Send();
+  Check();
+}
+
+void Session::ReadInbox(const ListArguments& arguments) {
+  sms_.Inbox()->SetConcatenate(arguments.joined);
+  if (arguments.type == ListArguments::kAll) {
+    // A listing puts the read messages first and then makes all of them read. Done twice, the order is the same each
+    // time, and a number shown by `list` names the same message in `delete`.
+    sms_.Inbox()->Refresh(ListArguments::kUnread);
+    Check();
+  }
+  sms_.Inbox()->Refresh(arguments.type);
+  Check();
+}
+
+void Session::Print(const tavro::Message& message, bool numbered) {
+  if (numbered) std::cout << message.Index() << "  ";
+  std::cout << ToUtf8(Printable(message.Phone())) << "  " << ToUtf8(message.TimeStampRFC()) << '\n';
+  std::u16string text = Printable(message.Text());
+  for (std::size_t lineEnd = text.find(u'\n'); lineEnd != std::u16string::npos;
+       lineEnd = text.find(u'\n', lineEnd + 1)) {
+    text.insert(lineEnd + 1, u"    ");
+  }
+  std::cout << "    " << ToUtf8(text) << '\n';
+}
+
+void Session::List(const ListArguments& arguments) {
+  ReadInbox(arguments);
+  const bool numbered = arguments.type == ListArguments::kAll;
+  Json list = Json::array();
+  for (const tavro::Message& message : *sms_.Inbox()) {
+    if (!arguments.json) {
+      Print(message, numbered);
+      continue;
+    }
+    Json entry = Json::object();
+    if (numbered) entry["index"] = message.Index();
+    entry["from"] = ToUtf8(message.Phone());
+    entry["text"] = ToUtf8(message.Text());
+    entry["time"] = ToUtf8(message.TimeStampRFC());
+    entry["timeZone"] = message.TimeZone();
+    entry["serviceCentre"] = ToUtf8(message.SMSC());
+    list.push_back(std::move(entry));
+  }
+  if (arguments.json) std::cout << Dump(list) << '\n';
+}
+
+void Session::Delete(std::int16_t index, bool joined) {
+  ListArguments all;
+  all.joined = joined;
+  ReadInbox(all);
+  const auto message = sms_.Inbox()->Message(index);
+  Check();
+  message->Delete();
+  Check();
+  std::cout << "Deleted:\n";
+  Print(*message, true);
+}
+
+void Session::Clear() {
+  ReadInbox({});
+  const std::int16_t count = sms_.Inbox()->Count();
+  if (count > 0) {
+    sms_.Inbox()->Clear();
+    Check();
+  }
+  std::cout << count << (count == 1 ? " message" : " messages") << " deleted\n";
+}
+
+void Session::Command(std::string command) {
+  if (command.empty() || command.back() != '\r') command += '\r';
+  const std::string answer = ToUtf8(sms_.Command(FromUtf8(command)));
+  Check();
+  if (IsRefusal(answer)) throw OperationFailed("the modem answered " + answer);
+  std::cout << answer << '\n';
+}

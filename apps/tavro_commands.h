@@ -1,0 +1,77 @@
+// What the subcommands of `tavro` do, once the command line is understood.
+#pragma once
+
+#include <cstdint>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "platform/platform.h"
+#include "tavro/sms.h"
+
+struct ConnectionArguments {
+  std::string device;  // a path, or
+  std::string port;    // "COMn"
+  std::int32_t baudRate = 19200;
+  std::int32_t timeout = 30000;  // ms
+  std::string pin;
+  std::string memory;      // "SM" or "ME"; empty: as it is
+  std::string initString;  // a command sent while connecting
+  std::string logFolder;   // empty: no log
+};
+
+struct SendArguments {
+  std::string number;
+  std::string text;         // "-": what standard input holds
+  std::int16_t coding = 0;  // 7, 8 or 16; 0: 7 where that keeps the text, 16 otherwise
+  std::int16_t longMessage = tavro::MessageConcatenate;
+  std::string validity;  // empty: the component's own
+  bool flash = false;
+};
+
+struct PushArguments {
+  std::string number;
+  std::string text;
+  std::string url;
+  std::int16_t action = 2;
+  std::string expiry = "0";
+};
+
+struct ListArguments {
+  static constexpr std::int16_t kUnread = 0, kRead = 1, kAll = 2;
+  std::int16_t type = kAll;
+  bool joined = false;
+  bool json = false;
+};
+
+// The last call's error, as text for the user: "error 1034: Modem not found on the specified serial port".
+class OperationFailed : public std::runtime_error {
+  using std::runtime_error::runtime_error;
+};
+
+// One connection to a modem. Each command prints its result on standard output and throws OperationFailed on failure.
+class Session {
+ public:
+  // Sets everything up and connects.
+  explicit Session(const ConnectionArguments& arguments);
+
+  void Info(bool json);
+  void Send(const SendArguments& arguments);
+  void Push(const PushArguments& arguments);
+  void List(const ListArguments& arguments);
+  // The message that List shows under this number when it lists all, joined or not.
+  void Delete(std::int16_t index, bool joined);
+  void Clear();
+  void Command(std::string command);
+
+ private:
+  std::u16string FromUtf8(const std::string& text) { return platform_->FromCodePage(text); }
+  std::string ToUtf8(const std::u16string& text) { return platform_->ToCodePage(text); }
+  // Throws when the last call failed.
+  void Check();
+  void ReadInbox(const ListArguments& arguments);
+  void Print(const tavro::Message& message, bool numbered);
+
+  std::shared_ptr<tavro::Platform> platform_;
+  tavro::SMS sms_;
+};
