@@ -1,0 +1,16 @@
+// The class Inbox.
+#pragma once
+
+#include <wrl/client.h>
+
+#include <memory>
+
+#include "tavro/inbox.h"
+#include "tavro_idl.h"
+
+namespace tavro::automation {
+
+// Throws std::bad_alloc.
+Microsoft::WRL::ComPtr<_Inbox> MakeInbox(std::shared_ptr<tavro::Inbox> inbox);
+
+}  // namespace tavro::automation

@@ -1,0 +1,37 @@
+#include "automation/wap_object.h"
+
+#include "automation/dispatch_object.h"
+
+namespace tavro::automation {
+namespace {
+
+using tavro::Wap;
+
+class WapObject final : public DispatchObject<_Wap, &CLSID_Wap> {
+ public:
+  explicit WapObject(std::shared_ptr<Wap> wap) : wap_(std::move(wap)) {}
+
+  STDMETHODIMP get_Destination(BSTR* value) override { return Get(*wap_, &Wap::Destination, value); }
+  STDMETHODIMP put_Destination(BSTR value) override { return Put(*wap_, &Wap::SetDestination, value); }
+  STDMETHODIMP get_Text(BSTR* value) override { return Get(*wap_, &Wap::Text, value); }
+  STDMETHODIMP put_Text(BSTR value) override { return Put(*wap_, &Wap::SetText, value); }
+  STDMETHODIMP get_URL(BSTR* value) override { return Get(*wap_, &Wap::URL, value); }
+  STDMETHODIMP put_URL(BSTR value) override { return Put(*wap_, &Wap::SetURL, value); }
+  STDMETHODIMP get_Action(SHORT* value) override { return Get(*wap_, &Wap::Action, value); }
+  STDMETHODIMP put_Action(SHORT value) override { return Put(*wap_, &Wap::SetAction, value); }
+  STDMETHODIMP get_Created(VARIANT* value) override { return Get(*wap_, &Wap::Created, value); }
+  STDMETHODIMP put_Created(VARIANT value) override { return Put(*wap_, &Wap::SetCreated, value); }
+  STDMETHODIMP get_Expiry(BSTR* value) override { return Get(*wap_, &Wap::Expiry, value); }
+  STDMETHODIMP put_Expiry(BSTR value) override { return Put(*wap_, &Wap::SetExpiry, value); }
+  STDMETHODIMP Send(VARIANT_BOOL* value) override { return Get(*wap_, &Wap::Send, value); }
+  STDMETHODIMP IsLengthOK(VARIANT_BOOL* value) override { return Get(*wap_, &Wap::IsLengthOK, value); }
+
+ private:
+  const std::shared_ptr<Wap> wap_;
+};
+
+}  // namespace
+
+ComPtr<_Wap> MakeWap(std::shared_ptr<tavro::Wap> wap) { return MakeObject<WapObject>(std::move(wap)); }
+
+}  // namespace tavro::automation
