@@ -11,11 +11,7 @@ $sms = New-Object -ComObject Tavro.SMS
 
 # Errors are values: after each call, ask.
 function Assert-Success([string] $Action) {
-    # A getter clears the error, so both are read before anything else.
-    if ($sms.IsError()) {
-        $code, $description = $sms.ErrorCode, $sms.ErrorDescription
-        throw "$Action failed: $code $description"
-    }
+    if ($sms.IsError()) { throw "$Action failed: $($sms.ErrorCode) $($sms.ErrorDescription)" }
 }
 
 $sms.Port = $Port
