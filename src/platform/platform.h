@@ -29,6 +29,9 @@ class Platform {
   virtual std::int64_t WallClock() = 0;
   virtual LocalTime ToLocal(std::int64_t wallClock) = 0;
   virtual void Sleep(std::uint32_t milliseconds) = 0;
+  // Whether the program wants to end: every wait for the modem and every pause then ends at once, nothing more is
+  // sent but what cancels a message that was begun, and the call that is under way fails.
+  virtual bool IsInterrupted() { return false; }
   // Lets the window messages that are pending in this thread run, so that a host's user interface stays alive.
   virtual void PumpMessages() = 0;
   // A modal box; `style` is that of the Win32 MessageBox (16: stop icon, OK button). Returns at once, and shows
