@@ -161,11 +161,13 @@ TEST_F(AtExchangeTest, ClosedPortAsksForTheConnectionOnce) {
   comm_.CommClose(1);
   EXPECT_EQ(exchange_.SendCommand("AT\r"), "");
   int asked = 0;
-  exchange_.SetReconnect([&] {
-    ++asked;
-    Open();
-    if (asked == 1) errors_.SetError(kModemNotFound);
-  });
+  exchange_.SetConnection(
+      [&] {
+        ++asked;
+        Open();
+        if (asked == 1) errors_.SetError(kModemNotFound);
+      },
+      {});
   EXPECT_EQ(exchange_.SendCommand("AT\r"), "");  // open again, but with an error
   EXPECT_EQ(errors_.LastErrorCode(), 1034);
   comm_.CommClose(1);

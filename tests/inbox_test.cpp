@@ -237,6 +237,7 @@ TEST(MessageReaderAndDeleter, PduModeAndRegistration) {
     EXPECT_FALSE(gsm.reader.ReadMessages(*box, 2, true));
     EXPECT_EQ(gsm.reader.Error().code, c.readCode);
     gsm.state.pduSupportChecked = gsm.state.registered = false;
+    box->SetMemory("SM");
     EXPECT_FALSE(gsm.deleter.DeleteStoredMessage(*box, 1, {1}));
     EXPECT_EQ(gsm.deleter.Error().code, c.deleteCode);
     EXPECT_THAT(modem.CommandTexts(), Contains("AT+CPMS=\"SM\",,\"SM\"").Times(2));

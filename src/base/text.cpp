@@ -60,6 +60,13 @@ bool Contains(std::string_view text, std::string_view part) { return text.find(p
 
 bool ContainsNoCase(std::string_view text, std::string_view part) { return Contains(Upper(text), part); }
 
+bool IsQuotable(std::string_view text) {
+  return std::none_of(text.begin(), text.end(), [](char c) {
+    const auto octet = static_cast<unsigned char>(c);
+    return octet < 0x20 || octet == 0x7F || c == '"';
+  });
+}
+
 std::vector<std::string_view> Split(std::string_view text, std::string_view separator) {
   std::vector<std::string_view> pieces;
   std::size_t start = 0;

@@ -17,6 +17,9 @@ std::string RemoveAll(std::string_view text, std::string_view part);
 bool Contains(std::string_view text, std::string_view part);
 // Whether the letters a to z count as capitals in `text`; `part` is in capitals.
 bool ContainsNoCase(std::string_view text, std::string_view part);
+// Whether the text can stand between quotes in a command: it has no quote, and no control character, which would end
+// the command or take back what stands before it.
+bool IsQuotable(std::string_view text);
 // The pieces between the separators; an empty text has one empty piece.
 std::vector<std::string_view> Split(std::string_view text, std::string_view separator);
 // A decimal number, optionally signed, with an optional decimal point and an optional exponent, spaces around it

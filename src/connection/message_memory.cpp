@@ -10,14 +10,8 @@ bool IsSelectable(std::string_view memory) { return memory == "SM" || memory == 
 
 }  // namespace
 
-MessageMemory::MessageMemory(AtExchange& exchange, ErrorState& errors, LogHandling& log, Settings& settings,
-                             ConnectionState& state, Registration& registration)
-    : exchange_(exchange),
-      errors_(errors),
-      log_(log),
-      settings_(settings),
-      state_(state),
-      registration_(registration) {}
+MessageMemory::MessageMemory(const Dialogue& dialogue, Registration& registration)
+    : DialoguePart(dialogue), registration_(registration) {}
 
 bool MessageMemory::SelectMessageMemory(std::string_view memory) {
   const std::string name = Upper(memory);

@@ -5,19 +5,14 @@
 #include <string>
 #include <string_view>
 
-#include "connection/connection_state.h"
 #include "connection/registration.h"
-#include "link/at_exchange.h"
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
-class MessageMemory {
+class MessageMemory : DialoguePart {
  public:
-  MessageMemory(AtExchange& exchange, ErrorState& errors, LogHandling& log, Settings& settings, ConnectionState& state,
-                Registration& registration);
+  MessageMemory(const Dialogue& dialogue, Registration& registration);
 
   // "SM", "ME" or "MT", any letter case; 2001 is raised for any other. True when the modem took it: it is then the
   // current memory.
@@ -27,11 +22,6 @@ class MessageMemory {
   std::optional<std::string> ReadMessageMemory();
 
  private:
-  AtExchange& exchange_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  Settings& settings_;
-  ConnectionState& state_;
   Registration& registration_;
 };
 

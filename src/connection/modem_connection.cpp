@@ -5,22 +5,19 @@
 
 namespace tavro {
 
-ModemConnection::ModemConnection(clsCOMM& comm, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                                 Settings& settings, ConnectionState& state, PinCheck& pin, Registration& registration,
+ModemConnection::ModemConnection(const Dialogue& dialogue, clsCOMM& comm, PinCheck& pin, Registration& registration,
                                  MessageMemory& memory, ModemInitialisation& initialisation)
-    : comm_(comm),
-      exchange_(exchange),
-      errors_(errors),
-      log_(log),
-      settings_(settings),
-      state_(state),
+    : DialoguePart(dialogue),
+      comm_(comm),
       pin_(pin),
       registration_(registration),
       memory_(memory),
       initialisation_(initialisation) {
-  exchange_.SetReconnect([this] {
-    if (!connecting_) ConnectModem();
-  });
+  exchange_.SetConnection(
+      [this] {
+        if (!connecting_) ConnectModem();
+      },
+      [this] { DisconnectModem(); });
 }
 
 bool ModemConnection::IsConnected() const { return comm_.IsOpen(settings_.portNumber); }
@@ -32,11 +29,16 @@ void ModemConnection::ResetConnectionState() {
 
 bool ModemConnection::ConnectModem() {
   if (IsConnected()) return true;
+  if (const PendingError& end = errors_.CallEnd()) {
+    errors_.SetError(end);
+    return false;
+  }
   if (!ParsePortName(settings_.port)) {
     errors_.SetError(kCannotFindComPort);
     return false;
   }
   ResetConnectionState();
+  ++count_;
   const std::string mode = "baud=" + std::to_string(settings_.baudRate) + " parity=" + settings_.parity +
                            " data=" + std::to_string(settings_.dataBits) + " stop=" + settings_.stopBits;
   log_.WriteLog("Opening port " + settings_.port + " [" + mode + "]");
@@ -52,36 +54,47 @@ bool ModemConnection::ConnectModem() {
 }
 
 bool ModemConnection::RunConnectSteps() {
-  // A line that cannot be set, as on a pseudo-terminal, is no obstacle.
-  comm_.CommSetLine(settings_.portNumber, clsCOMM::kLineRts, 1);
-  comm_.CommSetLine(settings_.portNumber, clsCOMM::kLineDtr, 1);
+  RaiseLines();
   exchange_.Purge();
-  if (!VerifyModem()) {
-    errors_.ClearError();
-    return FailWith(kModemNotFound);
-  }
+  if (!VerifyModem()) return DropAndFailWith(kModemNotFound);
   initialisation_.WakeIfAsleep();
-  if (!pin_.CheckPIN()) {
-    errors_.ClearError();
-    return FailWith(pin_.Error());
+  if (!pin_.CheckPIN()) return DropAndFailWith(pin_.Error());
+  if (!initialisation_.InitializeModem()) {
+    DropLines();
+    return FailWith(errors_.Last());
   }
-  if (!initialisation_.InitializeModem()) return FailWith(errors_.Last());
-  if (!registration_.EnsureRegistered()) {
-    errors_.ClearError();
-    return FailWith(registration_.Error());
-  }
+  if (!registration_.EnsureRegistered()) return DropAndFailWith(registration_.Error());
   if (!CheckPDUSupport() || !state_.pduSupported) return FailWith(kConnectNoPduMode);
   initialisation_.DisableNewMessageIndications();
   RestoreMessageMemory();
-  return true;
+  // What failed since was no reason to give up, but a device that is gone is.
+  return IsConnected() || FailWith({});
 }
 
-// Closes the port and raises the error, or the port's own where there is none.
+// Raises the error, or the port's own where there is none, and closes the port.
 bool ModemConnection::FailWith(const PendingError& error) {
+  const std::string portError = comm_.ErrorText();
   if (error) errors_.SetError(error);
-  if (!errors_.IsPending()) errors_.SetError(kSerialPortError, comm_.ErrorText());
   DisconnectModem();
+  if (!errors_.IsPending()) errors_.SetError(kSerialPortError, portError);
   return false;
+}
+
+bool ModemConnection::DropAndFailWith(const PendingError& error) {
+  DropLines();
+  errors_.ClearError();
+  return FailWith(error);
+}
+
+// A line that cannot be set, as on a pseudo-terminal, is no obstacle.
+void ModemConnection::RaiseLines() {
+  comm_.CommSetLine(settings_.portNumber, clsCOMM::kLineRts, 1);
+  comm_.CommSetLine(settings_.portNumber, clsCOMM::kLineDtr, 1);
+}
+
+void ModemConnection::DropLines() {
+  comm_.CommSetLine(settings_.portNumber, clsCOMM::kLineDtr, 0);
+  comm_.CommSetLine(settings_.portNumber, clsCOMM::kLineRts, 0);
 }
 
 bool ModemConnection::VerifyModem() {
@@ -107,9 +120,9 @@ bool ModemConnection::CheckPDUSupport() {
   return true;
 }
 
+// Reading and deleting select it again; a connection does not fail for it, and nothing is raised.
 void ModemConnection::RestoreMessageMemory() {
-  // Reading and deleting select it again; a connection does not fail for it.
-  if (!memory_.SelectMessageMemory(settings_.messageMemory)) errors_.Warn(kMessageMemoryNotSupported);
+  if (!memory_.SelectMessageMemory(settings_.messageMemory)) errors_.ClearError();
 }
 
 bool ModemConnection::EnsureConnection() { return IsConnected() ? VerifyConnection() : ConnectModem(); }
@@ -127,8 +140,7 @@ bool ModemConnection::VerifyConnection() {
 
 bool ModemConnection::ClosePort() {
   if (!IsConnected()) return true;
-  comm_.CommSetLine(settings_.portNumber, clsCOMM::kLineDtr, 0);
-  comm_.CommSetLine(settings_.portNumber, clsCOMM::kLineRts, 0);
+  DropLines();
   return comm_.CommClose(settings_.portNumber) == 0;
 }
 

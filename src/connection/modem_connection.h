@@ -3,28 +3,25 @@
 
 #include <string>
 
-#include "connection/connection_state.h"
 #include "connection/message_memory.h"
 #include "connection/modem_initialisation.h"
 #include "connection/pin_check.h"
 #include "connection/registration.h"
-#include "link/at_exchange.h"
 #include "link/cls_comm.h"
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
-class ModemConnection {
+class ModemConnection : DialoguePart {
  public:
-  ModemConnection(clsCOMM& comm, AtExchange& exchange, ErrorState& errors, LogHandling& log, Settings& settings,
-                  ConnectionState& state, PinCheck& pin, Registration& registration, MessageMemory& memory,
-                  ModemInitialisation& initialisation);
+  ModemConnection(const Dialogue& dialogue, clsCOMM& comm, PinCheck& pin, Registration& registration,
+                  MessageMemory& memory, ModemInitialisation& initialisation);
 
   // Opens the port, finds the modem and brings it into a known state. True when connected, also when it was already.
   // On failure the port is closed and the error raised.
   bool ConnectModem();
+  // How often the port was opened: a number that differs tells of another connection.
+  int Count() const { return count_; }
   // Drops DTR and RTS and closes the port; 1007 is raised when that fails.
   bool DisconnectModem();
   // The same without an error: for the release of the object, which has nobody left to report to.
@@ -42,20 +39,19 @@ class ModemConnection {
  private:
   bool VerifyModem();
   bool RunConnectSteps();
+  void RaiseLines();
+  void DropLines();
   void RestoreMessageMemory();
   bool VerifyConnection();
   bool FailWith(const PendingError& error);
+  bool DropAndFailWith(const PendingError& error);
 
   clsCOMM& comm_;
-  AtExchange& exchange_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  Settings& settings_;
-  ConnectionState& state_;
   PinCheck& pin_;
   Registration& registration_;
   MessageMemory& memory_;
   ModemInitialisation& initialisation_;
+  int count_ = 0;
   bool connecting_ = false;  // a command of the connection itself must not open it again
 };
 

@@ -32,15 +32,8 @@ struct ModemInitialisation::Step {
   const ErrorDefinition* errorResponse;
 };
 
-ModemInitialisation::ModemInitialisation(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                                         Settings& settings, PinCheck& pin, Registration& registration)
-    : platform_(platform),
-      exchange_(exchange),
-      errors_(errors),
-      log_(log),
-      settings_(settings),
-      pin_(pin),
-      registration_(registration) {}
+ModemInitialisation::ModemInitialisation(const Dialogue& dialogue, PinCheck& pin, Registration& registration)
+    : DialoguePart(dialogue), pin_(pin), registration_(registration) {}
 
 bool ModemInitialisation::InitializeModem() {
   static const Step kEchoOff{"Disable modem echo", "ATE0\r", kEchoOffNoResponse, &kEchoOffFailed,
@@ -59,6 +52,7 @@ bool ModemInitialisation::InitializeModem() {
   RunStep(kLongResultCodes);
   bool defaultsDone = RunStep(kNumericErrors);
   defaultsDone = RunStep(kRegistrationCodesOff) && defaultsDone;
+  if (!exchange_.IsPortOpen()) return false;  // the device is gone
   if (!registration_.Verify()) defaultsDone = SelectNetworkAutomatically() && defaultsDone;
   if (!defaultsDone) errors_.Warn(kDefaultInitFailed);
   return true;

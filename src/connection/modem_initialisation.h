@@ -5,18 +5,13 @@
 
 #include "connection/pin_check.h"
 #include "connection/registration.h"
-#include "link/at_exchange.h"
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
-#include "platform/platform.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
-class ModemInitialisation {
+class ModemInitialisation : DialoguePart {
  public:
-  ModemInitialisation(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                      Settings& settings, PinCheck& pin, Registration& registration);
+  ModemInitialisation(const Dialogue& dialogue, PinCheck& pin, Registration& registration);
 
   // The whole sequence: the user's command, echo off, result codes, error format, registration. Only a modem that is
   // not available or a PIN that fails ends it; everything else that fails is a warning.
@@ -38,11 +33,6 @@ class ModemInitialisation {
   void SetFullFunctionality();
   bool DisableNewMessageIndications(const std::string& mode);
 
-  Platform& platform_;
-  AtExchange& exchange_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  Settings& settings_;
   PinCheck& pin_;
   Registration& registration_;
 };

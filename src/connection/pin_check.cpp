@@ -20,10 +20,6 @@ PendingError ErrorOfNumber(std::string_view number) {
 
 }  // namespace
 
-PinCheck::PinCheck(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                   const Settings& settings, ConnectionState& state)
-    : platform_(platform), exchange_(exchange), errors_(errors), log_(log), settings_(settings), state_(state) {}
-
 bool PinCheck::QueryState() {
   error_ = {};
   exchange_.CheckCommandResponse("AT+CMEE=1\r");
@@ -67,30 +63,36 @@ bool PinCheck::CheckPIN() {
 }
 
 bool PinCheck::SendPin() {
-  const auto fail = [this](const ErrorDefinition& error) {
-    error_ = error;
-    return false;
-  };
-  if (settings_.pin.empty()) return fail(kBlankPin);
-  // On the line these would end the PIN and begin another command.
-  if (settings_.pin.find_first_of("\"\r\n") != std::string::npos) return fail(kInvalidPin);
+  error_ = errors_.CallEnd();
+  if (error_) return false;
+  if (settings_.pin.empty()) {
+    error_ = kBlankPin;
+  } else if (!IsQuotable(settings_.pin)) {
+    error_ = kInvalidPin;
+  } else {
+    error_ = Unlock();
+    if (error_) errors_.EndCall(error_);
+  }
+  return !error_;
+}
 
+PendingError PinCheck::Unlock() {
   log_.WriteLog("Sending PIN [" + settings_.pin + "]");
   const std::string answer =
       Upper(CleanResponse(exchange_.CheckCommandResponse("AT+CPIN=\"" + settings_.pin + "\"\r"), false));
-  const WholeSecondWait wait(platform_, settings_.timeout);
-  if (errors_.IsPending()) return fail(kPinCommunicationError);
-  if (Contains(answer, "ERROR")) return fail(kInvalidPin);
-  if (!Contains(answer, "OK")) return fail(kUnknownErrorSendingPin);
+  const WholeSecondWait sinceSent = exchange_.SinceCommand();
+  if (errors_.IsPending()) return kPinCommunicationError;
+  if (Contains(answer, "ERROR")) return kInvalidPin;
+  if (!Contains(answer, "OK")) return kUnknownErrorSendingPin;
 
-  while (!state_.IsReady() && !wait.IsOver()) {
+  while (!state_.IsReady() && !sinceSent.IsOver()) {
     platform_.Sleep(kUnlockPollInterval);
     QueryState();
   }
-  if (!state_.IsReady()) return fail(kUnknownErrorAfterPin);
+  if (!state_.IsReady()) return kUnknownErrorAfterPin;
   log_.WriteLog("Modem unlocked with PIN");
   platform_.Sleep(static_cast<std::uint32_t>(settings_.delayAfterPin));
-  return true;
+  return {};
 }
 
 }  // namespace tavro

@@ -1,23 +1,15 @@
 // The SIM's PIN state (AT+CPIN, 3GPP TS 27.007, 8.3).
 #pragma once
 
-#include <cstdint>
-#include <string>
-
-#include "connection/connection_state.h"
-#include "link/at_exchange.h"
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
-#include "platform/platform.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
-// Failures are kept as the PIN error (2004 to 2016), which the caller raises.
-class PinCheck {
+// Failures are kept as the PIN error (2004 to 2016), which the caller raises. A PIN that did not unlock the SIM is not
+// sent again in the same public call.
+class PinCheck : DialoguePart {
  public:
-  PinCheck(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log, const Settings& settings,
-           ConnectionState& state);
+  explicit PinCheck(const Dialogue& dialogue) : DialoguePart(dialogue) {}
 
   // Brings the SIM to "READY", sending the PIN when it is asked for.
   bool CheckPIN();
@@ -26,13 +18,9 @@ class PinCheck {
  private:
   bool QueryState();
   bool SendPin();
+  // The error, or none once the SIM is unlocked.
+  PendingError Unlock();
 
-  Platform& platform_;
-  AtExchange& exchange_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  const Settings& settings_;
-  ConnectionState& state_;
   PendingError error_;
 };
 

@@ -18,15 +18,7 @@ std::string StatusOf(std::string_view answer) {
 
 }  // namespace
 
-Registration::Registration(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                           const Settings& settings, ConnectionState& state, PinCheck& pin)
-    : platform_(platform),
-      exchange_(exchange),
-      errors_(errors),
-      log_(log),
-      settings_(settings),
-      state_(state),
-      pin_(pin) {}
+Registration::Registration(const Dialogue& dialogue, PinCheck& pin) : DialoguePart(dialogue), pin_(pin) {}
 
 bool Registration::CheckRegistration() {
   error_ = {};

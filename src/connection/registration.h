@@ -3,20 +3,14 @@
 
 #include <string>
 
-#include "connection/connection_state.h"
 #include "connection/pin_check.h"
-#include "link/at_exchange.h"
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
-#include "platform/platform.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
-class Registration {
+class Registration : DialoguePart {
  public:
-  Registration(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log, const Settings& settings,
-               ConnectionState& state, PinCheck& pin);
+  Registration(const Dialogue& dialogue, PinCheck& pin);
 
   // Polls the registration until it is there or Timeout is over. On failure Error holds the reason: the PIN's error,
   // 3002 to 3006; an error of the exchange is raised already.
@@ -33,12 +27,6 @@ class Registration {
   bool CheckRegistration();
   std::string PollStatus();
 
-  Platform& platform_;
-  AtExchange& exchange_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  const Settings& settings_;
-  ConnectionState& state_;
   PinCheck& pin_;
   PendingError error_;
 };

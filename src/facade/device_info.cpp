@@ -15,8 +15,8 @@ struct DeviceInfo::Identification {
   const char* after;
 };
 
-DeviceInfo::DeviceInfo(AtExchange& exchange, ErrorState& errors, LogHandling& log, Registration& registration)
-    : exchange_(exchange), errors_(errors), log_(log), registration_(registration) {}
+DeviceInfo::DeviceInfo(const Dialogue& dialogue, Registration& registration)
+    : DialoguePart(dialogue), registration_(registration) {}
 
 std::optional<std::string> DeviceInfo::Identify(const Identification& query) {
   const auto ask = [&](const std::string& command) -> std::optional<std::string> {

@@ -6,17 +6,15 @@
 #include <string>
 
 #include "connection/registration.h"
-#include "link/at_exchange.h"
-#include "link/error_state.h"
-#include "log/log_handling.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
 // Every query asks the modem anew. Nothing is returned on failure; the caller then raises the query's own error, which
 // is dropped when a more precise one is raised already.
-class DeviceInfo {
+class DeviceInfo : DialoguePart {
  public:
-  DeviceInfo(AtExchange& exchange, ErrorState& errors, LogHandling& log, Registration& registration);
+  DeviceInfo(const Dialogue& dialogue, Registration& registration);
 
   std::optional<std::string> Manufacturer();
   std::optional<std::string> Model();
@@ -32,9 +30,6 @@ class DeviceInfo {
 
   std::optional<std::string> Identify(const Identification& query);
 
-  AtExchange& exchange_;
-  ErrorState& errors_;
-  LogHandling& log_;
   Registration& registration_;
 };
 

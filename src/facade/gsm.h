@@ -3,8 +3,8 @@
 
 #include <memory>
 
-#include "connection/connection_state.h"
 #include "connection/message_memory.h"
+#include "connection/message_steps.h"
 #include "connection/modem_connection.h"
 #include "connection/modem_initialisation.h"
 #include "connection/pin_check.h"
@@ -17,6 +17,8 @@
 #include "incoming/status_box.h"
 #include "link/at_exchange.h"
 #include "link/cls_comm.h"
+#include "link/connection_state.h"
+#include "link/dialogue.h"
 #include "link/error_state.h"
 #include "link/settings.h"
 #include "log/log_handling.h"
@@ -47,12 +49,14 @@ class GSM {
   ErrorState errors;
   clsCOMM comm;
   AtExchange exchange;
+  Dialogue dialogue;
 
   PinCheck pin;
   Registration registration;
   MessageMemory memory;
   ModemInitialisation initialisation;
   ModemConnection connection;
+  MessageSteps messageSteps;
 
   DeviceInfo device;
   NetworkInfo network;

@@ -8,8 +8,8 @@
 
 namespace tavro {
 
-NetworkInfo::NetworkInfo(AtExchange& exchange, LogHandling& log, Registration& registration)
-    : exchange_(exchange), log_(log), registration_(registration) {}
+NetworkInfo::NetworkInfo(const Dialogue& dialogue, Registration& registration)
+    : DialoguePart(dialogue), registration_(registration) {}
 
 std::optional<std::int16_t> NetworkInfo::SignalDb() {
   if (!registration_.EnsureReady()) return {};

@@ -6,16 +6,15 @@
 #include <string>
 
 #include "connection/registration.h"
-#include "link/at_exchange.h"
-#include "log/log_handling.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
 // Every query asks the modem anew. Nothing is returned on failure; the caller then raises the query's own error, which
 // is dropped when a more precise one is raised already.
-class NetworkInfo {
+class NetworkInfo : DialoguePart {
  public:
-  NetworkInfo(AtExchange& exchange, LogHandling& log, Registration& registration);
+  NetworkInfo(const Dialogue& dialogue, Registration& registration);
 
   // Received signal strength in dB.
   std::optional<std::int16_t> SignalDb();
@@ -27,8 +26,6 @@ class NetworkInfo {
   std::optional<std::string> OperatorFromList();
 
  private:
-  AtExchange& exchange_;
-  LogHandling& log_;
   Registration& registration_;
 };
 

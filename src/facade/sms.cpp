@@ -8,27 +8,26 @@
 
 namespace tavro {
 
-SMS::State::State(std::shared_ptr<Platform> platform) : gsm(std::make_shared<GSM>(std::move(platform))) {
+SMS::State::State(std::shared_ptr<Platform> platform) : gsm_(std::make_shared<GSM>(std::move(platform))) {
   ReplaceInbox();
-  wap = std::make_shared<tavro::Wap>(std::make_unique<tavro::Wap::State>(PushServicesOf(gsm), gsm->platform));
+  wap = std::make_shared<tavro::Wap>(std::make_unique<tavro::Wap::State>(PushServicesOf(gsm_), gsm_->platform));
 }
 
 SMS::State::~State() {
-  gsm->log.WriteLog("Tavro Closed");
-  gsm->connection.ClosePort();
+  gsm_->settings.debugMode = false;  // nobody is left to look at a box
+  gsm_->log.WriteLog("Tavro Closed");
+  gsm_->connection.ClosePort();
 }
 
 void SMS::State::ReplaceInbox() {
-  if (box) box->Retire();
-  box = std::make_shared<SIMBox>(IncomingServicesOf(gsm));
+  if (box_) box_->Retire();
+  box_ = std::make_shared<SIMBox>(IncomingServicesOf(gsm_));
   inbox = std::make_shared<tavro::Inbox>(
-      std::make_unique<tavro::Inbox::State>(tavro::Inbox::State{box, IncomingServicesOf(gsm)}));
+      std::make_unique<tavro::Inbox::State>(tavro::Inbox::State{box_, IncomingServicesOf(gsm_)}));
 }
 
-bool SMS::State::IsPortLocked() {
-  if (!gsm->connection.IsConnected()) return false;
-  gsm->errors.SetError(kPortLocked);
-  return true;
+bool SMS::State::IsPortLocked(const Call& call) {
+  return call->connection.IsConnected() && call.Fail(kPortLocked, true);
 }
 
 SMS::SMS() : SMS(Options()) {}
@@ -39,17 +38,17 @@ SMS::~SMS() = default;
 // --- Objects ---------------------------------------------------------------------------------------------------------
 
 std::shared_ptr<tavro::Wap> SMS::WapPush() {
-  state_->gsm->errors.ClearError();
+  state_->Begin();
   return state_->wap;
 }
 
 std::shared_ptr<tavro::Inbox> SMS::Inbox() {
-  state_->gsm->errors.ClearError();
+  state_->Begin();
   return state_->inbox;
 }
 
 std::u16string SMS::About() {
-  state_->gsm->errors.ClearError();
+  state_->Begin();
   const std::string version =
       std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." + std::to_string(kVersionRevision);
   return std::u16string(kFileDescription) + u" (Version " + state_->Text(version) + u")\r\n" +
@@ -58,50 +57,35 @@ std::u16string SMS::About() {
 
 // --- Connection ------------------------------------------------------------------------------------------------------
 
-bool SMS::Connect() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->connection.ConnectModem();
-}
+bool SMS::Connect() { return state_->Begin()->connection.ConnectModem(); }
 
-bool SMS::Disconnect() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->connection.DisconnectModem();
-}
+bool SMS::Disconnect() { return state_->Begin()->connection.DisconnectModem(); }
 
-bool SMS::IsConnected() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->connection.IsConnected();
-}
+bool SMS::IsConnected() { return state_->Begin()->connection.IsConnected(); }
 
 std::u16string SMS::Command(const std::u16string& atCommand) {
-  state_->gsm->errors.ClearError();
-  return state_->Text(CleanResponse(state_->gsm->exchange.SendCommand(state_->Bytes(atCommand))));
+  const auto gsm = state_->Begin();
+  return state_->Text(CleanResponse(gsm->exchange.SendCommand(state_->Bytes(atCommand))));
 }
 
 // --- Sending ---------------------------------------------------------------------------------------------------------
 
 std::optional<std::u16string> SMS::SendSMS(const std::u16string& destinationNumber, const std::u16string& textMessage,
                                            bool alertMessage) {
-  state_->gsm->errors.ClearError();
-  const auto references = state_->gsm->textSender.SendSMS(state_->Bytes(destinationNumber), textMessage, alertMessage);
+  const auto gsm = state_->Begin();
+  const auto references = gsm->textSender.SendSMS(state_->Bytes(destinationNumber), textMessage, alertMessage);
   if (!references) return {};
   return state_->Text(*references);
 }
 
 // --- Log and errors --------------------------------------------------------------------------------------------------
 
-std::int32_t SMS::LogSize() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->log.LineCount();
-}
+std::int32_t SMS::LogSize() { return state_->Begin()->log.LineCount(); }
 
-bool SMS::ClearLog(std::int16_t keepLinesInLog) {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->log.Clear(keepLinesInLog);
-}
+bool SMS::ClearLog(std::int16_t keepLinesInLog) { return state_->Begin()->log.Clear(keepLinesInLog); }
 
 bool SMS::IsError(bool showMsgBox, const std::u16string& msgBoxTitle) {
-  ErrorState& errors = state_->gsm->errors;
+  ErrorState& errors = state_->Errors();
   if (errors.LastErrorCode() == 0) return false;
   if (showMsgBox) {
     const std::string text = "ERROR " + std::to_string(errors.LastErrorCode()) + ": " + errors.LastErrorText();
@@ -110,8 +94,8 @@ bool SMS::IsError(bool showMsgBox, const std::u16string& msgBoxTitle) {
   return true;
 }
 
-std::int32_t SMS::ErrorCode() { return state_->gsm->errors.LastErrorCode(); }
+std::int32_t SMS::ErrorCode() { return state_->Errors().LastErrorCode(); }
 
-std::u16string SMS::ErrorDescription() { return state_->Text(state_->gsm->errors.LastErrorText()); }
+std::u16string SMS::ErrorDescription() { return state_->Text(state_->Errors().LastErrorText()); }
 
 }  // namespace tavro

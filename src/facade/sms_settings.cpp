@@ -31,276 +31,219 @@ bool InRange(T value, T low, T high) {
 // --- Serial port -----------------------------------------------------------------------------------------------------
 
 std::u16string SMS::Port() {
-  state_->gsm->errors.ClearError();
-  return state_->Text(state_->gsm->settings.port);
+  const auto gsm = state_->Begin();
+  return state_->Text(gsm->settings.port);
 }
 
 void SMS::SetPort(const std::u16string& port) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
+  const auto gsm = state_->Begin();
   const std::string name = Upper(Trim(state_->Bytes(port)));
-  if (state_->IsPortLocked()) return;
+  if (state_->IsPortLocked(gsm)) return;
   const auto number = ParsePortName(name);
-  if (!number || !InRange(*number, 1, clsCOMM::kMaxPort)) return gsm.errors.SetError(kInvalidComPort);
-  if (name != gsm.settings.port) {
-    gsm.ForgetModem();
+  if (!number || !InRange(*number, 1, clsCOMM::kMaxPort)) return gsm->errors.SetError(kInvalidComPort);
+  if (name != gsm->settings.port) {
+    gsm->ForgetModem();
     state_->ReplaceInbox();
   }
-  gsm.settings.port = name;
-  gsm.settings.portNumber = *number;
-  gsm.log.WriteLog("Port: " + name);
+  gsm->settings.port = name;
+  gsm->settings.portNumber = *number;
+  gsm->log.WriteLog("Port: " + name);
 }
 
-std::int32_t SMS::BaudRate() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.baudRate;
-}
+std::int32_t SMS::BaudRate() { return state_->Begin()->settings.baudRate; }
 
 void SMS::SetBaudRate(std::int32_t baudRate) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (state_->IsPortLocked()) return;
-  if (!IsOneOf(kBaudRates, baudRate)) return gsm.errors.SetError(kInvalidBaudRate);
-  gsm.settings.baudRate = baudRate;
-  gsm.log.WriteLog("BaudRate: " + std::to_string(baudRate));
+  const auto gsm = state_->Begin();
+  if (state_->IsPortLocked(gsm)) return;
+  if (!IsOneOf(kBaudRates, baudRate)) return gsm->errors.SetError(kInvalidBaudRate);
+  gsm->settings.baudRate = baudRate;
+  gsm->log.WriteLog("BaudRate: " + std::to_string(baudRate));
 }
 
 std::u16string SMS::Parity() {
-  state_->gsm->errors.ClearError();
-  return state_->Text(state_->gsm->settings.parity);
+  const auto gsm = state_->Begin();
+  return state_->Text(gsm->settings.parity);
 }
 
 void SMS::SetParity(const std::u16string& parity) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (state_->IsPortLocked()) return;
+  const auto gsm = state_->Begin();
+  if (state_->IsPortLocked(gsm)) return;
   const std::string name = Upper(Trim(state_->Bytes(parity)));
-  if (!IsOneOf(kParities, name)) return gsm.errors.SetError(kInvalidParity);
-  gsm.settings.parity = name.substr(0, 1);
-  gsm.log.WriteLog("Parity: " + gsm.settings.parity);
+  if (!IsOneOf(kParities, name)) return gsm->errors.SetError(kInvalidParity);
+  gsm->settings.parity = name.substr(0, 1);
+  gsm->log.WriteLog("Parity: " + gsm->settings.parity);
 }
 
-std::int16_t SMS::DataBits() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.dataBits;
-}
+std::int16_t SMS::DataBits() { return state_->Begin()->settings.dataBits; }
 
 void SMS::SetDataBits(std::int16_t dataBits) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (state_->IsPortLocked()) return;
-  if (!InRange<int>(dataBits, 4, 8)) return gsm.errors.SetError(kInvalidDataBits);
-  gsm.settings.dataBits = dataBits;
-  gsm.log.WriteLog("DataBits: " + std::to_string(dataBits));
+  const auto gsm = state_->Begin();
+  if (state_->IsPortLocked(gsm)) return;
+  if (!InRange<int>(dataBits, 4, 8)) return gsm->errors.SetError(kInvalidDataBits);
+  gsm->settings.dataBits = dataBits;
+  gsm->log.WriteLog("DataBits: " + std::to_string(dataBits));
 }
 
 std::u16string SMS::StopBits() {
-  state_->gsm->errors.ClearError();
-  return state_->Text(state_->gsm->settings.stopBits);
+  const auto gsm = state_->Begin();
+  return state_->Text(gsm->settings.stopBits);
 }
 
 void SMS::SetStopBits(const std::u16string& stopBits) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (state_->IsPortLocked()) return;
+  const auto gsm = state_->Begin();
+  if (state_->IsPortLocked(gsm)) return;
   const std::string name = state_->Bytes(stopBits);
-  if (!IsOneOf(kStopBits, name)) return gsm.errors.SetError(kInvalidStopBits);
-  gsm.settings.stopBits = name;
-  gsm.log.WriteLog("StopBits: " + name);
+  if (!IsOneOf(kStopBits, name)) return gsm->errors.SetError(kInvalidStopBits);
+  gsm->settings.stopBits = name;
+  gsm->log.WriteLog("StopBits: " + name);
 }
 
 // --- Exchange with the modem -----------------------------------------------------------------------------------------
 
-std::int32_t SMS::Timeout() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.timeout;
-}
+std::int32_t SMS::Timeout() { return state_->Begin()->settings.timeout; }
 
 void SMS::SetTimeout(std::int32_t milliseconds) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  gsm.log.WriteLog("Set communication timeout = " + std::to_string(milliseconds) + " milliseconds");
-  if (!InRange(milliseconds, 1, 60000)) return gsm.errors.SetError(kInvalidTimeout);
-  gsm.settings.timeout = milliseconds;
-  gsm.log.WriteLog("Timeout: " + std::to_string(milliseconds) + "ms");
+  const auto gsm = state_->Begin();
+  gsm->log.WriteLog("Set communication timeout = " + std::to_string(milliseconds) + " milliseconds");
+  if (!InRange(milliseconds, 1, 60000)) return gsm->errors.SetError(kInvalidTimeout);
+  gsm->settings.timeout = milliseconds;
+  gsm->log.WriteLog("Timeout: " + std::to_string(milliseconds) + "ms");
 }
 
-std::int32_t SMS::ModemCommandDelay() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.modemCommandDelay;
-}
+std::int32_t SMS::ModemCommandDelay() { return state_->Begin()->settings.modemCommandDelay; }
 
 void SMS::SetModemCommandDelay(std::int32_t milliseconds) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (!InRange(milliseconds, 50, 5000)) return gsm.errors.SetError(kInvalidModemCommandDelay);
-  gsm.settings.modemCommandDelay = milliseconds;
+  const auto gsm = state_->Begin();
+  if (!InRange(milliseconds, 50, 5000)) return gsm->errors.SetError(kInvalidModemCommandDelay);
+  gsm->settings.modemCommandDelay = milliseconds;
 }
 
 std::u16string SMS::ModemInitString() {
-  state_->gsm->errors.ClearError();
-  return state_->Text(state_->gsm->settings.modemInitString);
+  const auto gsm = state_->Begin();
+  return state_->Text(gsm->settings.modemInitString);
 }
 
 void SMS::SetModemInitString(const std::u16string& command) {
-  state_->gsm->errors.ClearError();
-  state_->gsm->settings.modemInitString = state_->Bytes(command);
+  const auto gsm = state_->Begin();
+  gsm->settings.modemInitString = state_->Bytes(command);
 }
 
 // --- SIM -------------------------------------------------------------------------------------------------------------
 
 void SMS::SetPIN(const std::u16string& pin) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  gsm.settings.pin = state_->Bytes(pin);
-  gsm.log.WriteLog("PIN: " + gsm.settings.pin);
+  const auto gsm = state_->Begin();
+  gsm->settings.pin = state_->Bytes(pin);
+  gsm->log.WriteLog("PIN: " + gsm->settings.pin);
 }
 
-bool SMS::DisableCheckPIN() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.disableCheckPin;
-}
+bool SMS::DisableCheckPIN() { return state_->Begin()->settings.disableCheckPin; }
 
 void SMS::SetDisableCheckPIN(bool disable) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  gsm.settings.disableCheckPin = disable;
-  gsm.log.WriteLog(disable ? "Disable PIN status check" : "Enable PIN status check");
+  const auto gsm = state_->Begin();
+  gsm->settings.disableCheckPin = disable;
+  gsm->log.WriteLog(disable ? "Disable PIN status check" : "Enable PIN status check");
 }
 
-std::int32_t SMS::DelayAfterPin() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.delayAfterPin;
-}
+std::int32_t SMS::DelayAfterPin() { return state_->Begin()->settings.delayAfterPin; }
 
 void SMS::SetDelayAfterPin(std::int32_t milliseconds) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (!InRange(milliseconds, 1, 60000)) return gsm.errors.SetError(kInvalidDelayAfterPin);
-  gsm.settings.delayAfterPin = milliseconds;
+  const auto gsm = state_->Begin();
+  if (!InRange(milliseconds, 1, 60000)) return gsm->errors.SetError(kInvalidDelayAfterPin);
+  gsm->settings.delayAfterPin = milliseconds;
 }
 
 // --- Sending ---------------------------------------------------------------------------------------------------------
 
-std::int16_t SMS::LongMessage() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.longMessage;
-}
+std::int16_t SMS::LongMessage() { return state_->Begin()->settings.longMessage; }
 
 void SMS::SetLongMessage(std::int16_t action) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (!InRange<int>(action, MessageTruncate, MessageConcatenate)) return gsm.errors.SetError(kInvalidLongMessage);
-  gsm.settings.longMessage = action;
+  const auto gsm = state_->Begin();
+  if (!InRange<int>(action, MessageTruncate, MessageConcatenate)) return gsm->errors.SetError(kInvalidLongMessage);
+  gsm->settings.longMessage = action;
 }
 
-std::int32_t SMS::SendDelay() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.sendDelay;
-}
+std::int32_t SMS::SendDelay() { return state_->Begin()->settings.sendDelay; }
 
 void SMS::SetSendDelay(std::int32_t milliseconds) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (!InRange(milliseconds, 1, 30000)) return gsm.errors.SetError(kInvalidSendDelay);
-  gsm.settings.sendDelay = milliseconds;
-  gsm.log.WriteLog("Send Delay: " + std::to_string(milliseconds) + "ms");
+  const auto gsm = state_->Begin();
+  if (!InRange(milliseconds, 1, 30000)) return gsm->errors.SetError(kInvalidSendDelay);
+  gsm->settings.sendDelay = milliseconds;
+  gsm->log.WriteLog("Send Delay: " + std::to_string(milliseconds) + "ms");
 }
 
-std::int16_t SMS::SendRetry() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.sendRetry;
-}
+std::int16_t SMS::SendRetry() { return state_->Begin()->settings.sendRetry; }
 
 void SMS::SetSendRetry(std::int16_t retries) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (!InRange<int>(retries, 0, 10)) return gsm.errors.SetError(kInvalidSendRetry);
-  gsm.settings.sendRetry = retries;
-  gsm.log.WriteLog("Send Retry: " + std::to_string(retries));
+  const auto gsm = state_->Begin();
+  if (!InRange<int>(retries, 0, 10)) return gsm->errors.SetError(kInvalidSendRetry);
+  gsm->settings.sendRetry = retries;
+  gsm->log.WriteLog("Send Retry: " + std::to_string(retries));
 }
 
-std::int16_t SMS::Character() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.character;
-}
+std::int16_t SMS::Character() { return state_->Begin()->settings.character; }
 
 void SMS::SetCharacter(std::int16_t coding) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
+  const auto gsm = state_->Begin();
   switch (coding) {
     case 0:
     case 7:
-      gsm.settings.character = 7;
+      gsm->settings.character = 7;
       break;
     case 1:
     case 8:
-      gsm.settings.character = 8;
+      gsm->settings.character = 8;
       break;
     case 2:
     case 16:
-      gsm.settings.character = 16;
+      gsm->settings.character = 16;
       break;
     default:
-      return gsm.errors.SetError(kInvalidCharacter);
+      return gsm->errors.SetError(kInvalidCharacter);
   }
-  gsm.log.WriteLog("Encoding: " + std::to_string(gsm.settings.character) + "-Bit");
+  gsm->log.WriteLog("Encoding: " + std::to_string(gsm->settings.character) + "-Bit");
 }
 
 std::u16string SMS::Validity() {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (!gsm.registration.EnsureRegistered()) {
-    gsm.errors.SetError(gsm.registration.Error());
-    gsm.settings.validityPeriodValue = kDefaultValidityPeriod;  // a failed read resets the setting; it is meant
+  const auto gsm = state_->Begin();
+  if (!gsm->registration.EnsureRegistered()) {
+    gsm->errors.SetError(gsm->registration.Error());
+    gsm->settings.validityPeriodValue = kDefaultValidityPeriod;  // a failed read resets the setting; it is meant
   }
-  return state_->Text(DecodeValidityPeriod(gsm.settings.validityPeriodValue));
+  return state_->Text(DecodeValidityPeriod(gsm->settings.validityPeriodValue));
 }
 
 void SMS::SetValidity(const std::u16string& validity) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
+  const auto gsm = state_->Begin();
   const std::string text = state_->Bytes(validity);
-  gsm.log.WriteLog("Setting validity period as " + text);
+  gsm->log.WriteLog("Setting validity period as " + text);
   const auto octet = EncodeValidityPeriod(text);
-  if (!octet) return gsm.errors.SetError(kCannotSetValidity);
-  gsm.settings.validityPeriodValue = *octet;
+  if (!octet) return gsm->errors.SetError(kCannotSetValidity);
+  gsm->settings.validityPeriodValue = *octet;
 }
 
 // --- Log and errors --------------------------------------------------------------------------------------------------
 
-bool SMS::DebugMode() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->settings.debugMode;
-}
+bool SMS::DebugMode() { return state_->Begin()->settings.debugMode; }
 
 void SMS::SetDebugMode(bool debug) {
-  state_->gsm->errors.ClearError();
-  state_->gsm->settings.debugMode = debug;
+  const auto gsm = state_->Begin();
+  gsm->settings.debugMode = debug;
 }
 
-std::int16_t SMS::LogType() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->log.LogType();
-}
+std::int16_t SMS::LogType() { return state_->Begin()->log.LogType(); }
 
 void SMS::SetLogType(std::int16_t logType) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (!InRange<int>(logType, 0, 2)) return gsm.errors.SetError(kInvalidLogType);
-  gsm.log.SetLogType(logType);
+  const auto gsm = state_->Begin();
+  if (!InRange<int>(logType, 0, 2)) return gsm->errors.SetError(kInvalidLogType);
+  gsm->log.SetLogType(logType);
 }
 
-std::u16string SMS::LogFolderPath() {
-  state_->gsm->errors.ClearError();
-  return state_->gsm->log.FolderPath();
-}
+std::u16string SMS::LogFolderPath() { return state_->Begin()->log.FolderPath(); }
 
 void SMS::SetLogFolderPath(const std::u16string& folder) {
-  GSM& gsm = *state_->gsm;
-  gsm.errors.ClearError();
-  if (folder.empty()) return gsm.errors.SetError(kInvalidLogFolder);
-  if (!gsm.log.SetFolderPath(folder)) gsm.errors.SetError(kLogFolderNotFound);
+  const auto gsm = state_->Begin();
+  if (folder.empty()) return gsm->errors.SetError(kInvalidLogFolder);
+  if (!gsm->log.SetFolderPath(folder)) gsm->errors.SetError(kLogFolderNotFound);
 }
 
 }  // namespace tavro

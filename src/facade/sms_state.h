@@ -6,33 +6,36 @@
 #include <string_view>
 
 #include "facade/gsm.h"
+#include "link/public_call.h"
 #include "tavro/sms.h"
 
 namespace tavro {
 
 struct SMS::State {
+  using Call = PublicCall<GSM>;
+
   explicit State(std::shared_ptr<Platform> platform);
   ~State();
 
+  // Begins a public call, which is the way to the engine.
+  Call Begin() { return Call(gsm_); }
+  // For the calls that tell the last error and leave it as it is.
+  ErrorState& Errors() { return gsm_->errors; }
+
   // A fresh store and inbox; the objects handed out before keep the old ones, whose messages can no longer be deleted.
   void ReplaceInbox();
-
-  // Raises an error and gives what the failing call returns.
-  template <typename T>
-  T Fail(const ErrorDefinition& error, T result) {
-    gsm->errors.SetError(error);
-    return result;
-  }
   // Whether the port is open, with its error raised: its settings cannot be changed then.
-  bool IsPortLocked();
+  bool IsPortLocked(const Call& call);
 
-  std::string Bytes(std::u16string_view text) const { return gsm->platform->ToCodePage(text); }
-  std::u16string Text(std::string_view bytes) const { return gsm->platform->FromCodePage(bytes); }
+  std::string Bytes(std::u16string_view text) const { return gsm_->platform->ToCodePage(text); }
+  std::u16string Text(std::string_view bytes) const { return gsm_->platform->FromCodePage(bytes); }
 
-  std::shared_ptr<GSM> gsm;
-  std::shared_ptr<SIMBox> box;
   std::shared_ptr<tavro::Inbox> inbox;
   std::shared_ptr<tavro::Wap> wap;
+
+ private:
+  std::shared_ptr<GSM> gsm_;
+  std::shared_ptr<SIMBox> box_;
 };
 
 }  // namespace tavro

@@ -33,6 +33,7 @@ constexpr std::size_t kHeaderDigits = 12;  // of the header that is understood, 
 constexpr int kHeaderOctets = 6;
 constexpr int kHeaderSeptets = 7;  // the same with its fill bit
 
+constexpr const char* kOtherLength = "it is not as long as the modem says";
 constexpr const char* kBadHeader = "the user-data header contradicts its length";
 
 // Takes a PDU apart from its front. A piece that reaches past the end is empty and makes the PDU cut short.
@@ -122,6 +123,7 @@ bool IsWellFormedHeader(std::string_view userData) {
   return !header.IsCutShort() && !elements.IsCutShort();
 }
 
+// An element of C0 to DF is read in this layout whatever length it names; this is meant.
 bool IsConcatenationHeader(std::string_view userData) {
   if (!userData.starts_with("05")) return false;
   const int identifier = PduReader::OctetValue(userData.substr(2, 2));
@@ -138,8 +140,9 @@ class DeliverDecoder {
 
   void Decode(std::string_view digits) {
     PduReader pdu(digits);
-    octets_ = static_cast<int>(digits.size() / 2);
-    tpduOctets_ = octets_ - 1 - PduReader::OctetValue(digits.substr(0, 2));
+    tpduOctets_ = static_cast<int>(digits.size() / 2);
+    tpduOctets_ -= 1 + PduReader::OctetValue(digits.substr(0, 2));
+    for (std::string_view rest = digits; rest.ends_with("FF"); rest.remove_suffix(2)) ++fillOctets_;
     content_.smsc = ReadServiceCentre(pdu);
     const int first = pdu.Octet();
     if (pdu.IsCutShort()) return Skip("the PDU is cut short");
@@ -160,7 +163,8 @@ class DeliverDecoder {
     if (pdu.Rest().size() > octets * 2) {
       entry_.remark = std::to_string(pdu.Rest().size() / 2 - octets) + " octets stand behind the user data";
     }
-    if (hasHeader && !IsWellFormedHeader(pdu.Rest().substr(0, octets * 2))) return Skip(kBadHeader);
+    const std::string_view header = pdu.Rest().substr(0, hasHeader ? octets * 2 : 0);
+    if (hasHeader && !IsConcatenationHeader(header) && !IsWellFormedHeader(header)) return Skip(kBadHeader);
     // Escape pairs behind a seven-bit text would shorten it; what is too much of another is cut off in the end.
     DecodeUserData(alphabet == 7 ? pdu.Take(octets * 2) : pdu.Rest(), alphabet, length, hasHeader);
   }
@@ -169,14 +173,19 @@ class DeliverDecoder {
   void Skip(std::string reason) { entry_.remark = std::move(reason); }
 
   // Not when octets were lost or came on top on the line: it may be a received message that now looks like another
-  // kind. Some modems count the service centre's octets too.
+  // kind.
   void Delete(std::string reason) {
-    int announced = 0;
-    if (ParseWhole(announcedOctets_, announced) && announced != tpduOctets_ && announced != octets_) {
-      return Skip("it is not as long as the modem says, and looks like this: " + reason);
-    }
+    if (!HasAnnouncedLength()) return Skip(kOtherLength + (", and looks like this: " + reason));
     entry_.action = DecodedEntry::Action::kDelete;
     entry_.remark = std::move(reason);
+  }
+
+  // Whether the PDU is as long as the listing says, the service centre's octets not counted. Some modems fill it up
+  // with FF, and count these or not.
+  bool HasAnnouncedLength() const {
+    int announced = 0;
+    return ParseWhole(announcedOctets_, announced) && announced <= tpduOctets_ &&
+           announced >= tpduOctets_ - fillOctets_;
   }
 
   bool SetTimeStamp(std::string_view digits) {
@@ -204,6 +213,7 @@ class DeliverDecoder {
     content_.text = UnpackUserData(userData, alphabet, hasHeader ? "1" : "0", limit);
     content_.text.resize(std::min(content_.text.size(), static_cast<std::size_t>(limit)));
     entry_.action = DecodedEntry::Action::kStore;
+    if (!HasAnnouncedLength()) entry_.remark = kOtherLength;
     entry_.record.memoryIndex = entry_.location;
     entry_.record.content = std::make_shared<const MessageContent>(std::move(content_));
   }
@@ -215,8 +225,8 @@ class DeliverDecoder {
   DecodedEntry& entry_;
   const DateNames& names_;
   std::string_view announcedOctets_;  // <length> of the listing
-  int octets_ = 0;                    // of the PDU
-  int tpduOctets_ = 0;                // without the service centre field
+  int tpduOctets_ = 0;                // of the PDU without the service centre field
+  int fillOctets_ = 0;                // FF at its end
   MessageContent content_;
 };
 

@@ -63,7 +63,8 @@ bool Inbox::Clear() {
     const PendingError error = DeleteFromStore(*call, box, static_cast<std::int16_t>(index), locations[index]);
     if (!error) continue;
     allDeleted = false;
-    call->errors.Warn(error);  // it stays as the previous error
+    if (call->errors.CallEnd()) break;  // a refused PIN is the error of the whole call
+    call->errors.Warn(error);           // it stays as the previous error
     // Each attempt to connect may cost the SIM's PIN one of its three.
     if (error.code == kDeleteCannotConnect.code) break;
   }

@@ -1,11 +1,13 @@
 #include "incoming/message_deleter.h"
 
 #include "base/text.h"
-#include "link/whole_second_wait.h"
 
 namespace tavro {
 
 namespace {
+
+constexpr MessageStepTexts kDeleteSteps{kDeleteCannotConnect, kDeletePduModeUnchecked, kDeleteNoPduMode,
+                                        "Verifying network registration status", "Verifying PDU support in modem"};
 
 std::string Join(const std::vector<std::int16_t>& locations) {
   std::string text;
@@ -18,55 +20,33 @@ std::string Join(const std::vector<std::int16_t>& locations) {
 
 }  // namespace
 
-MessageDeleter::MessageDeleter(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                               const Settings& settings, ConnectionState& state, ModemConnection& connection,
-                               Registration& registration, MessageMemory& memory)
-    : platform_(platform),
-      exchange_(exchange),
-      errors_(errors),
-      log_(log),
-      settings_(settings),
-      state_(state),
-      connection_(connection),
-      registration_(registration),
-      memory_(memory) {}
+MessageDeleter::MessageDeleter(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps)
+    : DialoguePart(dialogue), connection_(connection), steps_(steps) {}
 
 bool MessageDeleter::DeleteStoredMessage(SIMBox& box, std::int16_t inboxIndex,
                                          const std::vector<std::int16_t>& locations) {
-  error_ = {};
   log_.WriteLog("Deleting message " + std::to_string(inboxIndex) + " [Memory Loc: " + Join(locations) + "]");
-  if (!SelectMemoryOf(box)) return false;
-  if (!state_.IsReady() || !state_.registered) {
-    log_.WriteLog("Verifying network registration status");
-    if (!registration_.EnsureRegistered()) return Fail(registration_.Error());
-  }
-  if (!state_.pduSupportChecked) {
-    log_.WriteLog("Verifying PDU support in modem");
-    if (!connection_.CheckPDUSupport()) return Fail(kDeletePduModeUnchecked);
-  }
-  if (!state_.pduSupported) return Fail(kDeleteNoPduMode);
+  error_ = Delete(box, locations);
+  return !error_;
+}
+
+PendingError MessageDeleter::Delete(SIMBox& box, const std::vector<std::int16_t>& locations) {
+  int connection = connection_.Count();
+  if (PendingError error = steps_.PrepareDeleting(kDeleteSteps, box.Memory())) return error;
   for (const std::int16_t location : locations) {
-    if (!DeleteLocation(box, location)) return false;
+    if (PendingError error = steps_.Connect(kDeleteSteps)) return error;
+    // A new connection may have come up with another memory, where the location is another message's.
+    if (connection != connection_.Count()) {
+      if (PendingError error = steps_.RequireMemory(kDeleteSteps, box.Memory())) return error;
+      connection = connection_.Count();
+    }
+    if (PendingError error = DeleteLocation(location)) return error;
     box.RemoveRecord(location);
   }
-  return true;
+  return {};
 }
 
-// Whether the modem deletes from the memory that the messages were read from. In another one the location is another
-// message's, which must not go.
-bool MessageDeleter::SelectMemoryOf(const SIMBox& box) {
-  if (!state_.memorySelected && !memory_.SelectMessageMemory(settings_.messageMemory)) {
-    if (!exchange_.IsPortOpen()) return Fail(kDeleteCannotConnect);  // tried once: it may cost the PIN an attempt
-    if (!box.Memory().empty()) return Fail(kMessageMemoryNotSupported);
-    errors_.Warn(kMessageMemoryNotSupported);
-    return true;
-  }
-  return settings_.messageMemory == box.Memory() || Fail(kMessageNotFound);
-}
-
-bool MessageDeleter::DeleteLocation(const SIMBox& box, std::int16_t location) {
-  if (!exchange_.IsPortOpen() && connection_.ConnectModem() && !SelectMemoryOf(box)) return false;
-  if (!exchange_.IsPortOpen()) return Fail(kDeleteCannotConnect);
+PendingError MessageDeleter::DeleteLocation(std::int16_t location) {
   const std::string command = "AT+CMGD=" + std::to_string(location) + "\r";
   exchange_.Pace();
   exchange_.Purge();  // a late answer to an earlier command is not this one's
@@ -74,27 +54,18 @@ bool MessageDeleter::DeleteLocation(const SIMBox& box, std::int16_t location) {
   log_.WriteLog("Modem Command: " + command);
   if (!written) {
     connection_.DisconnectModem();
-    return Fail(kDeleteCommandError);
+    return kDeleteCommandError;
   }
   std::string answer;
-  bool finished = false;
-  const WholeSecondWait wait(platform_, settings_.timeout);
-  while (!finished && !wait.IsOver()) {
-    platform_.Sleep(1);
-    platform_.PumpMessages();
-    answer += exchange_.Read();
-    finished = ContainsNoCase(answer, "OK") || ContainsNoCase(answer, "ERROR");
-  }
+  exchange_.AwaitAnswer(1, [&](const std::string& read) {
+    answer += read;
+    return ContainsNoCase(answer, "OK") || ContainsNoCase(answer, "ERROR");
+  });
   exchange_.MarkCommandEnd();
-  if (IsGoodResponse(answer)) return true;
+  if (IsGoodResponse(answer)) return {};
   log_.WriteLog("Modem Response: " + answer);
   if (Trim(answer).empty()) connection_.DisconnectModem();
-  return Fail(kDeleteInvalidResponse);
-}
-
-bool MessageDeleter::Fail(const PendingError& error) {
-  error_ = error;
-  return false;
+  return kDeleteInvalidResponse;
 }
 
 }  // namespace tavro

@@ -5,24 +5,16 @@
 #include <string>
 #include <vector>
 
-#include "connection/connection_state.h"
-#include "connection/message_memory.h"
+#include "connection/message_steps.h"
 #include "connection/modem_connection.h"
-#include "connection/registration.h"
 #include "incoming/sim_box.h"
-#include "link/at_exchange.h"
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
-#include "platform/platform.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
-class MessageDeleter {
+class MessageDeleter : DialoguePart {
  public:
-  MessageDeleter(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                 const Settings& settings, ConnectionState& state, ModemConnection& connection,
-                 Registration& registration, MessageMemory& memory);
+  MessageDeleter(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps);
 
   // Deletes the memory locations of an inbox message one after the other and takes each out of the store. False on the
   // first failure, with the reason in Error: 6002 to 6005, 6007, 6011, 2002 or that of the registration. The store's
@@ -31,19 +23,11 @@ class MessageDeleter {
   const PendingError& Error() const { return error_; }
 
  private:
-  bool SelectMemoryOf(const SIMBox& box);
-  bool DeleteLocation(const SIMBox& box, std::int16_t location);
-  bool Fail(const PendingError& error);
+  PendingError Delete(SIMBox& box, const std::vector<std::int16_t>& locations);
+  PendingError DeleteLocation(std::int16_t location);
 
-  Platform& platform_;
-  AtExchange& exchange_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  const Settings& settings_;
-  ConnectionState& state_;
   ModemConnection& connection_;
-  Registration& registration_;
-  MessageMemory& memory_;
+  MessageSteps& steps_;
   PendingError error_;
 };
 

@@ -4,7 +4,6 @@
 
 #include "base/text.h"
 #include "incoming/deliver_decoding.h"
-#include "link/whole_second_wait.h"
 
 namespace tavro {
 
@@ -15,6 +14,8 @@ constexpr std::uint32_t kAllBits = 0xFFFFFFFF;
 // A gap of this profile ends a read. Slow lines get a longer one.
 constexpr SerialTimeOuts kReadTimeOuts{500, kAllBits, kAllBits, 2, 0};
 constexpr SerialTimeOuts kSlowReadTimeOuts{1000, kAllBits, kAllBits, 4, 0};
+
+constexpr MessageStepTexts kReadSteps{kReadCannotConnect, kReadPduModeUnchecked, kReadNoPduMode};
 
 // <stat> of AT+CMGL in PDU mode: '0' received unread, '1' received read. Messages to be sent are never listed.
 std::string_view ListingsOf(std::int16_t messageType) {
@@ -40,39 +41,15 @@ std::string AtLocation(std::int16_t location) {
 
 }  // namespace
 
-MessageReader::MessageReader(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                             const Settings& settings, ConnectionState& state, ModemConnection& connection,
-                             Registration& registration, MessageMemory& memory)
-    : platform_(platform),
-      exchange_(exchange),
-      errors_(errors),
-      log_(log),
-      settings_(settings),
-      state_(state),
-      connection_(connection),
-      registration_(registration),
-      memory_(memory) {}
+MessageReader::MessageReader(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps)
+    : DialoguePart(dialogue), connection_(connection), steps_(steps) {}
 
 bool MessageReader::ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver) {
-  error_ = {};
   leftBehind_ = 0;
   log_.WriteLog("Reading incoming messages [Option-" + std::to_string(messageType) + "]");
   box.Clear();
-  if (!state_.memorySelected && !memory_.SelectMessageMemory(settings_.messageMemory)) {
-    if (!exchange_.IsPortOpen()) return Fail(kReadCannotConnect);  // tried once: it may cost the PIN an attempt
-    errors_.Warn(kMessageMemoryNotSupported);                      // what the modem reads from by itself is listed
-  }
-  box.SetMemory(state_.memorySelected ? settings_.messageMemory : std::string());
-  if (!registration_.EnsureRegistered()) return Fail(registration_.Error());
-  if (!connection_.CheckPDUSupport()) return Fail(kReadPduModeUnchecked);
-  if (!state_.pduSupported) return Fail(kReadNoPduMode);
-
-  const DateNames names = LocalDateNames(platform_);
-  for (const char stat : ListingsOf(messageType)) {
-    ListingAnswer answer;
-    if (!List(stat, answer)) return false;
-    for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, deleteNonDeliver);
-  }
+  error_ = Read(box, messageType, deleteNonDeliver);
+  if (error_) return false;
   if (leftBehind_ > 0) {
     log_.WriteLog("The inbox is full: " + std::to_string(leftBehind_) + " messages stay in the modem");
   }
@@ -81,9 +58,24 @@ bool MessageReader::ReadMessages(SIMBox& box, std::int16_t messageType, bool del
   return true;
 }
 
-bool MessageReader::List(char stat, ListingAnswer& answer) {
-  if (!exchange_.IsPortOpen()) connection_.ConnectModem();
-  if (!exchange_.IsPortOpen()) return Fail(kReadCannotConnect);
+PendingError MessageReader::Read(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver) {
+  if (PendingError error = steps_.PrepareReading(kReadSteps)) return error;
+  const DateNames names = LocalDateNames(platform_);
+  bool memoryKnown = false;
+  for (const char stat : ListingsOf(messageType)) {
+    if (PendingError error = steps_.Connect(kReadSteps)) return error;
+    // Noted now that the connection stands: a new one may have come up with another memory.
+    if (!memoryKnown) box.SetMemory(steps_.Memory());
+    if (box.Memory() != steps_.Memory()) return kMessageMemoryNotSupported;
+    memoryKnown = true;
+    ListingAnswer answer;
+    if (PendingError error = List(stat, answer)) return error;
+    for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, deleteNonDeliver);
+  }
+  return {};
+}
+
+PendingError MessageReader::List(char stat, ListingAnswer& answer) {
   exchange_.ApplyTimeOuts('R', settings_.baudRate > 9600 ? kReadTimeOuts : kSlowReadTimeOuts);
   const std::string command = std::string("AT+CMGL=") + stat + '\r';
   exchange_.Pace();
@@ -92,20 +84,18 @@ bool MessageReader::List(char stat, ListingAnswer& answer) {
   log_.WriteLog("Modem Command: " + command);
   if (!written) {
     connection_.DisconnectModem();
-    return Fail(kReadCommandError);
+    return kReadCommandError;
   }
-  const WholeSecondWait wait(platform_, settings_.timeout);
-  while (!answer.IsComplete() && !answer.IsFailed() && !wait.IsOver()) {
-    platform_.Sleep(1);
-    platform_.PumpMessages();
-    answer.Append(exchange_.Read());
-  }
+  exchange_.AwaitAnswer(1, [&](const std::string& read) {
+    answer.Append(read);
+    return answer.IsComplete() || answer.IsFailed();
+  });
   exchange_.MarkCommandEnd();
   // A long answer is not copied for a log that does not take it.
   if (log_.LogType() >= 2) log_.WriteLog("Modem Response: " + answer.Text());
-  if (answer.IsComplete()) return true;
+  if (answer.IsComplete()) return {};
   if (answer.IsBlank()) connection_.DisconnectModem();
-  return Fail(kReadInvalidResponse);
+  return kReadInvalidResponse;
 }
 
 // What stands before the first "+CMGL:" is the echo or the end of something else.
@@ -146,13 +136,10 @@ void MessageReader::StoreEntry(SIMBox& box, std::string_view entry, const DateNa
 void MessageReader::DeleteWhileReading(SIMBox& box, std::int16_t location, const std::string& reason) {
   log_.WriteLog("Deleting message" + AtLocation(location) + ": " + reason);
   box.RemoveRecord(location);
+  // A new connection may come up with another memory, where the location is another message's.
+  if (!exchange_.IsPortOpen()) return;
   exchange_.CheckCommandResponse("AT+CMGD=" + std::to_string(location) + "\r");
   errors_.ClearError();
-}
-
-bool MessageReader::Fail(const PendingError& error) {
-  error_ = error;
-  return false;
 }
 
 }  // namespace tavro

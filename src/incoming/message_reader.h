@@ -6,50 +6,35 @@
 #include <string>
 #include <string_view>
 
-#include "connection/connection_state.h"
-#include "connection/message_memory.h"
+#include "connection/message_steps.h"
 #include "connection/modem_connection.h"
-#include "connection/registration.h"
 #include "incoming/listing_answer.h"
 #include "incoming/sim_box.h"
 #include "incoming/time_stamp.h"
-#include "link/at_exchange.h"
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
-#include "platform/platform.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
-class MessageReader {
+class MessageReader : DialoguePart {
  public:
-  MessageReader(Platform& platform, AtExchange& exchange, ErrorState& errors, LogHandling& log,
-                const Settings& settings, ConnectionState& state, ModemConnection& connection,
-                Registration& registration, MessageMemory& memory);
+  MessageReader(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps);
 
   // Fills the store with the messages of a type (0 received unread, 1 received read, 2 both, the read ones first) and
   // builds its inbox. With `deleteNonDeliver` what is no received message, or has a header that is not understood, is
-  // deleted from the modem. False on failure, with the reason in Error: 5002 to 5006 or that of the registration; the
-  // store then holds what was read before, and its inbox is as it was.
+  // deleted from the modem. False on failure, with the reason in Error: 2002, 5002 to 5006 or that of the registration;
+  // the store then holds what was read before, and its inbox is as it was.
   bool ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver);
   const PendingError& Error() const { return error_; }
 
  private:
-  bool List(char stat, ListingAnswer& answer);
+  PendingError Read(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver);
+  PendingError List(char stat, ListingAnswer& answer);
   void StoreEntries(SIMBox& box, std::string block, const DateNames& names, bool deleteNonDeliver);
   void StoreEntry(SIMBox& box, std::string_view entry, const DateNames& names, bool deleteNonDeliver);
   void DeleteWhileReading(SIMBox& box, std::int16_t location, const std::string& reason);
-  bool Fail(const PendingError& error);
 
-  Platform& platform_;
-  AtExchange& exchange_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  const Settings& settings_;
-  ConnectionState& state_;
   ModemConnection& connection_;
-  Registration& registration_;
-  MessageMemory& memory_;
+  MessageSteps& steps_;
   PendingError error_;
   std::size_t leftBehind_ = 0;  // messages that the store had no room for
 };

@@ -1,7 +1,9 @@
 #include "link/at_exchange.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "base/text.h"
-#include "link/whole_second_wait.h"
 
 namespace tavro {
 
@@ -10,6 +12,11 @@ namespace {
 constexpr std::uint32_t kAllBits = 0xFFFFFFFF;
 // Waits for the first octet without limit; 500 ms of silence end the read.
 constexpr SerialTimeOuts kCommandTimeOuts{500, kAllBits, kAllBits, 2, 0};
+
+// Octets that never stop end a read after so many times Timeout, and not before so many milliseconds.
+constexpr std::uint32_t kLongestReadTimeouts = 10, kLongestReadFloor = 10000;
+
+constexpr char kEsc = 27;
 
 // The extra time that a few commands get before their answer is read. The comparison is meant to be exact: a command
 // with anything behind these texts, its carriage return included, gets none.
@@ -30,23 +37,34 @@ AtExchange::AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, Lo
       errors_(errors),
       log_(log),
       settings_(settings),
-      lastCommandTick_(platform.TickCount()) {}
+      lastCommandTick_(platform.TickCount()),
+      sinceCommand_(platform, 0) {}
+
+void AtExchange::SetConnection(std::function<void()> open, std::function<void()> close) {
+  openConnection_ = std::move(open);
+  closeConnection_ = std::move(close);
+}
 
 std::string AtExchange::SendCommand(const std::string& command) {
   log_.WriteLog("Send AT command [" + command + "]");
   errors_.ClearError();
   if (!IsPortOpen()) {
     log_.WriteLog("Serial port is not open");
-    if (reconnect_) reconnect_();
-    if (!IsPortOpen()) return {};
+    if (openConnection_) openConnection_();
+    if (!IsPortOpen()) {
+      errors_.SetError(kCannotSendCommand);  // unless the connection raised its own error
+      return {};
+    }
   }
   if (errors_.IsPending()) return {};
   ApplyTimeOuts('N', kCommandTimeOuts);
   Pace();
   Purge();
   log_.WriteLog("Send: " + command);
-  if (!Write(command)) {
+  const std::int32_t written = WriteOctets(command);
+  if (std::cmp_not_equal(written, command.size())) {
     errors_.SetError(kCannotSendCommand);
+    if (written < 0 && closeConnection_) closeConnection_();
     return {};
   }
   const std::string answer = ReadAnswer(command);
@@ -59,18 +77,15 @@ std::string AtExchange::SendCommand(const std::string& command) {
 
 // The first read that brings more than the command's own echo.
 std::string AtExchange::ReadAnswer(const std::string& command) {
-  const WholeSecondWait wait(platform_, settings_.timeout);
+  sinceCommand_ = WholeSecondWait(platform_, settings_.timeout);
   if (const std::uint32_t settling = SettlingTime(command)) platform_.Sleep(settling);
   const std::string echo = Upper(Trim(command));
   std::string answer;
-  bool complete = false;
-  while (!complete && !wait.IsOver()) {
-    platform_.PumpMessages();
-    platform_.Sleep(1);
-    answer = Read();
-    const std::string_view trimmed = Trim(answer);
-    complete = !trimmed.empty() && Upper(trimmed) != echo;
-  }
+  const bool complete = AwaitAnswer(sinceCommand_, 1, [&](const std::string& newest) {
+    answer = newest;
+    const std::string_view trimmed = Trim(newest);
+    return !trimmed.empty() && Upper(trimmed) != echo;
+  });
   MarkCommandEnd();
   return complete ? answer : std::string();
 }
@@ -94,6 +109,7 @@ void AtExchange::ApplyTimeOuts(char mark, const SerialTimeOuts& timeOuts) {
   if (timeOutMark_ == mark) return;
   comm_.CommSetTimeOuts(settings_.portNumber, timeOuts);
   timeOutMark_ = mark;
+  gap_ = timeOuts.readInterval;
 }
 
 void AtExchange::Pace() {
@@ -107,14 +123,57 @@ void AtExchange::MarkCommandEnd() { lastCommandTick_ = platform_.TickCount(); }
 
 void AtExchange::Purge() { comm_.CommFlush(settings_.portNumber); }
 
-bool AtExchange::Write(std::string_view data) {
-  return comm_.CommWrite(settings_.portNumber, data) == static_cast<std::int64_t>(data.size());
+bool AtExchange::Write(std::string_view data) { return std::cmp_equal(WriteOctets(data), data.size()); }
+
+std::int32_t AtExchange::WriteOctets(std::string_view data) {
+  if (platform_.IsInterrupted()) return -1;
+  return comm_.CommWrite(settings_.portNumber, data);
 }
 
+void AtExchange::CancelInput() {
+  Pace();
+  comm_.CommWrite(settings_.portNumber, {&kEsc, 1});
+}
+
+bool AtExchange::AwaitAnswer(std::uint32_t interval, const Completion& isComplete) {
+  return AwaitAnswer(WholeSecondWait(platform_, settings_.timeout), interval, isComplete);
+}
+
+bool AtExchange::AwaitAnswer(const WholeSecondWait& wait, std::uint32_t interval, const Completion& isComplete) {
+  while (!wait.IsOver()) {
+    platform_.PumpMessages();
+    platform_.Sleep(interval);
+    if (isComplete(Read())) return true;
+  }
+  return false;
+}
+
+// What the port holds, up to the gap that ends it; empty when there is nothing or the port fails. The port is never
+// asked for more octets than can come in the time that is left, however slowly they trickle.
 std::string AtExchange::Read() {
-  std::string data;
-  comm_.CommRead(settings_.portNumber, data, clsCOMM::kReadBufferSize);
+  const std::uint32_t limit =
+      std::max(static_cast<std::uint32_t>(settings_.timeout) * kLongestReadTimeouts, kLongestReadFloor);
+  const std::uint32_t start = platform_.TickCount();
+  std::string data, piece;
+  for (std::uint32_t elapsed = 0; elapsed < limit; elapsed = platform_.TickCount() - start) {
+    const auto room = static_cast<std::uint32_t>(clsCOMM::kReadBufferSize - data.size());
+    const std::uint32_t wanted = std::clamp((limit - elapsed) / gap_, 1U, room);
+    const std::int32_t count = comm_.CommRead(settings_.portNumber, piece, wanted);
+    if (count > 0) data += piece;
+    const bool endedAtGap = std::cmp_less(count, wanted);
+    if (endedAtGap || data.size() >= clsCOMM::kReadBufferSize || !AwaitOctet()) break;
+  }
   return data;
+}
+
+// Whether another octet comes before a gap.
+bool AtExchange::AwaitOctet() {
+  const std::uint32_t start = platform_.TickCount();
+  while (!comm_.HasInput(settings_.portNumber)) {
+    if (platform_.TickCount() - start >= gap_ || platform_.IsInterrupted()) return false;
+    platform_.Sleep(1);
+  }
+  return true;
 }
 
 std::string CleanResponse(std::string_view text, bool removeOk, bool removeCr, bool removeLf) {
@@ -135,6 +194,20 @@ std::string CleanResponse(std::string_view text, bool removeOk, bool removeCr, b
 bool IsGoodResponse(std::string_view answer) {
   const std::string upper = Upper(answer);
   return Contains(upper, "OK") && !Contains(upper, "ERROR");
+}
+
+std::string WithoutQuotedText(std::string_view answer) {
+  std::string text;
+  bool quoted = false;
+  for (const char c : answer) {
+    if (c == '\r' || c == '\n') quoted = false;
+    if (c == '"') {
+      quoted = !quoted;
+    } else if (!quoted) {
+      text += c;
+    }
+  }
+  return text;
 }
 
 }  // namespace tavro

@@ -135,6 +135,12 @@ std::int32_t clsCOMM::CommRead(int port, std::string& data, std::uint32_t reques
   return static_cast<std::int32_t>(bytesRead);
 }
 
+bool clsCOMM::HasInput(int port) {
+  const Entry* entry = Find(port, "HasInput");
+  std::uint32_t flags = 0, queued = 0;
+  return entry && driver_.ClearError(entry->Device(), flags, queued) && queued > 0;
+}
+
 std::int32_t clsCOMM::CommWrite(int port, std::string_view data) {
   Entry* entry = Find(port, "CommWrite");
   if (!entry) return -1;

@@ -40,6 +40,8 @@ class clsCOMM {
   // Reads what is queued, or more when `requested` is more: then it waits, within the time-outs, for the rest. Returns
   // the number of octets read, 0 at once when nothing is queued, -1 on failure. At most kReadBufferSize octets.
   std::int32_t CommRead(int port, std::string& data, std::uint32_t requested);
+  // Whether octets are queued.
+  bool HasInput(int port);
   // Returns the number of octets written, -1 on failure.
   std::int32_t CommWrite(int port, std::string_view data);
   // `on`: whether any of the modem status bits in `mask` is set.

@@ -5,6 +5,11 @@ namespace tavro {
 ErrorState::ErrorState(Platform& platform, LogHandling& log, const Settings& settings)
     : platform_(platform), log_(log), settings_(settings) {}
 
+void ErrorState::BeginCall() {
+  ClearError();
+  callEnd_ = {};
+}
+
 void ErrorState::SetError(std::int32_t code, std::string_view text) {
   if (code != 0 && code != kCannotOpenLog.code) operationFailed_ = true;
   // The first error stands: an outer operation must not overwrite the more precise error of an inner one.

@@ -31,6 +31,9 @@ class ErrorState {
  public:
   ErrorState(Platform& platform, LogHandling& log, const Settings& settings);
 
+  // Begins a public call: clears the last error, and what ended the call before.
+  void BeginCall();
+
   // Records an error unless one is recorded already: logs it and, in debug mode, shows it. Code 0 clears. A negative
   // code is recorded but neither logged nor shown, and it survives ClearError.
   void SetError(std::int32_t code, std::string_view text);
@@ -39,6 +42,11 @@ class ErrorState {
   void ClearError();
   // Sets an error, which logs it, and clears it at once, which leaves it as the previous one.
   void Warn(const PendingError& error);
+
+  // An error after which the rest of the public call must not try again: a PIN that was refused, which would lock the
+  // SIM. It is not raised by this.
+  void EndCall(const PendingError& error) { callEnd_ = error; }
+  const PendingError& CallEnd() const { return callEnd_; }
 
   std::int32_t LastErrorCode() const { return lastCode_; }
   // In one line: "<cr>" and "<lf>" stand for line ends. In the platform's code page.
@@ -62,6 +70,7 @@ class ErrorState {
   std::int32_t previousCode_ = 0;
   std::string previousText_;
   bool operationFailed_ = false;
+  PendingError callEnd_;
 };
 
 }  // namespace tavro

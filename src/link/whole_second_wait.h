@@ -7,8 +7,9 @@
 
 namespace tavro {
 
-// The seconds are those that the clock shows, so 800 ms end at the next full second and 1500 ms within one to two. A
-// clock that is set back cannot make the wait endless: the tick count ends it a second later than the clock would.
+// The seconds are those that the clock shows, so 800 ms end at the next full second and 1500 ms within one to two. The
+// tick count keeps a clock that is set forward or back from ending a wait before such a second or making it endless.
+// A program that wants to end waits for nothing.
 class WholeSecondWait {
  public:
   WholeSecondWait(Platform& platform, std::int32_t milliseconds);
@@ -16,6 +17,8 @@ class WholeSecondWait {
   bool IsOver() const;
   // The same start with another limit.
   bool IsOver(std::int32_t milliseconds) const;
+  // Milliseconds since the start.
+  std::uint32_t Elapsed() const;
 
  private:
   Platform* platform_;

@@ -9,10 +9,8 @@ namespace tavro {
 namespace {
 
 constexpr SubmissionErrors kPushErrors{
-    .pduModeUnchecked = kPushPduModeUnchecked,
-    .noPduMode = kPushNoPduMode,
+    .steps = {kPushCannotConnect, kPushPduModeUnchecked, kPushNoPduMode},
     .smscNotSpecified = kPushSmscNotSpecified,
-    .cannotConnect = kPushCannotConnect,
     .commandError = kPushCommandError,
     .invalidPrompt = kPushInvalidPrompt,
     .submitError = kSubmitPushPduError,
@@ -44,9 +42,8 @@ ServiceIndication IndicationOf(const WapPush& push, Platform& platform) {
   return indication;
 }
 
-PushSender::PushSender(Platform& platform, Submission& submission, ErrorState& errors, LogHandling& log,
-                       const Settings& settings)
-    : platform_(platform), submission_(submission), errors_(errors), log_(log), settings_(settings) {}
+PushSender::PushSender(const Dialogue& dialogue, Submission& submission)
+    : DialoguePart(dialogue), submission_(submission) {}
 
 bool PushSender::Send(const WapPush& push) {
   const ServiceIndication indication = IndicationOf(push, platform_);

@@ -5,12 +5,9 @@
 #include <optional>
 #include <string>
 
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
+#include "link/dialogue.h"
 #include "outgoing/service_indication.h"
 #include "outgoing/submission.h"
-#include "platform/platform.h"
 
 namespace tavro {
 
@@ -27,10 +24,9 @@ struct WapPush {
 // The push as it would be sent now.
 ServiceIndication IndicationOf(const WapPush& push, Platform& platform);
 
-class PushSender {
+class PushSender : DialoguePart {
  public:
-  PushSender(Platform& platform, Submission& submission, ErrorState& errors, LogHandling& log,
-             const Settings& settings);
+  PushSender(const Dialogue& dialogue, Submission& submission);
 
   // True when the modem confirmed it; otherwise the error is raised: 7008 to 7016, 7018, 7022, 7023, or one of the
   // connection.
@@ -40,11 +36,7 @@ class PushSender {
   // On failure the error is given, or raised already.
   SubmissionResult Submit(const WapPush& push, const ServiceIndication& indication);
 
-  Platform& platform_;
   Submission& submission_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  const Settings& settings_;
 };
 
 }  // namespace tavro

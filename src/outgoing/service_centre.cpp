@@ -6,8 +6,8 @@
 
 namespace tavro {
 
-ServiceCentre::ServiceCentre(AtExchange& exchange, LogHandling& log, Registration& registration)
-    : exchange_(exchange), log_(log), registration_(registration) {}
+ServiceCentre::ServiceCentre(const Dialogue& dialogue, Registration& registration)
+    : DialoguePart(dialogue), registration_(registration) {}
 
 bool ServiceCentre::QuerySmsc() {
   if (!registration_.EnsureReady()) return false;
@@ -22,8 +22,7 @@ bool ServiceCentre::QuerySmsc() {
 }
 
 bool ServiceCentre::SetSmsc(const std::string& number) {
-  // On the line these would end the number and begin another command.
-  if (number.find_first_of("\"\r\n") != std::string::npos) return false;
+  if (!IsQuotable(number)) return false;
   if (!registration_.EnsureReady()) return false;
   log_.WriteLog("Setting SMSC as '" + number + "'");
   if (!IsGoodResponse(exchange_.SendCommand("AT+CSCA=\"" + number + "\"\r"))) return false;

@@ -4,19 +4,19 @@
 #include <string>
 
 #include "connection/registration.h"
-#include "link/at_exchange.h"
-#include "log/log_handling.h"
+#include "link/dialogue.h"
 
 namespace tavro {
 
-class ServiceCentre {
+class ServiceCentre : DialoguePart {
  public:
-  ServiceCentre(AtExchange& exchange, LogHandling& log, Registration& registration);
+  ServiceCentre(const Dialogue& dialogue, Registration& registration);
 
   // Reads the number from the modem. On failure the caller raises its own error (4001, 4018, 7022); one of the
   // exchange or of the registration is raised already.
   bool QuerySmsc();
-  // Sets it in the modem; a number that holds a quote, CR or LF is never sent. On failure the caller raises 4002.
+  // Sets it in the modem; a number that holds a quote or a control character is never sent. On failure the caller
+  // raises 4002.
   bool SetSmsc(const std::string& number);
 
   // "+919812345678", or empty when not known.
@@ -26,8 +26,6 @@ class ServiceCentre {
   void Forget() { number_.clear(); }
 
  private:
-  AtExchange& exchange_;
-  LogHandling& log_;
   Registration& registration_;
   std::string number_;
 };

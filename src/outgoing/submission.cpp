@@ -18,7 +18,7 @@ namespace tavro {
 
 namespace {
 
-constexpr char kCtrlZ = 26, kEsc = 27;
+constexpr char kCtrlZ = 26;
 constexpr std::uint32_t kAllBits = 0xFFFFFFFF;
 constexpr SerialTimeOuts kFastTimeOuts{500, kAllBits, kAllBits, 3, 0};                   // above 9600 bits per second
 constexpr SerialTimeOuts kSlowTimeOuts{1000, kAllBits, kAllBits, 6, 0};                  // up to it
@@ -35,7 +35,7 @@ std::size_t TpduLength(const std::string& pdu) {
 // behind it: the message is out and must not be sent again for an unsolicited text that speaks of an error.
 std::string ConfirmedReference(std::string_view response) {
   constexpr std::string_view kPrefix = "+CMGS:";
-  const std::string upper = Upper(response);
+  const std::string upper = Upper(WithoutQuotedText(response));
   std::string_view answer = std::string_view(upper).substr(0, upper.find("ERROR"));
   const std::size_t prefix = answer.find(kPrefix);
   if (prefix == std::string_view::npos) return {};
@@ -49,26 +49,9 @@ std::string ConfirmedReference(std::string_view response) {
 
 }  // namespace
 
-Submission::Submission(Platform& platform, AtExchange& exchange, ModemConnection& connection, ErrorState& errors,
-                       LogHandling& log, const Settings& settings, const ConnectionState& state,
+Submission::Submission(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps,
                        ServiceCentre& serviceCentre)
-    : platform_(platform),
-      exchange_(exchange),
-      connection_(connection),
-      errors_(errors),
-      log_(log),
-      settings_(settings),
-      state_(state),
-      serviceCentre_(serviceCentre) {}
-
-PendingError Submission::Prepare(const SubmissionErrors& errors) {
-  if (!state_.IsReady() && !connection_.EnsureConnection()) return errors_.Last();
-  // What is known of a connection that is closed says nothing of the one that the first attempt opens.
-  if (!exchange_.IsPortOpen()) return {};
-  if (!connection_.CheckPDUSupport()) return errors.pduModeUnchecked;
-  if (!state_.pduSupported) return errors.noPduMode;
-  return {};
-}
+    : DialoguePart(dialogue), connection_(connection), steps_(steps), serviceCentre_(serviceCentre) {}
 
 std::string Submission::SmscField(const SubmissionErrors& errors) {
   if (serviceCentre_.SmscNumber().empty()) serviceCentre_.QuerySmsc();
@@ -82,15 +65,15 @@ SubmissionResult Submission::Submit(const std::string& pdu, bool first, const Su
     lastSend_.emplace(platform_, settings_.sendDelay);
     if (!result.reference.empty()) return result;
     if (!result.error) result.error = errors.unknown;
-    if (++failures > settings_.sendRetry) return result;
+    if (++failures > settings_.sendRetry || platform_.IsInterrupted()) return result;
     errors_.SetError(result.error.code, result.error.text + " [Send Attempt: " + std::to_string(failures) + "]");
   }
 }
 
 SubmissionResult Submission::Attempt(const std::string& pdu, bool first, const SubmissionErrors& errors) {
   errors_.ClearError();
-  if (!exchange_.IsPortOpen()) connection_.ConnectModem();
-  if (!exchange_.IsPortOpen() || !state_.IsReady()) return {{}, errors.cannotConnect};
+  if (PendingError error = steps_.Connect(errors.steps)) return {{}, error};
+  if (!state_.IsReady()) return {{}, errors.steps.cannotConnect};
 
   WaitSendDelay(first);
   exchange_.ApplyTimeOuts('S', settings_.baudRate > 9600 ? kFastTimeOuts : kSlowTimeOuts);
@@ -105,13 +88,7 @@ SubmissionResult Submission::Attempt(const std::string& pdu, bool first, const S
     return {{}, errors.commandError};
   }
 
-  const std::string prompt = AwaitPrompt();
-  if (prompt != ">") {
-    log_.WriteLog("Modem Response: " + prompt);
-    if (!HoldsError(prompt) || Contains(prompt, ">")) CancelPrompt();
-    if (prompt.empty()) connection_.DisconnectModem();
-    return {{}, errors.invalidPrompt};
-  }
+  if (PendingError error = AwaitPrompt(errors)) return {{}, error};
 
   exchange_.Pace();
   const bool written = exchange_.Write(pdu + kCtrlZ);
@@ -123,26 +100,24 @@ SubmissionResult Submission::Attempt(const std::string& pdu, bool first, const S
     return {{}, errors.submitError};
   }
 
-  std::string response;
-  std::string reference = AwaitResult(response);
-  log_.WriteLog("Modem Response: " + response);
-  if (!reference.empty()) return {std::move(reference), {}};
-  if (HoldsError(response) || Trim(response).empty()) connection_.DisconnectModem();
-  return {{}, {errors.invalidResult.code, errors.invalidResult.text + response + "]"}};
+  return AwaitResult(errors);
 }
 
 // The application's events go on meanwhile.
 void Submission::WaitSendDelay(bool first) {
+  const auto delay = static_cast<std::uint32_t>(settings_.sendDelay);
   if (first) {
-    while (lastSend_ && !lastSend_->IsOver(settings_.sendDelay)) {
+    // At least so many seconds on the clock, and at least so many milliseconds.
+    while (lastSend_ && !(lastSend_->IsOver(settings_.sendDelay) && lastSend_->Elapsed() >= delay) &&
+           !platform_.IsInterrupted()) {
       platform_.PumpMessages();
       platform_.Sleep(kPumpInterval);
     }
     return;
   }
   const std::uint32_t start = platform_.TickCount();
-  const auto delay = static_cast<std::uint32_t>(settings_.sendDelay);
-  for (std::uint32_t elapsed = 0; elapsed < delay; elapsed = platform_.TickCount() - start) {
+  for (std::uint32_t elapsed = 0; elapsed < delay && !platform_.IsInterrupted();
+       elapsed = platform_.TickCount() - start) {
     platform_.PumpMessages();
     platform_.Sleep(std::min(kPumpInterval, delay - elapsed));
   }
@@ -150,37 +125,46 @@ void Submission::WaitSendDelay(bool first) {
 
 void Submission::LogPortError() { log_.WriteLog("Comm Error: [" + std::to_string(exchange_.PortError()) + "] "); }
 
-// All that came, cleaned: ">" alone is the prompt, in whatever pieces it came. Anything with it, an echo of the command
-// or an unsolicited line, makes it none; this is meant.
-std::string Submission::AwaitPrompt() {
-  std::string received;
-  std::string response;
-  const WholeSecondWait wait(platform_, settings_.timeout);
-  while (response != ">" && !HoldsError(response) && !wait.IsOver()) {
-    platform_.Sleep(kPromptInterval);
-    received += exchange_.Read();
+// All that came, cleaned, or what the newest read brought: ">" alone is the prompt, in whatever pieces it came.
+// Anything that comes in one read with it, an echo of the command or an unsolicited line, makes it none; this is meant.
+PendingError Submission::AwaitPrompt(const SubmissionErrors& errors) {
+  std::string received, response, newest;
+  const auto isPrompt = [&] { return response == ">" || newest == ">"; };
+  exchange_.AwaitAnswer(kPromptInterval, [&](const std::string& read) {
+    received += read;
+    newest = CleanResponse(read);
     response = CleanResponse(received);
-  }
+    return isPrompt() || HoldsError(response);
+  });
   log_.WriteLog("Recv: " + response);
-  return response;
+  if (isPrompt() && !HoldsError(response)) return {};
+  log_.WriteLog("Modem Response: " + response);
+  const bool refused = HoldsError(response);
+  if (!refused || Contains(response, ">")) CancelPrompt();
+  if (!refused && newest.empty()) connection_.DisconnectModem();
+  return errors.invalidPrompt;
 }
 
-std::string Submission::AwaitResult(std::string& response) {
-  std::string reference;
-  const WholeSecondWait wait(platform_, settings_.timeout);
-  while (reference.empty() && !HoldsError(response) && !wait.IsOver()) {
-    platform_.Sleep(kResultInterval);
-    response += exchange_.Read();
+SubmissionResult Submission::AwaitResult(const SubmissionErrors& errors) {
+  std::string response, reference;
+  exchange_.AwaitAnswer(kResultInterval, [&](const std::string& read) {
+    response += read;
     reference = ConfirmedReference(response);
-  }
-  return reference;
+    return !reference.empty() || HoldsError(WithoutQuotedText(response));
+  });
+  log_.WriteLog("Modem Response: " + response);
+  if (!reference.empty()) return {std::move(reference), {}};
+  const std::string codes = WithoutQuotedText(response);
+  const bool refused = HoldsError(codes);
+  if (!refused && !ContainsNoCase(codes, "OK")) CancelPrompt();
+  if (refused || Trim(response).empty()) connection_.DisconnectModem();
+  return {{}, {errors.invalidResult.code, errors.invalidResult.text + response + "]"}};
 }
 
 // A modem that waits for a PDU, or is late to ask for one, would take the next command for it.
 void Submission::CancelPrompt() {
   log_.WriteLog("Cancelling the message");
-  exchange_.Pace();
-  exchange_.Write(std::string(1, kEsc));
+  exchange_.CancelInput();
 }
 
 }  // namespace tavro

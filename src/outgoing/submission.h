@@ -6,24 +6,18 @@
 #include <string>
 
 #include "base/error_codes.h"
-#include "connection/connection_state.h"
+#include "connection/message_steps.h"
 #include "connection/modem_connection.h"
-#include "link/at_exchange.h"
-#include "link/error_state.h"
-#include "link/settings.h"
+#include "link/dialogue.h"
 #include "link/whole_second_wait.h"
-#include "log/log_handling.h"
 #include "outgoing/service_centre.h"
-#include "platform/platform.h"
 
 namespace tavro {
 
 // What differs between a text message and a push.
 struct SubmissionErrors {
-  ErrorDefinition pduModeUnchecked;
-  ErrorDefinition noPduMode;
+  MessageStepTexts steps;
   ErrorDefinition smscNotSpecified;
-  ErrorDefinition cannotConnect;
   ErrorDefinition commandError;
   ErrorDefinition invalidPrompt;
   ErrorDefinition submitError;
@@ -36,13 +30,12 @@ struct SubmissionResult {
   PendingError error;
 };
 
-class Submission {
+class Submission : DialoguePart {
  public:
-  Submission(Platform& platform, AtExchange& exchange, ModemConnection& connection, ErrorState& errors,
-             LogHandling& log, const Settings& settings, const ConnectionState& state, ServiceCentre& serviceCentre);
+  Submission(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps, ServiceCentre& serviceCentre);
 
   // Makes sure of the connection and of the modem's PDU mode. Returns the error on failure.
-  PendingError Prepare(const SubmissionErrors& errors);
+  PendingError Prepare(const SubmissionErrors& errors) { return steps_.PrepareSending(errors.steps); }
 
   // The SMSC field of the PDUs. With no service centre known, and none to be read from the modem, an error is raised.
   std::string SmscField(const SubmissionErrors& errors);
@@ -55,17 +48,12 @@ class Submission {
   SubmissionResult Attempt(const std::string& pdu, bool first, const SubmissionErrors& errors);
   void WaitSendDelay(bool first);
   void LogPortError();
-  std::string AwaitPrompt();
-  std::string AwaitResult(std::string& response);
+  PendingError AwaitPrompt(const SubmissionErrors& errors);
+  SubmissionResult AwaitResult(const SubmissionErrors& errors);
   void CancelPrompt();
 
-  Platform& platform_;
-  AtExchange& exchange_;
   ModemConnection& connection_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  const Settings& settings_;
-  const ConnectionState& state_;
+  MessageSteps& steps_;
   ServiceCentre& serviceCentre_;
   std::optional<WholeSecondWait> lastSend_;  // since the end of the last attempt
 };

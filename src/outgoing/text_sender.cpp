@@ -11,10 +11,8 @@ namespace tavro {
 namespace {
 
 constexpr SubmissionErrors kTextErrors{
-    .pduModeUnchecked = kSendPduModeUnchecked,
-    .noPduMode = kSendNoPduMode,
+    .steps = {kSendCannotConnect, kSendPduModeUnchecked, kSendNoPduMode},
     .smscNotSpecified = kSmscNotSpecified,
-    .cannotConnect = kSendCannotConnect,
     .commandError = kSendCommandError,
     .invalidPrompt = kSendInvalidPrompt,
     .submitError = kSubmitPduError,
@@ -24,8 +22,8 @@ constexpr SubmissionErrors kTextErrors{
 
 }  // namespace
 
-TextSender::TextSender(Submission& submission, ErrorState& errors, LogHandling& log, const Settings& settings)
-    : submission_(submission), errors_(errors), log_(log), settings_(settings) {}
+TextSender::TextSender(const Dialogue& dialogue, Submission& submission)
+    : DialoguePart(dialogue), submission_(submission), reference_(platform_.WallClock()) {}
 
 std::optional<std::string> TextSender::SendSMS(const std::string& destination, std::u16string_view text, bool alert) {
   errors_.ClearError();

@@ -5,17 +5,15 @@
 #include <string>
 #include <string_view>
 
-#include "link/error_state.h"
-#include "link/settings.h"
-#include "log/log_handling.h"
+#include "link/dialogue.h"
 #include "outgoing/message_reference.h"
 #include "outgoing/submission.h"
 
 namespace tavro {
 
-class TextSender {
+class TextSender : DialoguePart {
  public:
-  TextSender(Submission& submission, ErrorState& errors, LogHandling& log, const Settings& settings);
+  TextSender(const Dialogue& dialogue, Submission& submission);
 
   // Sends a text as Character and LongMessage say. Returns the message references in part order, joined by ",", or
   // nothing with the error raised: 4004, 4006 to 4020, or one of the connection. Parts behind one that failed are not
@@ -27,9 +25,6 @@ class TextSender {
   std::string SendTextMessage(const std::string& destination, std::u16string_view text, bool alert);
 
   Submission& submission_;
-  ErrorState& errors_;
-  LogHandling& log_;
-  const Settings& settings_;
   MessageReference reference_;
   PendingError pending_;
 };

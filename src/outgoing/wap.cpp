@@ -4,6 +4,7 @@
 
 #include "base/calendar.h"
 #include "base/error_codes.h"
+#include "link/public_call.h"
 #include "outgoing/encodings.h"
 #include "outgoing/push_pdu.h"
 #include "outgoing/wap_state.h"
@@ -12,23 +13,7 @@ namespace tavro {
 
 namespace {
 
-// One public call: clears the last error, and raises the call's own. After the SMS object was released there is
-// nobody to tell.
-class Call {
- public:
-  explicit Call(const Wap::State& state) : services_(state.services.lock()) {
-    if (services_) services_->errors.ClearError();
-  }
-
-  bool Fail(const ErrorDefinition& error) const {
-    if (services_) services_->errors.SetError(error);
-    return false;
-  }
-  PushSender* Sender() const { return services_ ? &services_->sender : nullptr; }
-
- private:
-  std::shared_ptr<PushServices> services_;
-};
+using Call = PublicCall<PushServices>;
 
 }  // namespace
 
@@ -36,12 +21,12 @@ Wap::Wap(std::unique_ptr<State> state) : state_(std::move(state)) {}
 Wap::~Wap() = default;
 
 std::u16string Wap::Destination() {
-  const Call call(*state_);
+  const Call call(state_->services);
   return state_->platform->FromCodePage(state_->push.destination);
 }
 
 void Wap::SetDestination(const std::u16string& number) {
-  const Call call(*state_);
+  const Call call(state_->services);
   std::string destination = state_->platform->ToCodePage(number);
   if (IsInternationalNumber(destination) || IsNationalNumber(destination)) {
     state_->push.destination = std::move(destination);
@@ -51,12 +36,12 @@ void Wap::SetDestination(const std::u16string& number) {
 }
 
 std::u16string Wap::Text() {
-  const Call call(*state_);
+  const Call call(state_->services);
   return state_->push.text;
 }
 
 void Wap::SetText(const std::u16string& text) {
-  const Call call(*state_);
+  const Call call(state_->services);
   if (!text.empty()) {
     state_->push.text = text;
   } else {
@@ -65,12 +50,12 @@ void Wap::SetText(const std::u16string& text) {
 }
 
 std::u16string Wap::URL() {
-  const Call call(*state_);
+  const Call call(state_->services);
   return state_->push.url;
 }
 
 void Wap::SetURL(const std::u16string& url) {
-  const Call call(*state_);
+  const Call call(state_->services);
   if (!url.empty()) {
     state_->push.url = url;
   } else {
@@ -79,24 +64,24 @@ void Wap::SetURL(const std::u16string& url) {
 }
 
 std::int16_t Wap::Action() {
-  const Call call(*state_);
+  const Call call(state_->services);
   return state_->push.action;
 }
 
 void Wap::SetAction(std::int16_t action) {
-  const Call call(*state_);
+  const Call call(state_->services);
   const bool valid = action >= 1 && action <= 3;
   if (!valid) call.Fail(kInvalidAction);
   state_->push.action = valid ? action : std::int16_t{2};
 }
 
 std::optional<double> Wap::Created() {
-  const Call call(*state_);
+  const Call call(state_->services);
   return state_->push.created;
 }
 
 void Wap::SetCreated(std::optional<double> date) {
-  const Call call(*state_);
+  const Call call(state_->services);
   if (date && IsOleDate(*date)) {
     state_->push.created = date;
   } else {
@@ -105,12 +90,12 @@ void Wap::SetCreated(std::optional<double> date) {
 }
 
 std::u16string Wap::Expiry() {
-  const Call call(*state_);
+  const Call call(state_->services);
   return state_->platform->FromCodePage(state_->push.expiry);
 }
 
 void Wap::SetExpiry(const std::u16string& expiry) {
-  const Call call(*state_);
+  const Call call(state_->services);
   std::string text = state_->platform->ToCodePage(expiry);
   if (IsExpiry(text)) {
     state_->push.expiry = std::move(text);
@@ -120,16 +105,16 @@ void Wap::SetExpiry(const std::u16string& expiry) {
 }
 
 bool Wap::Send() {
-  const Call call(*state_);
+  const Call call(state_->services);
   const WapPush push = state_->push;  // the application may change the properties while it is sent
   if (push.text.empty()) return call.Fail(kPushTextNotSpecified);
   if (push.url.empty()) return call.Fail(kPushUrlNotSpecified);
   if (push.destination.empty()) return call.Fail(kPushDestinationNotSpecified);
-  return call.Sender() && call.Sender()->Send(push);
+  return call && call->sender.Send(push);
 }
 
 bool Wap::IsLengthOK() {
-  const Call call(*state_);
+  const Call call(state_->services);
   return PushUserData(IndicationOf(state_->push, *state_->platform)).size() / 2 <= kMaxPushOctets;
 }
 

@@ -1,0 +1,43 @@
+// What every part uses that talks to the modem.
+#pragma once
+
+#include "link/at_exchange.h"
+#include "link/connection_state.h"
+#include "link/error_state.h"
+#include "link/settings.h"
+#include "log/log_handling.h"
+#include "platform/platform.h"
+
+namespace tavro {
+
+// All of it belongs to one engine and lives as long.
+struct Dialogue {
+  Platform& platform;
+  AtExchange& exchange;
+  ErrorState& errors;
+  LogHandling& log;
+  Settings& settings;
+  ConnectionState& state;
+};
+
+// A part derives from it, so that its constructor shows what is particular to it.
+class DialoguePart {
+ protected:
+  explicit DialoguePart(const Dialogue& dialogue)
+      : platform_(dialogue.platform),
+        exchange_(dialogue.exchange),
+        errors_(dialogue.errors),
+        log_(dialogue.log),
+        settings_(dialogue.settings),
+        state_(dialogue.state) {}
+  ~DialoguePart() = default;
+
+  Platform& platform_;
+  AtExchange& exchange_;
+  ErrorState& errors_;
+  LogHandling& log_;
+  Settings& settings_;
+  ConnectionState& state_;
+};
+
+}  // namespace tavro
