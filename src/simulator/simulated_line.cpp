@@ -96,6 +96,7 @@ std::int64_t SimulatedLine::CharacterUs(const Port& port) const {
 }
 
 void SimulatedLine::Collect(Port& port) {
+  if (port.IsGone()) return;  // what the modem says now is for others
   for (auto due = port.modem->NextOutput(); due && *due * 1000 <= nowUs_; due = port.modem->NextOutput()) {
     port.input.Add(port.modem->TakeOutput(*due), *due * 1000, CharacterUs(port), nowUs_);
   }
