@@ -1,5 +1,12 @@
+#include <fcntl.h>
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <csignal>
+#include <functional>
 
 #include "engine_fixture.h"
 #include "log/log_handling.h"
@@ -101,27 +108,56 @@ TEST_F(LogTest, ClearKeepsTheLastLines) {
 
 TEST_F(LogTest, ReportsItsOwnFailures) {
   log_.SetLogType(2);
-  std::filesystem::create_directory(folder_.LogFile());  // a folder in the file's place cannot be opened
-  log_.WriteLog("lost");
-  log_.WriteErrorLine(1012, "lost too");
-  EXPECT_EQ(log_.LineCount(), 0);
-  EXPECT_FALSE(log_.Clear(0));
-  EXPECT_FALSE(log_.Clear(1));
-  EXPECT_THAT(failures_, ElementsAre("8004 Error opening log file", "8004 Error opening log file",
-                                     "8008 Error getting log file size", "8007 Error clearing log file",
-                                     "8007 Error clearing log file"));
+  int reader = -1;
+  const std::string file = folder_.LogFile().string();
+  const struct {
+    const char* what;
+    std::function<void()> make;
+  } kCases[] = {
+      {"a folder", [&] { std::filesystem::create_directory(file); }},
+      {"a FIFO", [&] { mkfifo(file.c_str(), 0600); }},
+      {"a FIFO with a reader",
+       [&] {
+         mkfifo(file.c_str(), 0600);
+         reader = open(file.c_str(), O_RDONLY | O_NONBLOCK);
+       }},
+      {"a device", [&] { std::filesystem::create_symlink("/dev/null", file); }},
+      {"no folder", [&] { std::filesystem::remove_all(folder_.Path()); }},
+  };
+  for (const auto& c : kCases) {
+    SCOPED_TRACE(c.what);
+    failures_.clear();
+    c.make();
+    log_.WriteLog("lost");
+    log_.WriteErrorLine(1012, "lost too");
+    EXPECT_EQ(log_.LineCount(), 0);
+    EXPECT_FALSE(log_.Clear(0));
+    EXPECT_FALSE(log_.Clear(1));
+    EXPECT_THAT(failures_, ElementsAre("8004 Error opening log file", "8004 Error opening log file",
+                                       "8008 Error getting log file size", "8007 Error clearing log file",
+                                       "8007 Error clearing log file"));
+    std::filesystem::remove(file);
+  }
+  close(reader);
+
+  std::filesystem::create_directory(folder_.Path());
+  std::filesystem::create_symlink(folder_.Path() / "elsewhere.log", file);
+  log_.WriteLog("back again");
+  EXPECT_THAT(folder_.LogLines(), ElementsAre("back again")) << "a link to a regular file is one";
+  EXPECT_EQ(log_.LineCount(), 2);
 }
 
-TEST_F(LogTest, FullDiskAndRemovedFolderAreReported) {
+TEST_F(LogTest, FullDiskIsReported) {
   log_.SetLogType(2);
-  std::filesystem::create_symlink("/dev/full", folder_.LogFile());
+  rlimit before{};
+  ASSERT_EQ(getrlimit(RLIMIT_FSIZE, &before), 0);
+  const auto ignored = std::signal(SIGXFSZ, SIG_IGN);
+  const rlimit none{0, before.rlim_max};
+  ASSERT_EQ(setrlimit(RLIMIT_FSIZE, &none), 0);
   log_.WriteLog("no room");
-  std::filesystem::remove_all(folder_.Path());
-  log_.WriteLog("no folder");
-  EXPECT_THAT(failures_, ElementsAre("8004 Error opening log file", "8004 Error opening log file"));
-  std::filesystem::create_directory(folder_.Path());
-  log_.WriteLog("back again");
-  EXPECT_THAT(folder_.LogLines(), ElementsAre("back again"));
+  setrlimit(RLIMIT_FSIZE, &before);
+  std::signal(SIGXFSZ, ignored);
+  EXPECT_THAT(failures_, ElementsAre("8004 Error opening log file"));
 }
 
 }  // namespace

@@ -14,6 +14,7 @@
 #include <future>
 #include <thread>
 
+#include "platform/posix/posix_platform.h"
 #include "platform/posix/posix_serial_driver.h"
 
 namespace tavro {
@@ -292,6 +293,18 @@ TEST_F(PosixSerial, ADeviceThatDisappearsFailsEveryCall) {
   EXPECT_TRUE(driver_->Close(port_));
   EXPECT_EQ(Read(10), "failed");
   EXPECT_EQ(Error(), "9 Bad file descriptor");
+}
+
+TEST(PosixPlatformTest, AnInterruptionEndsASleep) {
+  const auto slept = [start = Clock::now()] { return Clock::now() - start; };
+  const auto platform = CreateSystemPlatform({}, [&] { return slept() > milliseconds(80); });
+  platform->Sleep(70);
+  EXPECT_GE(slept(), milliseconds(70));
+  EXPECT_FALSE(platform->IsInterrupted());
+  for (int i = 0; i < 3; ++i) platform->Sleep(60000);
+  EXPECT_TRUE(platform->IsInterrupted());
+  EXPECT_LT(slept(), kInTime);
+  EXPECT_FALSE(CreateSystemPlatform({})->IsInterrupted());
 }
 
 }  // namespace

@@ -17,6 +17,7 @@ namespace tavro {
 namespace {
 
 using testing::ElementsAre;
+using testing::IsEmpty;
 
 constexpr std::int64_t kLater = std::numeric_limits<std::int64_t>::max();
 constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
@@ -382,7 +383,7 @@ TEST(SimulatedLineTest, CharactersTakeTheirTime) {
   EXPECT_EQ(line.Elapsed(), 170) << "5 out, 10 back (the first echo came while we wrote), and the gap";
 }
 
-TEST(SimulatedLineTest, LostLineGivesWhatArrivedAndThenFails) {
+TEST(SimulatedLineTest, LostLineGivesWhatArrivedAndThenFailsForGood) {
   SimulatedModem modem;
   SimulatedLine line(modem);
   EXPECT_EQ(line.Open("\\\\.\\COM2"), SerialDriver::kInvalidHandle);
@@ -403,17 +404,31 @@ TEST(SimulatedLineTest, LostLineGivesWhatArrivedAndThenFails) {
   EXPECT_FALSE(line.Read(handle, buffer, sizeof buffer, count));
   EXPECT_EQ(line.LastError(), 1167u);
   EXPECT_FALSE(line.ClearError(handle, flags, count));
+  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
+
+  // Plugged in again, the device is there for a new handle alone.
+  modem.RestoreLine();
+  modem.ForgetAnswers();
+  modem.ForgetReceived();
+  modem.Unsolicited("RING", line.Elapsed());
+  EXPECT_FALSE(line.Write(handle, "AT\r", 3, count));
+  EXPECT_FALSE(line.Read(handle, buffer, sizeof buffer, count));
+  EXPECT_EQ(line.LastError(), 1167u);
+  EXPECT_THAT(modem.CommandTexts(), IsEmpty());
+  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
   EXPECT_TRUE(line.Close(handle));
   EXPECT_FALSE(line.Close(handle));
-  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
-  modem.RestoreLine();
-  EXPECT_GT(line.Open("\\\\.\\COM1"), handle);
+  const SerialDriver::Handle again = line.Open("\\\\.\\COM1");
+  EXPECT_GT(again, handle);
+  EXPECT_TRUE(line.Write(again, "AT\r", 3, count));
   EXPECT_THAT(
       line.CallTexts(),
       ElementsAre("CreateFile \\\\.\\COM2 -> error 2", "CreateFile \\\\.\\COM1", "CreateFile \\\\.\\COM1 -> error 5",
                   "SetCommTimeouts 500 4294967295 4294967295 0 0", "WriteFile AT<cr> -> 3", "ClearCommError -> 7",
-                  "ReadFile 64 -> 7", "ReadFile 64 -> error 1167", "ClearCommError -> error 1167", "CloseHandle",
-                  "CloseHandle -> error 6", "CreateFile \\\\.\\COM1 -> error 2", "CreateFile \\\\.\\COM1"));
+                  "ReadFile 64 -> 7", "ReadFile 64 -> error 1167", "ClearCommError -> error 1167",
+                  "CreateFile \\\\.\\COM1 -> error 2", "WriteFile AT<cr> -> error 1167", "ReadFile 64 -> error 1167",
+                  "CreateFile \\\\.\\COM1 -> error 5", "CloseHandle", "CloseHandle -> error 6",
+                  "CreateFile \\\\.\\COM1", "WriteFile AT<cr> -> 3"));
 }
 
 }  // namespace

@@ -11,6 +11,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
@@ -30,6 +31,10 @@ struct Options {
   // The device behind a COM port number: devices[1] = "/dev/ttyUSB0". A number that is not named here is \\.\COMn on
   // Windows and /dev/ttyS(n-1) elsewhere.
   std::map<int, std::string> devices;
+  // Whether the program wants to end; asked again and again, from the calling thread, while a call waits or pauses.
+  // Once it says true, and as long as it does, every wait ends at once, nothing more is sent but what cancels a message
+  // that was begun, and the call fails. It must not throw nor call the SMS object.
+  std::function<bool()> interrupted;
 };
 
 class SMS {

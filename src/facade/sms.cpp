@@ -31,7 +31,7 @@ bool SMS::State::IsPortLocked(const Call& call) {
 }
 
 SMS::SMS() : SMS(Options()) {}
-SMS::SMS(const Options& options) : SMS(CreateSystemPlatform(options.devices)) {}
+SMS::SMS(const Options& options) : SMS(CreateSystemPlatform(options.devices, options.interrupted)) {}
 SMS::SMS(std::shared_ptr<Platform> platform) : state_(std::make_unique<State>(std::move(platform))) {}
 SMS::~SMS() = default;
 

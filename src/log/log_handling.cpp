@@ -32,13 +32,9 @@ bool WriteAndClose(std::FILE* file, std::string_view content) {
   return std::fclose(file) == 0 && written;
 }
 
-// Reads a file from its start and calls `visit` with each block. False when it cannot be read; a file that is not there
-// is empty.
+// Reads a file from its start and calls `visit` with each block. False when it cannot be read.
 template <typename Visit>
 bool ReadBlocks(Platform& platform, std::u16string_view path, Visit visit) {
-  const PathKind kind = platform.KindOf(path);
-  if (kind == PathKind::kMissing) return true;
-  if (kind != PathKind::kFile) return false;
   const File file(platform.OpenFile(path, "rb"));
   if (!file) return false;
   std::vector<char> block(1 << 16);
@@ -140,8 +136,13 @@ void LogHandling::Report(const ErrorDefinition& error) {
   if (report_) report_(error.code, error.text);
 }
 
+bool LogHandling::IsNotYetWritten() const {
+  return platform_.KindOf(file_) == PathKind::kMissing && FolderExists(folder_);
+}
+
 std::int32_t LogHandling::LineCount() {
   std::int64_t size = 0, lineEnds = 0;
+  if (IsNotYetWritten()) return 0;
   if (!ScanLineEnds(platform_, file_, size, [&](std::int64_t) { ++lineEnds; })) {
     Report(kCannotReadLogSize);
     return 0;
@@ -151,7 +152,7 @@ std::int32_t LogHandling::LineCount() {
 }
 
 bool LogHandling::Clear(std::int16_t linesToKeep) {
-  if (platform_.KindOf(file_) == PathKind::kMissing) return true;
+  if (IsNotYetWritten()) return true;
   std::string kept;
   if ((linesToKeep <= 0 || ReadLastLines(linesToKeep, kept)) && WriteAndClose(platform_.OpenFile(file_, "wb"), kept)) {
     return true;

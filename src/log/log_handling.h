@@ -14,7 +14,8 @@ namespace tavro {
 // Lines of "YYYY-MM-DD HH:MM:SS: text" in local time, ended by CR LF, in the platform's code page. The file is opened
 // and closed for every line, so that it can be read, moved or deleted between lines.
 //
-// A failing operation ends there and reports 8004 (write), 8007 (clear) or 8008 (size).
+// A failing operation ends there and reports 8004 (write), 8007 (clear) or 8008 (size): also when the folder is gone,
+// or something else than a regular file has the name. A file that is not there yet is an empty one.
 class LogHandling {
  public:
   using FailureReport = std::function<void(std::int32_t code, std::string_view text)>;
@@ -49,6 +50,7 @@ class LogHandling {
   void UseFolder(std::u16string_view folder);
   void Append(std::string_view prefix, std::string_view text);
   const std::string& Stamp();
+  bool IsNotYetWritten() const;
   bool ReadLastLines(std::int16_t count, std::string& lines) const;
   void Report(const ErrorDefinition& error);
 

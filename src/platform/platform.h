@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <cstdio>
+#include <functional>
 #include <map>
 #include <memory>
 #include <string>
@@ -41,7 +42,8 @@ class Platform {
   // Files, named in UTF-16. Thin calls instead of <fstream> and <filesystem>, which more than double the size of a
   // library that carries its own C++ run-time.
   virtual PathKind KindOf(std::u16string_view path) = 0;
-  // fopen with the mode "rb", "wb" or "ab"; null on failure.
+  // fopen with the mode "rb", "wb" or "ab"; null on failure. What is no regular file, such as a FIFO or a device,
+  // cannot be opened, and is not waited for.
   virtual std::FILE* OpenFile(std::u16string_view path, const char* mode) = 0;
   virtual char16_t PathSeparator() const = 0;
   // The folder that the component's binary was loaded from.
@@ -55,7 +57,8 @@ class Platform {
   virtual SerialDriver& Serial() = 0;
 };
 
-// This system's platform; `devices` as in tavro::Options.
-std::shared_ptr<Platform> CreateSystemPlatform(const std::map<int, std::string>& devices);
+// This system's platform; the arguments as in tavro::Options.
+std::shared_ptr<Platform> CreateSystemPlatform(const std::map<int, std::string>& devices,
+                                               std::function<bool()> interrupted = {});
 
 }  // namespace tavro

@@ -5,6 +5,7 @@
 #include <filesystem>
 #include <system_error>
 
+#include "platform/posix/files.h"
 #include "platform/utf8.h"
 
 namespace tavro {
@@ -95,6 +96,7 @@ std::int64_t SimulatedLine::CharacterUs(const Port& port) const {
 }
 
 void SimulatedLine::Collect(Port& port) {
+  if (port.IsGone()) return;  // what the modem says now is for others
   for (auto due = port.modem->NextOutput(); due && *due * 1000 <= nowUs_; due = port.modem->NextOutput()) {
     port.input.Add(port.modem->TakeOutput(*due), *due * 1000, CharacterUs(port), nowUs_);
   }
@@ -106,22 +108,10 @@ std::int64_t SimulatedLine::NextEventUs(const Port& port) const {
   return actions_.empty() ? next : std::min(next, actions_.begin()->first);
 }
 
-PathKind SimulatedLine::KindOf(std::u16string_view path) {
-  std::error_code error;
-  switch (std::filesystem::status(ToUtf8(path), error).type()) {
-    case std::filesystem::file_type::not_found:
-      return PathKind::kMissing;
-    case std::filesystem::file_type::regular:
-      return PathKind::kFile;
-    case std::filesystem::file_type::directory:
-      return PathKind::kFolder;
-    default:
-      return PathKind::kOther;
-  }
-}
+PathKind SimulatedLine::KindOf(std::u16string_view path) { return KindOfPath(ToUtf8(path)); }
 
 std::FILE* SimulatedLine::OpenFile(std::u16string_view path, const char* mode) {
-  return std::fopen(ToUtf8(path).c_str(), mode);
+  return OpenRegularFile(ToUtf8(path), mode);
 }
 
 }  // namespace tavro

@@ -53,8 +53,10 @@ class SimulatedLine : public Platform, public SerialDriver {
 
   // Ports.
 
-  // The modem at "\\.\COM<port>"; it must outlive the line. A port without one cannot be opened (error 2). While the
-  // modem's line is lost, Open fails with 2 and every call but Close with 1167.
+  // The modem at "\\.\COM<port>"; it must outlive the line. A port without one cannot be opened (error 2). A modem that
+  // loses its line is a device that is unplugged: Open fails with 2, and every call with a handle that was open then
+  // fails with 1167, but Close and the reading of what had arrived. RestoreLine plugs it in again: the old handle stays
+  // dead, and once it is closed (error 5 before) a new Open finds the modem.
   void Attach(int port, SimulatedModem& modem);
   bool IsOpen(int port) const;
   // Bytes that stand in the port's input queue at once.
@@ -130,7 +132,11 @@ class SimulatedLine : public Platform, public SerialDriver {
 
  private:
   struct Port {
+    // Whether the line was lost since the port was opened.
+    bool IsGone() const { return modem->LineLosses() != lossesBefore; }
+
     SimulatedModem* modem = nullptr;
+    int lossesBefore = 0;
     Handle handle = kInvalidHandle;
     LineState state;
     SerialTimeOuts timeOuts;

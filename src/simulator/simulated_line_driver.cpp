@@ -81,7 +81,7 @@ SimulatedLine::Port* SimulatedLine::Begin(std::string_view call, Handle handle, 
     Collect(*port);
     // What arrived before the line was lost can still be read.
     const bool isReading = call == "ReadFile" || call == "ClearCommError" || call == "GetOverlappedResult";
-    if (port->modem->IsLineLost() && !(isReading && !port->input.IsEmpty())) error = kErrorDeviceNotConnected;
+    if (port->IsGone() && !(isReading && !port->input.IsEmpty())) error = kErrorDeviceNotConnected;
   }
   if (error == 0) return port;
   Fail(error, call, arguments);
@@ -109,6 +109,7 @@ SerialDriver::Handle SimulatedLine::Open(const std::string& name) {
     return kInvalidHandle;
   }
   Port& port = found->second;
+  port.lossesBefore = port.modem->LineLosses();
   Collect(port);
   port.input.Clear();  // what came in while nobody listened
   port.handle = nextHandle_++;
@@ -201,7 +202,7 @@ bool SimulatedLine::Read(Handle handle, char* buffer, std::uint32_t size, std::u
     count += taken;
     if (taken > 0 && hasGap) gapEndUs = nowUs_ + std::int64_t{limits.readInterval} * 1000;
     if (count == wanted || takesWhatIsThere) break;
-    if (port->modem->IsLineLost()) {
+    if (port->IsGone()) {
       if (count == 0) return Fail(kErrorDeviceNotConnected, kCall, arguments);
       break;
     }

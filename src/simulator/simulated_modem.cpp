@@ -37,6 +37,7 @@ struct SimulatedModem::State {
   std::int64_t answeredMs = 0;  // when the last answer is out
   std::vector<Rule> commandRules, pduRules;
   bool lineLost = false;
+  int lineLosses = 0;
   int commandsToLoss = -1;
   std::vector<Received> commands, pdus;
 
@@ -176,6 +177,7 @@ void SimulatedModem::State::FlushUnsolicited() {
 
 void SimulatedModem::State::LoseLine() {
   lineLost = true;
+  ++lineLosses;
   output.Clear();
   line.clear();
   echo.clear();
@@ -291,6 +293,7 @@ void SimulatedModem::RestoreLine() {
   state_->commandsToLoss = -1;
 }
 bool SimulatedModem::IsLineLost() const { return state_->lineLost; }
+int SimulatedModem::LineLosses() const { return state_->lineLosses; }
 
 int SimulatedModem::Store(std::string_view pdu, int stat, int location, std::string_view memory) {
   return state_->modem.store.Put(memory, pdu, stat, location);

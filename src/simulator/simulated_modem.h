@@ -75,6 +75,8 @@ class SimulatedModem {
   void LoseLineAfter(int commands);
   void RestoreLine();
   bool IsLineLost() const;
+  // How often the line was lost so far: an application that was connected before is not connected any more.
+  int LineLosses() const;
 
   // The message memories, "SM" and "ME".
 

@@ -2,15 +2,16 @@
 
 #include <dlfcn.h>
 #include <link.h>
-#include <sys/stat.h>
 
-#include <cerrno>
+#include <algorithm>
 #include <chrono>
 #include <ctime>
 #include <filesystem>
 #include <system_error>
 #include <thread>
+#include <utility>
 
+#include "platform/posix/files.h"
 #include "platform/utf8.h"
 
 namespace tavro {
@@ -53,21 +54,19 @@ LocalTime PosixPlatform::ToLocal(std::int64_t wallClock) {
 }
 
 void PosixPlatform::Sleep(std::uint32_t milliseconds) {
-  std::this_thread::sleep_for(std::chrono::milliseconds(milliseconds));
+  using Clock = std::chrono::steady_clock;
+  // How late an interruption may be noticed.
+  constexpr Clock::duration kSlice = std::chrono::milliseconds(50);
+  const auto end = Clock::now() + std::chrono::milliseconds(milliseconds);
+  for (auto left = end - Clock::now(); left > Clock::duration::zero() && !IsInterrupted(); left = end - Clock::now()) {
+    std::this_thread::sleep_for(interrupted_ ? std::min(left, kSlice) : left);
+  }
 }
 
-PathKind PosixPlatform::KindOf(std::u16string_view path) {
-  struct stat status {};
-  if (stat(ToUtf8(path).c_str(), &status) != 0) {
-    return errno == ENOENT || errno == ENOTDIR ? PathKind::kMissing : PathKind::kOther;
-  }
-  if (S_ISDIR(status.st_mode)) return PathKind::kFolder;
-  return S_ISREG(status.st_mode) ? PathKind::kFile : PathKind::kOther;
-}
+PathKind PosixPlatform::KindOf(std::u16string_view path) { return KindOfPath(ToUtf8(path)); }
 
 std::FILE* PosixPlatform::OpenFile(std::u16string_view path, const char* mode) {
-  const std::string closedOnExec = std::string(mode) + 'e';
-  return std::fopen(ToUtf8(path).c_str(), closedOnExec.c_str());
+  return OpenRegularFile(ToUtf8(path), mode);
 }
 
 std::u16string PosixPlatform::ComponentFolder() { return FromUtf8(ComponentFile().parent_path().native()); }
@@ -75,8 +74,9 @@ std::u16string PosixPlatform::ComponentFolder() { return FromUtf8(ComponentFile(
 std::string PosixPlatform::ToCodePage(std::u16string_view text) { return ToUtf8(text); }
 std::u16string PosixPlatform::FromCodePage(std::string_view text) { return FromUtf8(text); }
 
-std::shared_ptr<Platform> CreateSystemPlatform(const std::map<int, std::string>& devices) {
-  return std::make_shared<PosixPlatform>(devices);
+std::shared_ptr<Platform> CreateSystemPlatform(const std::map<int, std::string>& devices,
+                                               std::function<bool()> interrupted) {
+  return std::make_shared<PosixPlatform>(devices, std::move(interrupted));
 }
 
 }  // namespace tavro

@@ -1,8 +1,10 @@
 // Linux as the component's platform. There is no graphical shell: nothing to pump, no message boxes.
 #pragma once
 
+#include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "platform/platform.h"
 #include "platform/posix/posix_serial_driver.h"
@@ -11,12 +13,14 @@ namespace tavro {
 
 class PosixPlatform : public Platform {
  public:
-  explicit PosixPlatform(const std::map<int, std::string>& devices) : serial_(devices) {}
+  explicit PosixPlatform(const std::map<int, std::string>& devices, std::function<bool()> interrupted = {})
+      : serial_(devices), interrupted_(std::move(interrupted)) {}
 
   std::uint32_t TickCount() override;
   std::int64_t WallClock() override;
   LocalTime ToLocal(std::int64_t wallClock) override;
   void Sleep(std::uint32_t milliseconds) override;
+  bool IsInterrupted() override { return interrupted_ && interrupted_(); }
   void PumpMessages() override {}
   void ShowMessageBox(std::u16string_view, std::uint32_t, std::u16string_view) override {}
   PathKind KindOf(std::u16string_view path) override;
@@ -29,6 +33,7 @@ class PosixPlatform : public Platform {
 
  private:
   PosixSerialDriver serial_;
+  std::function<bool()> interrupted_;
 };
 
 }  // namespace tavro

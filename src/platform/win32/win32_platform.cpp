@@ -1,5 +1,7 @@
 #include "platform/win32/win32_platform.h"
 
+#include <io.h>
+
 #include <algorithm>
 
 #include "platform/utf8.h"
@@ -52,6 +54,15 @@ LocalTime Win32Platform::ToLocal(std::int64_t wallClock) {
   return {local.wYear, local.wMonth, local.wDay, local.wHour, local.wMinute, local.wSecond};
 }
 
+void Win32Platform::Sleep(std::uint32_t milliseconds) {
+  if (!interrupted_) return ::Sleep(milliseconds);
+  constexpr DWORD kSlice = 50;  // how late an interruption may be noticed
+  const DWORD start = GetTickCount();
+  for (DWORD passed = 0; passed < milliseconds && !IsInterrupted(); passed = GetTickCount() - start) {
+    ::Sleep(std::min<DWORD>(milliseconds - passed, kSlice));
+  }
+}
+
 void Win32Platform::PumpMessages() {
   MSG message{};
   while (PeekMessageW(&message, nullptr, 0, 0, PM_REMOVE)) {
@@ -81,7 +92,10 @@ PathKind Win32Platform::KindOf(std::u16string_view path) {
 
 std::FILE* Win32Platform::OpenFile(std::u16string_view path, const char* mode) {
   const std::string_view narrow(mode);
-  return _wfopen(ToWide(path).c_str(), std::wstring(narrow.begin(), narrow.end()).append(L"N").c_str());
+  std::FILE* file = _wfopen(ToWide(path).c_str(), std::wstring(narrow.begin(), narrow.end()).append(L"N").c_str());
+  if (!file || GetFileType(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)))) == FILE_TYPE_DISK) return file;
+  std::fclose(file);
+  return nullptr;
 }
 
 std::u16string Win32Platform::ComponentFolder() {
@@ -126,8 +140,9 @@ std::u16string Win32Platform::FromCodePage(std::string_view text) {
   return out;
 }
 
-std::shared_ptr<Platform> CreateSystemPlatform(const std::map<int, std::string>& devices) {
-  return std::make_shared<Win32Platform>(devices);
+std::shared_ptr<Platform> CreateSystemPlatform(const std::map<int, std::string>& devices,
+                                               std::function<bool()> interrupted) {
+  return std::make_shared<Win32Platform>(devices, std::move(interrupted));
 }
 
 }  // namespace tavro

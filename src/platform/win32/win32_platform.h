@@ -3,8 +3,10 @@
 
 #include <windows.h>
 
+#include <functional>
 #include <map>
 #include <string>
+#include <utility>
 
 #include "platform/platform.h"
 #include "platform/win32/win32_serial_driver.h"
@@ -13,12 +15,14 @@ namespace tavro {
 
 class Win32Platform : public Platform {
  public:
-  explicit Win32Platform(const std::map<int, std::string>& devices) : serial_(devices) {}
+  explicit Win32Platform(const std::map<int, std::string>& devices, std::function<bool()> interrupted = {})
+      : serial_(devices), interrupted_(std::move(interrupted)) {}
 
   std::uint32_t TickCount() override { return GetTickCount(); }
   std::int64_t WallClock() override;
   LocalTime ToLocal(std::int64_t wallClock) override;
-  void Sleep(std::uint32_t milliseconds) override { ::Sleep(milliseconds); }
+  void Sleep(std::uint32_t milliseconds) override;
+  bool IsInterrupted() override { return interrupted_ && interrupted_(); }
   void PumpMessages() override;
   void ShowMessageBox(std::u16string_view text, std::uint32_t style, std::u16string_view title) override;
   PathKind KindOf(std::u16string_view path) override;
@@ -31,6 +35,7 @@ class Win32Platform : public Platform {
 
  private:
   Win32SerialDriver serial_;
+  std::function<bool()> interrupted_;
 };
 
 }  // namespace tavro

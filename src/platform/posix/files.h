@@ -1,0 +1,16 @@
+// Files by their names in UTF-8, as Platform has them.
+#pragma once
+
+#include <cstdio>
+#include <string>
+
+#include "platform/platform.h"
+
+namespace tavro {
+
+PathKind KindOfPath(const std::string& path);
+
+// Platform::OpenFile. A symbolic link to a regular file is one too.
+std::FILE* OpenRegularFile(const std::string& path, std::string_view mode);
+
+}  // namespace tavro
