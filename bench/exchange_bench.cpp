@@ -52,7 +52,9 @@ bool Judge(const char* what, double value, double limit, const char* unit) {
 
 class Bench {
  public:
-  explicit Bench(const std::string& device) : platform_(tavro::CreateSystemPlatform({{1, device}})), sms_(platform_) {
+  explicit Bench(const std::string& device)
+      : platform_(tavro::CreateSystemPlatform({{1, device}})),
+        sms_(platform_, {.dialogue = tavro::Dialogue::kClassic}) {
     sms_.SetPort(u"COM1");
     sms_.SetModemCommandDelay(static_cast<std::int32_t>(kCommandDelay));
     sms_.SetSendDelay(static_cast<std::int32_t>(kSendDelay));

@@ -127,7 +127,7 @@ struct Component {
   bool Refresh() { return sms.Inbox()->Refresh(1) && sms.Inbox()->HasMessages(); }
 
   std::shared_ptr<ListingLine> line = std::make_shared<ListingLine>();
-  SMS sms{line};
+  SMS sms{line, Options{.dialogue = Dialogue::kClassic}};
 };
 
 // The least that a packed message takes: digits through an accumulator into characters, nothing allocated.

@@ -361,7 +361,7 @@ TEST(ConnectTest, ACommandOnAClosedPortConnectsFirst) {
 
 TEST(ConnectTest, NoPortIsNoDevice) {
   auto line = std::make_shared<SimulatedLine>();
-  SMS sms(line);
+  SMS sms(line, Options{.dialogue = Dialogue::kClassic});
   EXPECT_FALSE(sms.Connect());
   EXPECT_EQ(sms.ErrorCode(), 1010);
   EXPECT_TRUE(sms.Disconnect());
@@ -381,7 +381,7 @@ TEST(ConnectTest, ReleasingTheObjectClosesThePort) {
   TempFolder folder;
   auto line = std::make_shared<SimulatedLine>(modem);
   {
-    SMS sms(line);
+    SMS sms(line, Options{.dialogue = Dialogue::kClassic});
     sms.SetPort(u"COM1");
     sms.SetLogFolderPath(folder.Path().u16string());
     sms.SetLogType(2);

@@ -61,7 +61,8 @@ class TempFolder {
 
 // An SMS object with a simulated modem at COM1, which logs everything into a folder of its own.
 struct Engine {
-  explicit Engine(ModemSettings settings = {}) : modem(std::move(settings)) {
+  explicit Engine(ModemSettings settings = {}, Dialogue dialogue = Dialogue::kClassic)
+      : modem(std::move(settings)), sms(line, Options{.dialogue = dialogue}) {
     sms.SetPort(u"COM1");
     sms.SetLogFolderPath(folder.Path().u16string());
     sms.SetLogType(2);
@@ -72,7 +73,7 @@ struct Engine {
   TempFolder folder;
   SimulatedModem modem;
   std::shared_ptr<SimulatedLine> line = std::make_shared<SimulatedLine>(modem);
-  SMS sms{line};
+  SMS sms;
 };
 
 }  // namespace tavro

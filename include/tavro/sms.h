@@ -26,23 +26,41 @@ namespace tavro {
 
 class Platform;
 
-// What an application may tell the component about its machine.
+// How the component talks to the modem.
+enum class Dialogue : std::uint8_t {
+  // The exact behaviour of the COM component: answers end after half a second of silence, commands are paced, messages
+  // that are not understood are deleted while reading.
+  kClassic,
+  // Answers end at their result, unsolicited lines are sorted out, nothing received is deleted unasked, nothing is sent
+  // twice, and the networks of today count.
+  kPrompt,
+};
+
+// What an application may tell the component about its machine, and how it wants to work.
 struct Options {
   // The device behind a COM port number: devices[1] = "/dev/ttyUSB0". A number that is not named here is \\.\COMn on
   // Windows and /dev/ttyS(n-1) elsewhere.
-  std::map<int, std::string> devices;
+  std::map<int, std::string> devices = {};
   // Whether the program wants to end; asked again and again, from the calling thread, while a call waits or pauses.
   // Once it says true, and as long as it does, every wait ends at once, nothing more is sent but what cancels a message
   // that was begun, and the call fails. It must not throw nor call the SMS object.
-  std::function<bool()> interrupted;
+  std::function<bool()> interrupted = {};
+  Dialogue dialogue = Dialogue::kPrompt;
+  // Whether long messages get references of 16 bits instead of 8 (3GPP TS 23.040, 9.2.3.24.8). A part then holds 152
+  // characters of the GSM alphabet, 133 octets or 66 of UCS2.
+  bool wideReferences = false;
+  // Whether the PIN is sent also when the SIM allows only one more attempt; a wrong one would lock it. In the classic
+  // manner it always is.
+  bool sendsPinOnLastAttempt = false;
 };
 
 class SMS {
  public:
   SMS();
   explicit SMS(const Options& options);
-  // On another platform than this system's: the simulated line of the tests, for one.
-  explicit SMS(std::shared_ptr<Platform> platform);
+  // On another platform than this system's: the simulated line of the tests, for one. It takes the place of
+  // `devices` and `interrupted` in the options.
+  explicit SMS(std::shared_ptr<Platform> platform, const Options& options = {});
   // Closes the port when it is open. Objects handed out may be kept longer; their modem operations then fail.
   ~SMS();
   SMS(const SMS&) = delete;

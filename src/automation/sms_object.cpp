@@ -110,7 +110,7 @@ class SmsObject final : public DispatchObject<_SMS, &CLSID_SMS> {
   STDMETHODIMP put_ModemCommandDelay(LONG value) override { return Put(sms_, &SMS::SetModemCommandDelay, value); }
 
  private:
-  SMS sms_;
+  SMS sms_{Options{.dialogue = Dialogue::kClassic}};
   Handed<tavro::Wap, _Wap> wap_;
   Handed<tavro::Inbox, _Inbox> inbox_;
 };

@@ -10,7 +10,7 @@ bool IsSelectable(std::string_view memory) { return memory == "SM" || memory == 
 
 }  // namespace
 
-MessageMemory::MessageMemory(const Dialogue& dialogue, Registration& registration)
+MessageMemory::MessageMemory(const DialogueContext& dialogue, Registration& registration)
     : DialoguePart(dialogue), registration_(registration) {}
 
 bool MessageMemory::SelectMessageMemory(std::string_view memory) {

@@ -12,7 +12,7 @@ namespace tavro {
 
 class MessageMemory : DialoguePart {
  public:
-  MessageMemory(const Dialogue& dialogue, Registration& registration);
+  MessageMemory(const DialogueContext& dialogue, Registration& registration);
 
   // "SM", "ME" or "MT", any letter case; 2001 is raised for any other. True when the modem took it: it is then the
   // current memory.

@@ -2,7 +2,7 @@
 
 namespace tavro {
 
-MessageSteps::MessageSteps(const Dialogue& dialogue, ModemConnection& connection, Registration& registration,
+MessageSteps::MessageSteps(const DialogueContext& dialogue, ModemConnection& connection, Registration& registration,
                            MessageMemory& memory)
     : DialoguePart(dialogue), connection_(connection), registration_(registration), memory_(memory) {}
 

@@ -23,7 +23,7 @@ struct MessageStepTexts {
 // Each call returns the error that ended it, or none.
 class MessageSteps : DialoguePart {
  public:
-  MessageSteps(const Dialogue& dialogue, ModemConnection& connection, Registration& registration,
+  MessageSteps(const DialogueContext& dialogue, ModemConnection& connection, Registration& registration,
                MessageMemory& memory);
 
   // A connection that answers, in PDU mode.

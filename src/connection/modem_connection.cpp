@@ -5,8 +5,8 @@
 
 namespace tavro {
 
-ModemConnection::ModemConnection(const Dialogue& dialogue, clsCOMM& comm, PinCheck& pin, Registration& registration,
-                                 MessageMemory& memory, ModemInitialisation& initialisation)
+ModemConnection::ModemConnection(const DialogueContext& dialogue, clsCOMM& comm, PinCheck& pin,
+                                 Registration& registration, MessageMemory& memory, ModemInitialisation& initialisation)
     : DialoguePart(dialogue),
       comm_(comm),
       pin_(pin),

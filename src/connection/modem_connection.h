@@ -14,7 +14,7 @@ namespace tavro {
 
 class ModemConnection : DialoguePart {
  public:
-  ModemConnection(const Dialogue& dialogue, clsCOMM& comm, PinCheck& pin, Registration& registration,
+  ModemConnection(const DialogueContext& dialogue, clsCOMM& comm, PinCheck& pin, Registration& registration,
                   MessageMemory& memory, ModemInitialisation& initialisation);
 
   // Opens the port, finds the modem and brings it into a known state. True when connected, also when it was already.

@@ -32,7 +32,7 @@ struct ModemInitialisation::Step {
   const ErrorDefinition* errorResponse;
 };
 
-ModemInitialisation::ModemInitialisation(const Dialogue& dialogue, PinCheck& pin, Registration& registration)
+ModemInitialisation::ModemInitialisation(const DialogueContext& dialogue, PinCheck& pin, Registration& registration)
     : DialoguePart(dialogue), pin_(pin), registration_(registration) {}
 
 bool ModemInitialisation::InitializeModem() {

@@ -11,7 +11,7 @@ namespace tavro {
 
 class ModemInitialisation : DialoguePart {
  public:
-  ModemInitialisation(const Dialogue& dialogue, PinCheck& pin, Registration& registration);
+  ModemInitialisation(const DialogueContext& dialogue, PinCheck& pin, Registration& registration);
 
   // The whole sequence: the user's command, echo off, result codes, error format, registration. Only a modem that is
   // not available or a PIN that fails ends it; everything else that fails is a warning.

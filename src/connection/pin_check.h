@@ -9,7 +9,7 @@ namespace tavro {
 // sent again in the same public call.
 class PinCheck : DialoguePart {
  public:
-  explicit PinCheck(const Dialogue& dialogue) : DialoguePart(dialogue) {}
+  explicit PinCheck(const DialogueContext& dialogue) : DialoguePart(dialogue) {}
 
   // Brings the SIM to "READY", sending the PIN when it is asked for.
   bool CheckPIN();

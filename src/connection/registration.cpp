@@ -18,7 +18,7 @@ std::string StatusOf(std::string_view answer) {
 
 }  // namespace
 
-Registration::Registration(const Dialogue& dialogue, PinCheck& pin) : DialoguePart(dialogue), pin_(pin) {}
+Registration::Registration(const DialogueContext& dialogue, PinCheck& pin) : DialoguePart(dialogue), pin_(pin) {}
 
 bool Registration::CheckRegistration() {
   error_ = {};

@@ -10,7 +10,7 @@ namespace tavro {
 
 class Registration : DialoguePart {
  public:
-  Registration(const Dialogue& dialogue, PinCheck& pin);
+  Registration(const DialogueContext& dialogue, PinCheck& pin);
 
   // Polls the registration until it is there or Timeout is over. On failure Error holds the reason: the PIN's error,
   // 3002 to 3006; an error of the exchange is raised already.

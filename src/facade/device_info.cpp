@@ -15,7 +15,7 @@ struct DeviceInfo::Identification {
   const char* after;
 };
 
-DeviceInfo::DeviceInfo(const Dialogue& dialogue, Registration& registration)
+DeviceInfo::DeviceInfo(const DialogueContext& dialogue, Registration& registration)
     : DialoguePart(dialogue), registration_(registration) {}
 
 std::optional<std::string> DeviceInfo::Identify(const Identification& query) {

@@ -14,7 +14,7 @@ namespace tavro {
 // is dropped when a more precise one is raised already.
 class DeviceInfo : DialoguePart {
  public:
-  DeviceInfo(const Dialogue& dialogue, Registration& registration);
+  DeviceInfo(const DialogueContext& dialogue, Registration& registration);
 
   std::optional<std::string> Manufacturer();
   std::optional<std::string> Model();

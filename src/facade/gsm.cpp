@@ -5,13 +5,13 @@
 
 namespace tavro {
 
-GSM::GSM(std::shared_ptr<Platform> systemPlatform)
+GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
     : platform(std::move(systemPlatform)),
       log(*platform),
       errors(*platform, log, settings),
       comm(*platform),
-      exchange(*platform, comm, errors, log, settings),
-      dialogue{*platform, exchange, errors, log, settings, state},
+      exchange(*platform, comm, errors, log, settings, manner),
+      dialogue{*platform, exchange, errors, log, settings, state, manner},
       pin(dialogue),
       registration(dialogue, pin),
       memory(dialogue, registration),

@@ -20,6 +20,7 @@
 #include "link/connection_state.h"
 #include "link/dialogue.h"
 #include "link/error_state.h"
+#include "link/manner.h"
 #include "link/settings.h"
 #include "log/log_handling.h"
 #include "outgoing/push_sender.h"
@@ -34,7 +35,7 @@ namespace tavro {
 // Each operation lives in a part of its own; a part is given exactly the others that it uses, and never the engine.
 class GSM {
  public:
-  explicit GSM(std::shared_ptr<Platform> systemPlatform);
+  explicit GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner = kClassicManner);
   GSM(const GSM&) = delete;
   GSM& operator=(const GSM&) = delete;
 
@@ -49,7 +50,7 @@ class GSM {
   ErrorState errors;
   clsCOMM comm;
   AtExchange exchange;
-  Dialogue dialogue;
+  DialogueContext dialogue;
 
   PinCheck pin;
   Registration registration;

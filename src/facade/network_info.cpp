@@ -8,7 +8,7 @@
 
 namespace tavro {
 
-NetworkInfo::NetworkInfo(const Dialogue& dialogue, Registration& registration)
+NetworkInfo::NetworkInfo(const DialogueContext& dialogue, Registration& registration)
     : DialoguePart(dialogue), registration_(registration) {}
 
 std::optional<std::int16_t> NetworkInfo::SignalDb() {

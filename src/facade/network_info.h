@@ -14,7 +14,7 @@ namespace tavro {
 // is dropped when a more precise one is raised already.
 class NetworkInfo : DialoguePart {
  public:
-  NetworkInfo(const Dialogue& dialogue, Registration& registration);
+  NetworkInfo(const DialogueContext& dialogue, Registration& registration);
 
   // Received signal strength in dB.
   std::optional<std::int16_t> SignalDb();

@@ -8,7 +8,16 @@
 
 namespace tavro {
 
-SMS::State::State(std::shared_ptr<Platform> platform) : gsm_(std::make_shared<GSM>(std::move(platform))) {
+namespace {
+
+const Manner& MannerOf(Dialogue dialogue) { return dialogue == Dialogue::kClassic ? kClassicManner : kPromptManner; }
+
+}  // namespace
+
+SMS::State::State(std::shared_ptr<Platform> platform, const Options& options)
+    : gsm_(std::make_shared<GSM>(std::move(platform), MannerOf(options.dialogue))) {
+  gsm_->settings.wideReferences = options.wideReferences;
+  gsm_->settings.sendsPinOnLastAttempt = options.sendsPinOnLastAttempt;
   ReplaceInbox();
   wap = std::make_shared<tavro::Wap>(std::make_unique<tavro::Wap::State>(PushServicesOf(gsm_), gsm_->platform));
 }
@@ -31,8 +40,9 @@ bool SMS::State::IsPortLocked(const Call& call) {
 }
 
 SMS::SMS() : SMS(Options()) {}
-SMS::SMS(const Options& options) : SMS(CreateSystemPlatform(options.devices, options.interrupted)) {}
-SMS::SMS(std::shared_ptr<Platform> platform) : state_(std::make_unique<State>(std::move(platform))) {}
+SMS::SMS(const Options& options) : SMS(CreateSystemPlatform(options.devices, options.interrupted), options) {}
+SMS::SMS(std::shared_ptr<Platform> platform, const Options& options)
+    : state_(std::make_unique<State>(std::move(platform), options)) {}
 SMS::~SMS() = default;
 
 // --- Objects ---------------------------------------------------------------------------------------------------------

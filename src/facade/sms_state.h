@@ -14,7 +14,7 @@ namespace tavro {
 struct SMS::State {
   using Call = PublicCall<GSM>;
 
-  explicit State(std::shared_ptr<Platform> platform);
+  State(std::shared_ptr<Platform> platform, const Options& options);
   ~State();
 
   // Begins a public call, which is the way to the engine.

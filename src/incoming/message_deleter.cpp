@@ -20,7 +20,7 @@ std::string Join(const std::vector<std::int16_t>& locations) {
 
 }  // namespace
 
-MessageDeleter::MessageDeleter(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps)
+MessageDeleter::MessageDeleter(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps)
     : DialoguePart(dialogue), connection_(connection), steps_(steps) {}
 
 bool MessageDeleter::DeleteStoredMessage(SIMBox& box, std::int16_t inboxIndex,

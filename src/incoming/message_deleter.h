@@ -14,7 +14,7 @@ namespace tavro {
 
 class MessageDeleter : DialoguePart {
  public:
-  MessageDeleter(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps);
+  MessageDeleter(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps);
 
   // Deletes the memory locations of an inbox message one after the other and takes each out of the store. False on the
   // first failure, with the reason in Error: 6002 to 6005, 6007, 6011, 2002 or that of the registration. The store's

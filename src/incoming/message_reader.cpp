@@ -41,7 +41,7 @@ std::string AtLocation(std::int16_t location) {
 
 }  // namespace
 
-MessageReader::MessageReader(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps)
+MessageReader::MessageReader(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps)
     : DialoguePart(dialogue), connection_(connection), steps_(steps) {}
 
 bool MessageReader::ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver) {

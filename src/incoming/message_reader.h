@@ -17,7 +17,7 @@ namespace tavro {
 
 class MessageReader : DialoguePart {
  public:
-  MessageReader(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps);
+  MessageReader(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps);
 
   // Fills the store with the messages of a type (0 received unread, 1 received read, 2 both, the read ones first) and
   // builds its inbox. With `deleteNonDeliver` what is no received message, or has a header that is not understood, is

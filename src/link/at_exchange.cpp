@@ -31,12 +31,13 @@ std::uint32_t SettlingTime(std::string_view command) {
 }  // namespace
 
 AtExchange::AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, LogHandling& log,
-                       const Settings& settings)
+                       const Settings& settings, const Manner& manner)
     : platform_(platform),
       comm_(comm),
       errors_(errors),
       log_(log),
       settings_(settings),
+      manner_(manner),
       lastCommandTick_(platform.TickCount()),
       sinceCommand_(platform, 0) {}
 

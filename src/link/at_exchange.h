@@ -8,6 +8,7 @@
 
 #include "link/cls_comm.h"
 #include "link/error_state.h"
+#include "link/manner.h"
 #include "link/settings.h"
 #include "link/whole_second_wait.h"
 #include "log/log_handling.h"
@@ -18,7 +19,8 @@ namespace tavro {
 // An answer ends at a gap between its octets, not at "OK": it is whatever the first read brings. Callers search it.
 class AtExchange {
  public:
-  AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, LogHandling& log, const Settings& settings);
+  AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, LogHandling& log, const Settings& settings,
+             const Manner& manner = kClassicManner);
 
   // What SendCommand calls: `open` when the port is closed, which opens the connection or raises its error, and `close`
   // when the device is gone.
@@ -68,6 +70,7 @@ class AtExchange {
   ErrorState& errors_;
   LogHandling& log_;
   const Settings& settings_;
+  const Manner& manner_;
   std::function<void()> openConnection_, closeConnection_;
   char timeOutMark_ = '\0';  // 'N' commands, 'S' sending, 'R' reading a listing
   std::uint32_t gap_ = 500;  // ms without an octet that end a read

@@ -4,6 +4,7 @@
 #include "link/at_exchange.h"
 #include "link/connection_state.h"
 #include "link/error_state.h"
+#include "link/manner.h"
 #include "link/settings.h"
 #include "log/log_handling.h"
 #include "platform/platform.h"
@@ -11,25 +12,27 @@
 namespace tavro {
 
 // All of it belongs to one engine and lives as long.
-struct Dialogue {
+struct DialogueContext {
   Platform& platform;
   AtExchange& exchange;
   ErrorState& errors;
   LogHandling& log;
   Settings& settings;
   ConnectionState& state;
+  const Manner& manner;
 };
 
 // A part derives from it, so that its constructor shows what is particular to it.
 class DialoguePart {
  protected:
-  explicit DialoguePart(const Dialogue& dialogue)
+  explicit DialoguePart(const DialogueContext& dialogue)
       : platform_(dialogue.platform),
         exchange_(dialogue.exchange),
         errors_(dialogue.errors),
         log_(dialogue.log),
         settings_(dialogue.settings),
-        state_(dialogue.state) {}
+        state_(dialogue.state),
+        manner_(dialogue.manner) {}
   ~DialoguePart() = default;
 
   Platform& platform_;
@@ -38,6 +41,7 @@ class DialoguePart {
   LogHandling& log_;
   Settings& settings_;
   ConnectionState& state_;
+  const Manner& manner_;
 };
 
 }  // namespace tavro

@@ -26,6 +26,7 @@ struct Settings {
   std::string pin;
   bool disableCheckPin = false;
   std::int32_t delayAfterPin = 15000;  // ms
+  bool sendsPinOnLastAttempt = false;
   std::string messageMemory = "SM";
 
   // Sending.
@@ -35,6 +36,7 @@ struct Settings {
   std::int16_t sendRetry = 2;
   std::int16_t validityPeriodValue = 167;  // TP-VP, relative format: 24 hours
   bool statusReportRequested = false;
+  bool wideReferences = false;  // concatenation with 16 bits
 
   // Reading.
   bool concatenate = false;

@@ -42,7 +42,7 @@ ServiceIndication IndicationOf(const WapPush& push, Platform& platform) {
   return indication;
 }
 
-PushSender::PushSender(const Dialogue& dialogue, Submission& submission)
+PushSender::PushSender(const DialogueContext& dialogue, Submission& submission)
     : DialoguePart(dialogue), submission_(submission) {}
 
 bool PushSender::Send(const WapPush& push) {

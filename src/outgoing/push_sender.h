@@ -26,7 +26,7 @@ ServiceIndication IndicationOf(const WapPush& push, Platform& platform);
 
 class PushSender : DialoguePart {
  public:
-  PushSender(const Dialogue& dialogue, Submission& submission);
+  PushSender(const DialogueContext& dialogue, Submission& submission);
 
   // True when the modem confirmed it; otherwise the error is raised: 7008 to 7016, 7018, 7022, 7023, or one of the
   // connection.

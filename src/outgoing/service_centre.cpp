@@ -6,7 +6,7 @@
 
 namespace tavro {
 
-ServiceCentre::ServiceCentre(const Dialogue& dialogue, Registration& registration)
+ServiceCentre::ServiceCentre(const DialogueContext& dialogue, Registration& registration)
     : DialoguePart(dialogue), registration_(registration) {}
 
 bool ServiceCentre::QuerySmsc() {

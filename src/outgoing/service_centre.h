@@ -10,7 +10,7 @@ namespace tavro {
 
 class ServiceCentre : DialoguePart {
  public:
-  ServiceCentre(const Dialogue& dialogue, Registration& registration);
+  ServiceCentre(const DialogueContext& dialogue, Registration& registration);
 
   // Reads the number from the modem. On failure the caller raises its own error (4001, 4018, 7022); one of the
   // exchange or of the registration is raised already.

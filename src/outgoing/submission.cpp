@@ -49,7 +49,7 @@ std::string ConfirmedReference(std::string_view response) {
 
 }  // namespace
 
-Submission::Submission(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps,
+Submission::Submission(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps,
                        ServiceCentre& serviceCentre)
     : DialoguePart(dialogue), connection_(connection), steps_(steps), serviceCentre_(serviceCentre) {}
 

@@ -32,7 +32,8 @@ struct SubmissionResult {
 
 class Submission : DialoguePart {
  public:
-  Submission(const Dialogue& dialogue, ModemConnection& connection, MessageSteps& steps, ServiceCentre& serviceCentre);
+  Submission(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps,
+             ServiceCentre& serviceCentre);
 
   // Makes sure of the connection and of the modem's PDU mode. Returns the error on failure.
   PendingError Prepare(const SubmissionErrors& errors) { return steps_.PrepareSending(errors.steps); }

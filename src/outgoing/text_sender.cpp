@@ -22,7 +22,7 @@ constexpr SubmissionErrors kTextErrors{
 
 }  // namespace
 
-TextSender::TextSender(const Dialogue& dialogue, Submission& submission)
+TextSender::TextSender(const DialogueContext& dialogue, Submission& submission)
     : DialoguePart(dialogue), submission_(submission), reference_(platform_.WallClock()) {}
 
 std::optional<std::string> TextSender::SendSMS(const std::string& destination, std::u16string_view text, bool alert) {

@@ -13,7 +13,7 @@ namespace tavro {
 
 class TextSender : DialoguePart {
  public:
-  TextSender(const Dialogue& dialogue, Submission& submission);
+  TextSender(const DialogueContext& dialogue, Submission& submission);
 
   // Sends a text as Character and LongMessage say. Returns the message references in part order, joined by ",", or
   // nothing with the error raised: 4004, 4006 to 4020, or one of the connection. Parts behind one that failed are not

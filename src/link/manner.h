@@ -1,0 +1,94 @@
+// The two manners of talking to a modem, as one set of rules.
+#pragma once
+
+#include <cstdint>
+
+namespace tavro {
+
+// The classic manner is the exact behaviour that programs written for the COM component rely on. The prompt manner is
+// for native programs and the command line: an answer ends where it ends, nothing received is lost, nothing is sent
+// twice, and today's modems and networks count. Codes, texts and log lines are the same in both. Each rule is looked at
+// in one place, which is named behind it.
+struct Manner {
+  // --- The exchange ---
+
+  // An answer ends at its final result code or prompt, and lines that are not the command's own are taken out of it;
+  // otherwise it ends at a gap between its octets and is what came (AtExchange).
+  bool answersEndAtResult;
+  // ModemCommandDelay and SendDelay hold also when the application never set them (Settings).
+  bool pausesUnasked;
+  // Milliseconds that the result of a submission is waited for at least (Submission); 0: Timeout alone.
+  std::int32_t submitTimeout;
+
+  // --- The connection ---
+
+  // A modem that does not answer AT is woken: ESC, an empty line, long result codes, several tries; one that is
+  // starting is waited for (ModemConnection).
+  bool wakesModem;
+  // The modem is asked for the character set GSM (ModemInitialisation).
+  bool setsCharacterSet;
+  // A connection stands without a network; sending and the operator need one, nothing else does (Registration).
+  bool needsNetworkForAll;
+  // Registered for SMS only, without CSFB, and in the packet domains counts as registered (Registration).
+  bool countsAllNetworks;
+  // A PIN that was refused is never sent again until it is set anew; otherwise not in the same call (PinCheck).
+  bool remembersRefusedPin;
+  // The SIM's last attempt is kept for the user: the remaining ones are asked for (PinCheck).
+  bool sparesLastPinAttempt;
+
+  // --- Outgoing messages ---
+
+  // A message whose result did not come is not tried again, nor one that was refused for good (Submission).
+  bool sendsOnce;
+  // A service centre that cannot be read is left to the modem (Submission).
+  bool leavesServiceCentreToModem;
+  // A surrogate pair of UTF-16 stays in one part (TextSender).
+  bool keepsSurrogatePairs;
+
+  // --- Incoming messages ---
+
+  // What is listed and is no received message, or not understood, is deleted while reading (MessageReader).
+  bool deletesWhileReading;
+  // Every received message is shown, whatever its coding and header (DecodeStoredMessage).
+  bool showsEverything;
+  // Parts are told apart by more than their reference, and an incomplete message is shown in the end (SIMBox).
+  bool joinsWithCare;
+};
+
+inline constexpr Manner kClassicManner{
+    .answersEndAtResult = false,
+    .pausesUnasked = true,
+    .submitTimeout = 0,
+    .wakesModem = false,
+    .setsCharacterSet = false,
+    .needsNetworkForAll = true,
+    .countsAllNetworks = false,
+    .remembersRefusedPin = false,
+    .sparesLastPinAttempt = false,
+    .sendsOnce = false,
+    .leavesServiceCentreToModem = false,
+    .keepsSurrogatePairs = false,
+    .deletesWhileReading = true,
+    .showsEverything = false,
+    .joinsWithCare = false,
+};
+
+inline constexpr Manner kPromptManner{
+    .answersEndAtResult = true,
+    .pausesUnasked = false,
+    .submitTimeout = 180000,
+    .wakesModem = true,
+    .setsCharacterSet = true,
+    .needsNetworkForAll = false,
+    .countsAllNetworks = true,
+    .remembersRefusedPin = true,
+    .sparesLastPinAttempt = true,
+    .sendsOnce = true,
+    .leavesServiceCentreToModem = true,
+    .keepsSurrogatePairs = true,
+    .deletesWhileReading = false,
+    .showsEverything = true,
+    .joinsWithCare = true,
+};
+
+}  // namespace tavro
