@@ -36,7 +36,7 @@ class AtExchangeTest : public testing::Test {
 };
 
 TEST_F(AtExchangeTest, RemovesTheEchoAndKeepsLineEnds) {
-  EXPECT_EQ(exchange_.SendCommand("AT+CSQ\r"), "\r\n+CSQ: 23,0\r\n\r\nOK\r\n");
+  EXPECT_EQ(exchange_.SendCommand("AT+CSQ\r").Text(), "\r\n+CSQ: 23,0\r\n\r\nOK\r\n");
   EXPECT_EQ(line_.Elapsed(), 100 + 1 + 500);  // pacing from the engine's creation, one poll, the gap
   EXPECT_THAT(folder_.LogLines(), ElementsAre("Send AT command [AT+CSQ<cr>]", "Send: AT+CSQ<cr>",
                                               "Recv: <cr><lf>+CSQ: 23,0<cr><lf><cr><lf>OK<cr><lf>"));
@@ -45,12 +45,12 @@ TEST_F(AtExchangeTest, RemovesTheEchoAndKeepsLineEnds) {
 TEST_F(AtExchangeTest, CommandsAreApartByTheDelayAtAnyTickCount) {
   for (const std::int32_t delay : {50, 1000, 5000}) {
     for (const std::uint32_t tick : {0u, 0xFFFFFF00u}) {  // the second wraps round within the exchange
-      settings_.modemCommandDelay = delay;
+      settings_.pauses.command = delay;
       line_.SetTickCount(tick);
       exchange_.MarkCommandEnd();
       const auto start = line_.Elapsed();
-      exchange_.SendCommand("AT\r");
-      exchange_.SendCommand("AT\r");
+      exchange_.SendCommand("AT\r").Text();
+      exchange_.SendCommand("AT\r").Text();
       EXPECT_EQ(line_.Elapsed() - start, 2 * (delay + 501)) << delay << " " << tick;
     }
   }
@@ -58,9 +58,9 @@ TEST_F(AtExchangeTest, CommandsAreApartByTheDelayAtAnyTickCount) {
 
 TEST_F(AtExchangeTest, TheGapEndsTheAnswer) {
   modem_.Answer("AT+X", ModemReply::Bytes("\r\n+X: 1").Then(499, "2\r\n\r\nOK\r\n"), 1);
-  EXPECT_EQ(CleanResponse(exchange_.SendCommand("AT+X\r")), "+X: 12");
+  EXPECT_EQ(CleanResponse(exchange_.SendCommand("AT+X\r").Text()), "+X: 12");
   modem_.Answer("AT+X", ModemReply::Bytes("\r\n+X: 1").Then(600, "2\r\n\r\nOK\r\n"), 1);
-  EXPECT_EQ(CleanResponse(exchange_.SendCommand("AT+X\r")), "+X: 1");
+  EXPECT_EQ(CleanResponse(exchange_.SendCommand("AT+X\r").Text()), "+X: 1");
   EXPECT_EQ(errors_.LastErrorCode(), 0);
 }
 
@@ -72,14 +72,14 @@ TEST_F(AtExchangeTest, SilenceAndAnEchoAloneEndByTheClocksSeconds) {
   } kCases[] = {{1, 1000}, {800, 1000}, {1000, 1000}, {1500, 2000}, {30000, 30000}};
   for (const char* echo : {"ATE0\r", "ATE1\r"}) {
     modem_.ForgetAnswers();
-    exchange_.SendCommand(echo);
+    exchange_.SendCommand(echo).Text();
     modem_.Answer("*", ModemReply::Silence());
     for (const auto& c : kCases) {
       settings_.timeout = c.timeout;
       line_.SetWallClock(1000000 - 100);
       exchange_.MarkCommandEnd();
       const auto start = line_.Elapsed() + 100;
-      EXPECT_EQ(exchange_.SendCommand("AT+CSQ\r"), "");
+      EXPECT_EQ(exchange_.SendCommand("AT+CSQ\r").Text(), "");
       EXPECT_GE(line_.Elapsed() - start, c.waited);
       EXPECT_LE(line_.Elapsed() - start, c.waited + 1) << c.timeout;
       EXPECT_EQ(errors_.LastErrorCode(), 1012);
@@ -88,12 +88,12 @@ TEST_F(AtExchangeTest, SilenceAndAnEchoAloneEndByTheClocksSeconds) {
 }
 
 TEST_F(AtExchangeTest, AClockSetBackDoesNotMakeTheWaitEndless) {
-  exchange_.SendCommand("ATE0\r");
+  exchange_.SendCommand("ATE0\r").Text();
   modem_.Answer("*", ModemReply::Silence());
   settings_.timeout = 2000;
   const auto start = line_.Elapsed();
   line_.At(start + 500, [this] { line_.SetWallClock(0); });
-  EXPECT_EQ(exchange_.SendCommand("AT\r"), "");
+  EXPECT_EQ(exchange_.SendCommand("AT\r").Text(), "");
   EXPECT_LE(line_.Elapsed() - start, 3200);
 }
 
@@ -103,21 +103,21 @@ TEST_F(AtExchangeTest, OnlyTheBareTextsGetSettlingTime) {
     std::int64_t settling;
   } kCases[] = {{"AT+COPS?", 2000}, {"at+cops=?", 2500}, {"AT+CPIN=\"", 3500},
                 {"AT+COPS?\r", 0},  {"AT+COPS=?\r", 0},  {"AT+CPIN=\"1234\"\r", 0}};
-  exchange_.SendCommand("ATE0\r");
+  exchange_.SendCommand("ATE0\r").Text();
   modem_.Answer("*", ModemReply::Silence());
   settings_.timeout = 1;
   for (const auto& c : kCases) {
     line_.SetWallClock(1000000);
     exchange_.MarkCommandEnd();
     const auto start = line_.Elapsed();
-    exchange_.SendCommand(c.command);
+    exchange_.SendCommand(c.command).Text();
     EXPECT_EQ(line_.Elapsed() - start, c.settling > 0 ? 100 + c.settling : 1000) << c.command;
   }
 }
 
 TEST_F(AtExchangeTest, ShortWriteIsAnError) {
   line_.ShortenWrite(2);
-  EXPECT_EQ(exchange_.SendCommand("AT\r"), "");
+  EXPECT_EQ(exchange_.SendCommand("AT\r").Text(), "");
   EXPECT_EQ(errors_.LastErrorText(), "Cannot send command to modem");
   EXPECT_EQ(errors_.LastErrorCode(), 1011);
 }
@@ -125,16 +125,16 @@ TEST_F(AtExchangeTest, ShortWriteIsAnError) {
 TEST_F(AtExchangeTest, LostDeviceIsAnErrorWithinTheTimeout) {
   modem_.Settings().latencyMs = 50;
   line_.At(120, [this] { modem_.LoseLine(); });  // behind the write, in front of the answer's end
-  EXPECT_EQ(exchange_.SendCommand("AT\r"), "");
+  EXPECT_EQ(exchange_.SendCommand("AT\r").Text(), "");
   EXPECT_EQ(errors_.LastErrorCode(), 1012);
-  EXPECT_EQ(exchange_.SendCommand("AT\r"), "");
+  EXPECT_EQ(exchange_.SendCommand("AT\r").Text(), "");
   EXPECT_EQ(errors_.LastErrorCode(), 1011);
   EXPECT_LE(line_.Elapsed(), 31000);
 }
 
 TEST_F(AtExchangeTest, BusyModemIsAskedThirtyTimes) {
   modem_.Answer("AT+CPIN?", ModemReply::Bytes("\r\n+CME ERROR: 515\r\n"));
-  const std::string answer = exchange_.CheckCommandResponse("AT+CPIN?\r");
+  const std::string answer = exchange_.CheckCommandResponse("AT+CPIN?\r").Text();
   EXPECT_EQ(CleanResponse(answer), "+CME ERROR: 515");
   EXPECT_EQ(modem_.Commands().size(), 30u);
   EXPECT_EQ(errors_.LastErrorCode(), 0);
@@ -146,20 +146,20 @@ TEST_F(AtExchangeTest, BusyModemIsAskedThirtyTimes) {
 TEST_F(AtExchangeTest, OtherErrorsAreNotRepeated) {
   modem_.Answer("AT+A", ModemReply::Bytes("\r\n+CME ERROR: 515\r\n"), 2);
   modem_.Answer("AT+A", ModemReply::Bytes("\r\nok\r\n"));
-  EXPECT_EQ(exchange_.CheckCommandResponse("AT+A\r"), "\r\nOK\r\n");  // in capitals
+  EXPECT_EQ(exchange_.CheckCommandResponse("AT+A\r").Text(), "\r\nOK\r\n");  // in capitals
   EXPECT_EQ(modem_.Commands().size(), 3u);
   for (const char* reply : {"\r\n+CME ERROR: 10\r\n", "\r\nERROR 515\r\n", "\r\n515\r\n"}) {
     modem_.ForgetReceived();
     modem_.ForgetAnswers();
     modem_.Answer("AT+B", ModemReply::Bytes(reply));
-    exchange_.CheckCommandResponse("AT+B\r");
+    exchange_.CheckCommandResponse("AT+B\r").Text();
     EXPECT_EQ(modem_.Commands().size(), 1u) << reply;
   }
 }
 
 TEST_F(AtExchangeTest, ClosedPortAsksForTheConnectionOnce) {
   comm_.CommClose(1);
-  EXPECT_EQ(exchange_.SendCommand("AT\r"), "");
+  EXPECT_EQ(exchange_.SendCommand("AT\r").Text(), "");
   int asked = 0;
   exchange_.SetConnection(
       [&] {
@@ -168,10 +168,10 @@ TEST_F(AtExchangeTest, ClosedPortAsksForTheConnectionOnce) {
         if (asked == 1) errors_.SetError(kModemNotFound);
       },
       {});
-  EXPECT_EQ(exchange_.SendCommand("AT\r"), "");  // open again, but with an error
+  EXPECT_EQ(exchange_.SendCommand("AT\r").Text(), "");  // open again, but with an error
   EXPECT_EQ(errors_.LastErrorCode(), 1034);
   comm_.CommClose(1);
-  EXPECT_EQ(CleanResponse(exchange_.SendCommand("AT\r"), false), "OK");
+  EXPECT_EQ(CleanResponse(exchange_.SendCommand("AT\r").Text(), false), "OK");
   EXPECT_EQ(asked, 2);
 }
 

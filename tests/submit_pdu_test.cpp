@@ -155,7 +155,7 @@ TEST(MessagePartsTest, MarksFormattedParts) {
 }
 
 TEST(MessageReferenceTest, StartsByTheTimeAndRunsFrom1To255) {
-  std::set<std::int16_t> starts;
+  std::set<int> starts;
   for (std::int64_t now = 1709647629000; now < 1709647629255; ++now) starts.insert(MessageReference(now).Value());
   EXPECT_EQ(starts.size(), 255u);
   EXPECT_EQ(*starts.begin(), 1);

@@ -82,6 +82,7 @@ inline constexpr ErrorDefinition kWaitingForPuk{2010, "Modem is waiting SIM PUK 
 inline constexpr ErrorDefinition kUnknownErrorAfterPin{2011, "Unknown error after sending PIN"};
 inline constexpr ErrorDefinition kPinCommunicationError{2012, "Communication error while sending PIN"};
 inline constexpr ErrorDefinition kInvalidPin{2013, "Invalid PIN"};
+inline constexpr ErrorDefinition kLastPinAttempt{2013, "PIN not sent: the SIM takes only one more"};
 inline constexpr ErrorDefinition kBlankPin{2014, "Blank PIN is not allowed (Modem is waiting for PIN)"};
 inline constexpr ErrorDefinition kUnknownErrorSendingPin{2015, "Unknown error while sending PIN"};
 inline constexpr ErrorDefinition kUnknownPinStatus{2016, "Unknown error while checking PIN status"};

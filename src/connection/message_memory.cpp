@@ -23,7 +23,7 @@ bool MessageMemory::SelectMessageMemory(std::string_view memory) {
   log_.WriteLog("Setting message memory as '" + name + "'");
   // The memory for writing, in the middle, stays as it is.
   const std::string command = "AT+CPMS=\"" + name + "\",,\"" + name + "\"\r";
-  if (!IsGoodResponse(exchange_.SendCommand(command)) && !IsGoodResponse(exchange_.SendCommand(command))) return false;
+  if (!exchange_.SendCommand(command).IsGood() && !exchange_.SendCommand(command).IsGood()) return false;
   settings_.messageMemory = name;
   state_.memorySelected = true;
   log_.WriteLog("Message memory set as '" + name + "'");
@@ -33,9 +33,9 @@ bool MessageMemory::SelectMessageMemory(std::string_view memory) {
 std::optional<std::string> MessageMemory::ReadMessageMemory() {
   if (!registration_.EnsureReady()) return {};
   log_.WriteLog("Reading message memory setting");
-  const std::string answer = exchange_.SendCommand("AT+CPMS?\r");
-  if (!IsGoodResponse(answer)) return {};
-  const std::string fields = RemoveAll(RemoveAll(CleanResponse(RemoveAll(answer, "+CPMS:")), "\""), " ");
+  const Answer answer = exchange_.SendCommand("AT+CPMS?\r");
+  if (!answer.IsGood()) return {};
+  const std::string fields = RemoveAll(RemoveAll(answer.Information("+CPMS:"), "\""), " ");
   std::string memory = Upper(Split(fields, ",").front());
   if (memory.empty()) return {};
   if (IsSelectable(memory)) settings_.messageMemory = memory;

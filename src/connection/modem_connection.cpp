@@ -1,9 +1,19 @@
 #include "connection/modem_connection.h"
 
+#include <algorithm>
+#include <utility>
+
 #include "base/text.h"
 #include "link/port_name.h"
 
 namespace tavro {
+
+namespace {
+
+constexpr std::int32_t kWakeTimeout = 2000;  // ms for each answer of a modem that may be asleep
+constexpr int kWakeAttempts = 3;
+
+}  // namespace
 
 ModemConnection::ModemConnection(const DialogueContext& dialogue, clsCOMM& comm, PinCheck& pin,
                                  Registration& registration, MessageMemory& memory, ModemInitialisation& initialisation)
@@ -24,13 +34,13 @@ bool ModemConnection::IsConnected() const { return comm_.IsOpen(settings_.portNu
 
 void ModemConnection::ResetConnectionState() {
   state_ = {};
-  exchange_.ForgetTimeOuts();
+  exchange_.Reset();
 }
 
 bool ModemConnection::ConnectModem() {
   if (IsConnected()) return true;
-  if (const PendingError& end = errors_.CallEnd()) {
-    errors_.SetError(end);
+  if (const PendingError& refusal = pin_.Refusal()) {
+    errors_.SetError(refusal);
     return false;
   }
   if (!ParsePortName(settings_.port)) {
@@ -105,18 +115,46 @@ bool ModemConnection::VerifyModem() {
   }
   log_.WriteLog("Port is connected");
   log_.WriteLog("Verifying if modem is connected");
-  const bool present = Contains(exchange_.CheckCommandResponse("AT\r"), "OK");
+  const bool present = manner_.wakesModem ? WakeModem() : exchange_.CheckCommandResponse("AT\r").HoldsOk();
   log_.WriteLog(present ? "Modem is connected" : "Modem is not connected");
+  return present;
+}
+
+// Whether the modem answers within Timeout. It may be starting, at the prompt of a message that was broken off, have
+// the rest of a command in its buffer, or give its result codes as numbers.
+bool ModemConnection::WakeModem() {
+  const WholeSecondWait wait(platform_, settings_.timeout);
+  const std::int32_t timeout = std::exchange(settings_.timeout, std::min(settings_.timeout, kWakeTimeout));
+  const auto answers = [this](const char* command) {
+    exchange_.ForgetUnanswered();
+    return exchange_.CheckCommandResponse(command).HoldsOk();
+  };
+  bool present = answers("AT\r");
+  const bool atOnce = present;
+  for (int attempt = 2; !present && IsConnected() && (attempt <= kWakeAttempts || !wait.IsOver()); ++attempt) {
+    if (attempt == 2) {
+      exchange_.CancelInput();
+      exchange_.Write("\r");
+    } else if (attempt == 3) {
+      answers("ATV1\r");
+      answers("ATE0\r");
+    }
+    present = answers("AT\r");
+  }
+  if (present && !atOnce) exchange_.Resynchronise();
+  if (present && exchange_.HasNumericResults()) answers("ATV1\r");
+  settings_.timeout = timeout;
+  errors_.ClearError();
   return present;
 }
 
 bool ModemConnection::CheckPDUSupport() {
   if (state_.pduSupportChecked) return true;
   log_.WriteLog("Setting PDU mode in GSM modem");
-  const std::string answer = exchange_.CheckCommandResponse("AT+CMGF=0\r");
-  if (errors_.IsPending() || answer.empty()) return false;
+  const Answer answer = exchange_.CheckCommandResponse("AT+CMGF=0\r");
+  if (errors_.IsPending() || answer.IsEmpty()) return false;
   state_.pduSupportChecked = true;
-  state_.pduSupported = IsGoodResponse(answer);
+  state_.pduSupported = answer.IsGood();
   return true;
 }
 
@@ -129,7 +167,7 @@ bool ModemConnection::EnsureConnection() { return IsConnected() ? VerifyConnecti
 
 bool ModemConnection::VerifyConnection() {
   log_.WriteLog("Verifying connection");
-  if (Contains(exchange_.CheckCommandResponse("AT\r"), "OK")) {
+  if (exchange_.CheckCommandResponse("AT\r").HoldsOk()) {
     log_.WriteLog("Connection verified OK");
     return true;
   }

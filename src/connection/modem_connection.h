@@ -38,6 +38,7 @@ class ModemConnection : DialoguePart {
 
  private:
   bool VerifyModem();
+  bool WakeModem();
   bool RunConnectSteps();
   void RaiseLines();
   void DropLines();

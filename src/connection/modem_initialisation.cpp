@@ -8,7 +8,6 @@ namespace tavro {
 
 namespace {
 
-constexpr std::uint32_t kFunctionalityPause = 2000;       // ms after AT+CFUN
 constexpr std::int32_t kNetworkSelectionTimeout = 60000;  // ms
 
 // <pas> of 3GPP TS 27.007, 8.1.
@@ -52,10 +51,18 @@ bool ModemInitialisation::InitializeModem() {
   RunStep(kLongResultCodes);
   bool defaultsDone = RunStep(kNumericErrors);
   defaultsDone = RunStep(kRegistrationCodesOff) && defaultsDone;
+  if (manner_.setsCharacterSet) SelectCharacterSet();
   if (!exchange_.IsPortOpen()) return false;  // the device is gone
   if (!registration_.Verify()) defaultsDone = SelectNetworkAutomatically() && defaultsDone;
   if (!defaultsDone) errors_.Warn(kDefaultInitFailed);
   return true;
+}
+
+// Names and numbers in the GSM alphabet (AT+CSCS, 3GPP TS 27.007, 5.5). A modem that has no other refuses it.
+void ModemInitialisation::SelectCharacterSet() {
+  log_.WriteLog("Select character set GSM");
+  exchange_.CheckCommandResponse("AT+CSCS=\"GSM\"\r");
+  errors_.ClearError();
 }
 
 bool ModemInitialisation::CheckActivity() {
@@ -76,9 +83,8 @@ bool ModemInitialisation::CheckActivity() {
 // <pas>, or "" when the modem gave no usable answer.
 std::string ModemInitialisation::ActivityStatus() {
   log_.WriteLog("Checking ME activity status");
-  const std::string answer = exchange_.CheckCommandResponse("AT+CPAS\r");
-  std::string status;
-  if (IsGoodResponse(answer)) status = Trimmed(CleanResponse(RemoveAll(answer, "+CPAS:")));
+  const Answer answer = exchange_.CheckCommandResponse("AT+CPAS\r");
+  const std::string status = answer.IsGood() ? answer.Information("+CPAS:") : std::string();
   log_.WriteLog(status.empty() ? "Error checking ME state" : ActivityText(status));
   return status;
 }
@@ -92,8 +98,8 @@ void ModemInitialisation::RunUserInit() {
   if (command.empty()) return;
   log_.WriteLog("Initializing modem (user defined)");
   if (Upper(command.substr(0, 2)) != "AT") command.insert(0, "AT");
-  const std::string answer = exchange_.CheckCommandResponse(command + "\r");
-  if (Contains(answer, "ERROR")) errors_.SetError(kUserInitErrorResponse);
+  const Answer answer = exchange_.CheckCommandResponse(command + "\r");
+  if (answer.HoldsError()) errors_.SetError(kUserInitErrorResponse);
   // The error that is pending stands, being the more precise one.
   if (errors_.IsPending()) errors_.Warn(kUserInitFailed);
 }
@@ -101,12 +107,12 @@ void ModemInitialisation::RunUserInit() {
 // Whether the step left no warning.
 bool ModemInitialisation::RunStep(const Step& step) {
   log_.WriteLog(step.logLine);
-  const std::string answer = exchange_.CheckCommandResponse(step.command);
-  if (answer.empty()) {
+  const Answer answer = exchange_.CheckCommandResponse(step.command);
+  if (answer.IsEmpty()) {
     errors_.Warn(step.noResponse);
   } else if (step.failed && errors_.IsPending()) {
     errors_.Warn(*step.failed);
-  } else if (step.errorResponse && Contains(answer, "ERROR")) {
+  } else if (step.errorResponse && answer.HoldsError()) {
     errors_.Warn(*step.errorResponse);
   } else {
     return true;
@@ -131,14 +137,14 @@ void ModemInitialisation::SetMinimumFunctionality() {
   static const Step kMinimum{"Set ME to minimum functionality mode", "AT+CFUN=0\r", kMinimumFunctionalityNoResponse,
                              &kMinimumFunctionalityFailed, &kMinimumFunctionalityFailed};
   RunStep(kMinimum);
-  platform_.Sleep(kFunctionalityPause);
+  platform_.Sleep(static_cast<std::uint32_t>(settings_.pauses.functionality));
 }
 
 void ModemInitialisation::SetFullFunctionality() {
   static const Step kFull{"Set ME to full functionality mode", "AT+CFUN=1\r", kFullFunctionalityNoResponse,
                           &kFullFunctionalityFailed, &kFullFunctionalityFailed};
   RunStep(kFull);
-  platform_.Sleep(kFunctionalityPause);
+  platform_.Sleep(static_cast<std::uint32_t>(settings_.pauses.functionality));
 }
 
 void ModemInitialisation::DisableNewMessageIndications() {
@@ -157,13 +163,13 @@ bool ModemInitialisation::DisableNewMessageIndications(const std::string& mode) 
   const std::string failed = "Disabling new message indication failed (mode=" + mode;
 
   log_.WriteLog("Disable new message indication");
-  std::string answer = send("0");
-  if (answer.empty()) return warn(kIndicationsOffNoResponse, noResponse + "bfr=0)");
-  if (IsGoodResponse(answer)) return true;
-  if (!Contains(answer, "ERROR")) return warn(kIndicationsOffFailed, failed + ",bfr=0)");
+  Answer answer = send("0");
+  if (answer.IsEmpty()) return warn(kIndicationsOffNoResponse, noResponse + "bfr=0)");
+  if (answer.IsGood()) return true;
+  if (!answer.HoldsError()) return warn(kIndicationsOffFailed, failed + ",bfr=0)");
   answer = send("1");  // some modems cannot drop what they buffered while switched off
-  if (answer.empty()) return warn(kIndicationsOffNoResponse, noResponse + "mode=" + mode + ",bfr=1)");
-  if (IsGoodResponse(answer)) return true;
+  if (answer.IsEmpty()) return warn(kIndicationsOffNoResponse, noResponse + "mode=" + mode + ",bfr=1)");
+  if (answer.IsGood()) return true;
   return warn(kIndicationsOffFailed, failed + ",bfr=1)");
 }
 

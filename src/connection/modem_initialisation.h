@@ -26,6 +26,7 @@ class ModemInitialisation : DialoguePart {
 
   std::string ActivityStatus();
   bool CheckActivity();
+  void SelectCharacterSet();
   void RunUserInit();
   bool RunStep(const Step& step);
   bool SelectNetworkAutomatically();

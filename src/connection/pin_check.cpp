@@ -8,6 +8,7 @@ namespace tavro {
 namespace {
 
 constexpr std::uint32_t kUnlockPollInterval = 75;  // ms
+constexpr std::uint32_t kBusyPollInterval = 500;   // ms
 
 // What a "+CME ERROR:" number means for the SIM.
 PendingError ErrorOfNumber(std::string_view number) {
@@ -29,25 +30,44 @@ bool PinCheck::QueryState() {
     return false;
   }
   log_.WriteLog("Checking PIN status");
-  std::string answer = exchange_.CheckCommandResponse("AT+CPIN?\r");
+  const Answer answer = AskState();
   if (errors_.IsPending()) {
     error_ = kPinStatusCommunicationError;
-  } else if (Contains(answer, "ERROR")) {
-    answer = Trimmed(RemoveAll(Upper(CleanResponse(answer)), "+CME ERROR:"));
-    error_ = ErrorOfNumber(answer);
+  } else if (answer.HoldsError()) {
+    error_ = ErrorOfNumber(Upper(answer.Information("+CME ERROR:")));
     state_.modemState = "ERROR";
   } else {
-    answer = Trimmed(CleanResponse(RemoveAll(answer, "+CPIN:")));
-    state_.modemState = Contains(answer, "READY") ? "READY" : answer;
-    if (answer == "SIM PIN") {
+    const std::string state = StateIn(answer);
+    state_.modemState = Contains(state, "READY") ? "READY" : state;
+    if (state == "SIM PIN") {
       log_.WriteLog("Modem is waiting for PIN");
-    } else if (answer == "SIM PUK") {
+    } else if (state == "SIM PUK") {
       error_ = kWaitingForPuk;
     } else if (!state_.IsReady()) {
       error_ = kUnknownPinStatus;
     }
   }
   return !error_;
+}
+
+// Asks again while the SIM is busy, as it is when the modem starts.
+Answer PinCheck::AskState() {
+  const WholeSecondWait wait(platform_, settings_.timeout);
+  for (;;) {
+    Answer answer = exchange_.CheckCommandResponse("AT+CPIN?\r");
+    const std::string text = answer.Information("+CME ERROR:");
+    const bool busy = answer.HoldsError() && (text == "14" || Contains(text, "SIM BUSY"));
+    if (!manner_.waitsForSim || !busy || wait.IsOver()) return answer;
+    log_.WriteLog("SIM is busy");
+    platform_.Sleep(kBusyPollInterval);
+  }
+}
+
+std::string PinCheck::StateIn(const Answer& answer) const {
+  std::string state = answer.Information("+CPIN:");
+  if (!manner_.readsPinStateLoosely) return state;
+  state = Trimmed(RemoveAll(state, "\""));
+  return state == "SIM PIN2" || state == "SIM PUK2" ? "READY" : state;
 }
 
 bool PinCheck::CheckPIN() {
@@ -63,27 +83,39 @@ bool PinCheck::CheckPIN() {
 }
 
 bool PinCheck::SendPin() {
-  error_ = errors_.CallEnd();
+  error_ = Refusal();
   if (error_) return false;
   if (settings_.pin.empty()) {
     error_ = kBlankPin;
   } else if (!IsQuotable(settings_.pin)) {
     error_ = kInvalidPin;
+  } else if (manner_.sparesLastPinAttempt && !settings_.sendsPinOnLastAttempt && IsLastAttempt()) {
+    error_ = kLastPinAttempt;
   } else {
     error_ = Unlock();
     if (error_) errors_.EndCall(error_);
+    if (manner_.remembersRefusedPin && error_.code == kInvalidPin.code) refusal_ = error_;
   }
   return !error_;
 }
 
+const PendingError& PinCheck::Refusal() const { return errors_.CallEnd() ? errors_.CallEnd() : refusal_; }
+
+// Whether the modem says that the SIM takes one more PIN (AT+CPINR, 3GPP TS 27.007, 8.65). Many do not say.
+bool PinCheck::IsLastAttempt() {
+  const Answer answer = exchange_.SendCommand("AT+CPINR=\"SIM PIN\"\r");
+  const auto fields = AnswerFields(answer.Information("+CPINR:"));
+  errors_.ClearError();
+  return answer.IsGood() && fields.size() > 1 && fields[0] == "SIM PIN" && fields[1] == "1";
+}
+
 PendingError PinCheck::Unlock() {
   log_.WriteLog("Sending PIN [" + settings_.pin + "]");
-  const std::string answer =
-      Upper(CleanResponse(exchange_.CheckCommandResponse("AT+CPIN=\"" + settings_.pin + "\"\r"), false));
-  const WholeSecondWait sinceSent = exchange_.SinceCommand();
+  const Answer answer = exchange_.CheckCommandResponse("AT+CPIN=\"" + settings_.pin + "\"\r");
+  const WholeSecondWait sinceSent = exchange_.SinceWritten();
   if (errors_.IsPending()) return kPinCommunicationError;
-  if (Contains(answer, "ERROR")) return kInvalidPin;
-  if (!Contains(answer, "OK")) return kUnknownErrorSendingPin;
+  if (answer.HoldsError()) return kInvalidPin;
+  if (!answer.HoldsOk()) return kUnknownErrorSendingPin;
 
   while (!state_.IsReady() && !sinceSent.IsOver()) {
     platform_.Sleep(kUnlockPollInterval);
@@ -91,7 +123,7 @@ PendingError PinCheck::Unlock() {
   }
   if (!state_.IsReady()) return kUnknownErrorAfterPin;
   log_.WriteLog("Modem unlocked with PIN");
-  platform_.Sleep(static_cast<std::uint32_t>(settings_.delayAfterPin));
+  platform_.Sleep(static_cast<std::uint32_t>(settings_.pauses.afterPin));
   return {};
 }
 

@@ -15,13 +15,22 @@ class PinCheck : DialoguePart {
   bool CheckPIN();
   const PendingError& Error() const { return error_; }
 
+  // Why the PIN is not to be sent again: in this public call, or, where refusals are remembered, until it is set anew
+  // or another modem is connected (Forget). None when it may be.
+  const PendingError& Refusal() const;
+  void Forget() { refusal_ = {}; }
+
  private:
   bool QueryState();
+  Answer AskState();
+  std::string StateIn(const Answer& answer) const;
+  bool IsLastAttempt();
   bool SendPin();
   // The error, or none once the SIM is unlocked.
   PendingError Unlock();
 
   PendingError error_;
+  PendingError refusal_;
 };
 
 }  // namespace tavro

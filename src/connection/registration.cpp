@@ -1,5 +1,8 @@
 #include "connection/registration.h"
 
+#include <algorithm>
+#include <iterator>
+
 #include "base/text.h"
 #include "link/whole_second_wait.h"
 
@@ -10,11 +13,14 @@ namespace {
 constexpr std::uint32_t kPollInterval = 1000;  // ms
 
 // <stat> of "+CREG: <n>,<stat>"; empty when the answer has none.
-std::string StatusOf(std::string_view answer) {
-  const std::string cleaned = Trimmed(RemoveAll(CleanResponse(answer), "+CREG:"));
-  const auto fields = Split(cleaned, ",");
+std::string StatusOf(const Answer& answer, std::string_view prefix) {
+  const std::string information = answer.Information(prefix);
+  const auto fields = Split(information, ",");
   return fields.size() < 2 ? std::string() : Trimmed(fields[1]);
 }
+
+// The networks of the circuit-switched and the packet domains (3GPP TS 27.007, 7.2 and 10.1.20, 10.1.22, 10.1.47).
+constexpr std::string_view kOtherNetworks[] = {"+CEREG", "+CGREG", "+C5GREG"};
 
 }  // namespace
 
@@ -27,7 +33,7 @@ bool Registration::CheckRegistration() {
 
   log_.WriteLog("Checking network registration status");
   const std::string status = PollStatus();
-  state_.registered = status == "1" || status == "5";
+  state_.registered = CountsAsRegistered(status);
   if (!state_.registered && !errors_.IsPending()) {
     if (status.empty()) {
       error_ = kUnreadableRegistrationStatus;
@@ -42,14 +48,21 @@ bool Registration::CheckRegistration() {
   return state_.registered;
 }
 
+// 1 home, 5 roaming; also for SMS only (6, 7) and with CSFB not preferred (9, 10).
+bool Registration::CountsAsRegistered(const std::string& status) const {
+  if (!manner_.countsAllNetworks) return status == "1" || status == "5";
+  int number = 0;
+  constexpr int kRegistered[] = {1, 5, 6, 7, 9, 10};
+  return ParseWhole(status, number) &&
+         std::find(std::begin(kRegistered), std::end(kRegistered), number) != std::end(kRegistered);
+}
+
 // Asks until the modem no longer searches and is no longer denied; returns the last status.
 std::string Registration::PollStatus() {
   const WholeSecondWait wait(platform_, settings_.timeout);
   std::string status;
   while (!wait.IsOver()) {
-    const std::string answer = exchange_.CheckCommandResponse("AT+CREG?\r");
-    if (errors_.IsPending() || answer.empty() || Contains(answer, "ERROR")) return {};
-    status = StatusOf(answer);
+    status = QueryStatus();
     if (status == "2") {
       log_.WriteLog("Modem is searching for a new operator to register to");
     } else if (status == "3") {
@@ -63,7 +76,25 @@ std::string Registration::PollStatus() {
   return status;
 }
 
-bool Registration::Verify() {
+// Empty when the modem does not tell; an error of the exchange is raised then.
+std::string Registration::QueryStatus() {
+  const auto ask = [this](std::string_view name) {
+    const Answer answer = exchange_.CheckCommandResponse("AT" + std::string(name) + "?\r");
+    if (errors_.IsPending() || answer.IsEmpty() || answer.HoldsError()) return std::string();
+    return StatusOf(answer, std::string(name) + ":");
+  };
+  const std::string status = ask("+CREG");
+  if (!manner_.countsAllNetworks || CountsAsRegistered(status)) return status;
+  for (const std::string_view name : kOtherNetworks) {
+    if (!exchange_.IsPortOpen()) break;
+    const std::string other = ask(name);
+    if (CountsAsRegistered(other)) return other;
+  }
+  errors_.ClearError();  // many modems know only one of these
+  return status;
+}
+
+bool Registration::VerifyNetwork() {
   if (CheckRegistration()) return true;
   if (pin_.Error()) {
     error_ = pin_.Error();
@@ -73,13 +104,28 @@ bool Registration::Verify() {
   return false;
 }
 
+bool Registration::VerifySim() {
+  error_ = {};
+  if (state_.IsReady() || pin_.CheckPIN()) return true;
+  error_ = pin_.Error();
+  return false;
+}
+
+bool Registration::Verify() { return manner_.needsNetworkForAll ? VerifyNetwork() : VerifySim(); }
+
 bool Registration::EnsureRegistered() { return (state_.IsReady() && state_.registered) || Verify(); }
 
-bool Registration::EnsureReady() {
-  if (state_.IsReady() && exchange_.IsPortOpen()) return true;
-  if (Verify()) return true;
-  errors_.SetError(error_);
-  return false;
+bool Registration::EnsureNetwork() { return (state_.IsReady() && state_.registered) || VerifyNetwork(); }
+
+bool Registration::EnsureReady() { return RaiseUnless((state_.IsReady() && exchange_.IsPortOpen()) || Verify()); }
+
+bool Registration::EnsureReadyForNetwork() {
+  return EnsureReady() && RaiseUnless(state_.registered || VerifyNetwork());
+}
+
+bool Registration::RaiseUnless(bool ready) {
+  if (!ready) errors_.SetError(error_);
+  return ready;
 }
 
 }  // namespace tavro

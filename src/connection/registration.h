@@ -13,19 +13,29 @@ class Registration : DialoguePart {
   Registration(const DialogueContext& dialogue, PinCheck& pin);
 
   // Polls the registration until it is there or Timeout is over. On failure Error holds the reason: the PIN's error,
-  // 3002 to 3006; an error of the exchange is raised already.
+  // 3002 to 3006; an error of the exchange is raised already. Where only what needs a network asks for one, the SIM is
+  // all that is verified.
   bool Verify();
   const PendingError& Error() const { return error_; }
 
   // Whether the modem is ready and known to be registered; verifies it when not. On failure Error holds the reason.
   bool EnsureRegistered();
-  // Before a query that needs the SIM or the network: whether the modem is ready on an open port; verifies the
-  // registration when not, and raises the reason on failure.
+  // The same for what cannot be done without a network, in either manner: sending.
+  bool EnsureNetwork();
+  // Before a query: whether the modem is ready on an open port; verifies the registration when not, and raises the
+  // reason on failure.
   bool EnsureReady();
+  // The same for a query that the network answers.
+  bool EnsureReadyForNetwork();
 
  private:
+  bool VerifyNetwork();
+  bool VerifySim();
+  bool RaiseUnless(bool ready);
   bool CheckRegistration();
   std::string PollStatus();
+  std::string QueryStatus();
+  bool CountsAsRegistered(const std::string& status) const;
 
   PinCheck& pin_;
   PendingError error_;

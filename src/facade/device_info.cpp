@@ -20,9 +20,9 @@ DeviceInfo::DeviceInfo(const DialogueContext& dialogue, Registration& registrati
 
 std::optional<std::string> DeviceInfo::Identify(const Identification& query) {
   const auto ask = [&](const std::string& command) -> std::optional<std::string> {
-    const std::string answer = exchange_.SendCommand("AT" + command + "\r");
-    if (!IsGoodResponse(answer)) return {};
-    return CleanResponse(RemoveAll(answer, command + ":"));
+    const Answer answer = exchange_.SendCommand("AT" + command + "\r");
+    if (!answer.IsGood()) return {};
+    return answer.Information(command + ":");
   };
   log_.WriteLog(query.before);
   auto value = ask(query.command);
@@ -54,9 +54,9 @@ std::optional<std::string> DeviceInfo::Revision() {
 
 std::optional<std::int16_t> DeviceInfo::BatteryLevel() {
   log_.WriteLog("Reading battery charge level");
-  const std::string answer = exchange_.SendCommand("AT+CBC\r");
-  if (!IsGoodResponse(answer)) return {};
-  const auto fields = AnswerFields(answer, "+CBC:");
+  const Answer answer = exchange_.SendCommand("AT+CBC\r");
+  if (!answer.IsGood()) return {};
+  const auto fields = AnswerFields(answer.Information("+CBC:"));
   if (fields[0] == "2") errors_.SetError(kNoBattery);
   if (fields[0] == "3") errors_.SetError(kPowerFault);
   int level = 0;
@@ -71,11 +71,13 @@ std::optional<std::int16_t> DeviceInfo::BatteryLevel() {
 std::optional<std::string> DeviceInfo::OwnNumber() {
   if (!registration_.EnsureReady()) return {};
   log_.WriteLog("Reading own number");
-  const std::string answer = exchange_.SendCommand("AT+CNUM\r");
-  if (!IsGoodResponse(answer)) return {};
+  const Answer answer = exchange_.SendCommand("AT+CNUM\r");
+  if (!answer.IsGood()) return {};
   // A SIM with numbers for voice, data and fax gives a line for each: the first one counts.
-  const auto entries = Split(answer, "+CNUM:");
-  const auto fields = AnswerFields(entries.size() > 1 ? entries[1] : entries[0], "+CNUM:");
+  const std::string information = answer.Information();
+  const auto entries = Split(information, "+CNUM:");
+  auto fields = AnswerFields(entries.size() > 1 ? entries[1] : entries[0]);
+  if (fields.size() > 1) fields[1] = PlainText(fields[1]);
   if (fields.size() < 2 || !IsNumeric(fields[1]) || Contains(fields[1], ".")) return {};
   const std::string number = WithTypeOfNumber(fields[1], fields.size() > 2 ? fields[2] : "");
   log_.WriteLog("Own Number: " + number);

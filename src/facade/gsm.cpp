@@ -21,19 +21,22 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
       device(dialogue, registration),
       network(dialogue, registration),
       serviceCentre(dialogue, registration),
-      submission(dialogue, connection, messageSteps, serviceCentre),
+      submission(dialogue, registration, connection, messageSteps, serviceCentre),
       textSender(dialogue, submission),
       pushSender(dialogue, submission),
       pushServices{errors, pushSender},
       reader(dialogue, connection, messageSteps),
       deleter(dialogue, connection, messageSteps),
       incomingServices{errors, settings, reader, deleter} {
+  if (!manner.pausesUnasked)
+    settings.pauses = {.command = 0, .unanswered = 100, .send = 0, .afterPin = 0, .functionality = 0};
   log.AttachErrorState([this](std::int32_t code, std::string_view text) { errors.SetError(code, text); });
 }
 
 void GSM::ForgetModem() {
   connection.ResetConnectionState();
   serviceCentre.Forget();
+  pin.Forget();
 }
 
 std::weak_ptr<PushServices> PushServicesOf(const std::shared_ptr<GSM>& gsm) {

@@ -14,9 +14,9 @@ NetworkInfo::NetworkInfo(const DialogueContext& dialogue, Registration& registra
 std::optional<std::int16_t> NetworkInfo::SignalDb() {
   if (!registration_.EnsureReady()) return {};
   log_.WriteLog("Reading GSM signal strength in DB");
-  const std::string answer = exchange_.SendCommand("AT+CSQ\r");
-  if (!IsGoodResponse(answer)) return {};
-  const auto fields = AnswerFields(answer, "+CSQ:");
+  const Answer answer = exchange_.SendCommand("AT+CSQ\r");
+  if (!answer.IsGood()) return {};
+  const auto fields = AnswerFields(answer.Information("+CSQ:"));
   constexpr int kNotKnown = 99;
   int indication = 0;
   if (!ParseWhole(fields[0], indication) || indication == kNotKnown || indication < 0 || indication > 10000) return {};
@@ -34,24 +34,24 @@ std::int16_t NetworkInfo::SignalPercent(std::int16_t db) {
 }
 
 std::optional<std::string> NetworkInfo::Operator() {
-  if (!registration_.EnsureReady()) return {};
+  if (!registration_.EnsureReadyForNetwork()) return {};
   log_.WriteLog("Reading network information");
-  const std::string answer = exchange_.SendCommand("AT+COPS?\r");
-  if (!IsGoodResponse(answer)) return {};
-  const auto fields = AnswerFields(answer, "+COPS:");  // mode, format, operator, access technology
+  const Answer answer = exchange_.SendCommand("AT+COPS?\r");
+  if (!answer.IsGood()) return {};
+  const auto fields = AnswerFields(answer.Information("+COPS:"));  // mode, format, operator, access technology
   if (fields.size() < 3 || fields[2].empty()) return {};
-  std::string name = Upper(fields[2]);
+  std::string name = Upper(PlainText(fields[2]));
   log_.WriteLog("Network: " + name);
   return name;
 }
 
 // +COPS: (stat,"long name","short name","number"[,technology]),...,,(modes),(formats)
 std::optional<std::string> NetworkInfo::OperatorFromList() {
-  if (!registration_.EnsureReady()) return {};
+  if (!registration_.EnsureReadyForNetwork()) return {};
   log_.WriteLog("Reading network information (NetworkEx)");
-  const std::string answer = exchange_.SendCommand("AT+COPS=?\r");
-  if (!IsGoodResponse(answer)) return {};
-  std::string list = CleanResponse(RemoveAll(RemoveAll(answer, "+COPS:"), "\""));
+  const Answer answer = exchange_.SendCommand("AT+COPS=?\r");
+  if (!answer.IsGood()) return {};
+  std::string list = RemoveAll(answer.Information("+COPS:"), "\"");
   list = list.substr(0, list.find(",,("));  // the modes and formats behind the operators look like operators
 
   std::optional<std::string> current, available;  // the last of each counts
@@ -60,8 +60,8 @@ std::optional<std::string> NetworkInfo::OperatorFromList() {
     const std::string entry = Trimmed(RemoveAll(RemoveAll(RemoveAll(entries[i], "),,"), "),"), ")"));
     const auto fields = Split(entry, ",");
     if (fields.size() < 3) continue;
-    std::string name = Trimmed(fields[1]);
-    if (name.empty()) name = Trimmed(fields[2]);
+    std::string name = PlainText(Trimmed(fields[1]));
+    if (name.empty()) name = PlainText(Trimmed(fields[2]));
     if (fields[0].starts_with('2')) current = name;
     if (fields[0].starts_with('1')) available = name;
   }

@@ -75,7 +75,7 @@ bool SMS::IsConnected() { return state_->Begin()->connection.IsConnected(); }
 
 std::u16string SMS::Command(const std::u16string& atCommand) {
   const auto gsm = state_->Begin();
-  return state_->Text(CleanResponse(gsm->exchange.SendCommand(state_->Bytes(atCommand))));
+  return state_->Text(gsm->exchange.SendCommand(state_->Bytes(atCommand)).Information());
 }
 
 // --- Sending ---------------------------------------------------------------------------------------------------------

@@ -7,8 +7,8 @@ namespace tavro {
 namespace {
 
 // The text of a query, or "" with its error raised.
-std::u16string Answer(const PublicCall<GSM>& gsm, const std::optional<std::string>& value,
-                      const ErrorDefinition& error) {
+std::u16string TextOrError(const PublicCall<GSM>& gsm, const std::optional<std::string>& value,
+                           const ErrorDefinition& error) {
   return value ? gsm->platform->FromCodePage(*value) : gsm.Fail(error, std::u16string());
 }
 
@@ -16,7 +16,7 @@ std::u16string Answer(const PublicCall<GSM>& gsm, const std::optional<std::strin
 
 std::u16string SMS::MessageMemory() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->memory.ReadMessageMemory(), kCannotReadMessageMemory);
+  return TextOrError(gsm, gsm->memory.ReadMessageMemory(), kCannotReadMessageMemory);
 }
 
 void SMS::SetMessageMemory(const std::u16string& memory) {
@@ -28,27 +28,27 @@ void SMS::SetMessageMemory(const std::u16string& memory) {
 
 std::u16string SMS::Manufacturer() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->device.Manufacturer(), kCannotReadManufacturer);
+  return TextOrError(gsm, gsm->device.Manufacturer(), kCannotReadManufacturer);
 }
 
 std::u16string SMS::Model() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->device.Model(), kCannotReadModel);
+  return TextOrError(gsm, gsm->device.Model(), kCannotReadModel);
 }
 
 std::u16string SMS::IMEI() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->device.Imei(), kCannotReadImei);
+  return TextOrError(gsm, gsm->device.Imei(), kCannotReadImei);
 }
 
 std::u16string SMS::IMSI() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->device.Imsi(), kCannotReadImsi);
+  return TextOrError(gsm, gsm->device.Imsi(), kCannotReadImsi);
 }
 
 std::u16string SMS::Revision() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->device.Revision(), kCannotReadRevision);
+  return TextOrError(gsm, gsm->device.Revision(), kCannotReadRevision);
 }
 
 std::int16_t SMS::SignalStrength() {
@@ -76,12 +76,12 @@ void SMS::SetSMSC(const std::u16string& number) {
 
 std::u16string SMS::Network() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->network.Operator(), kCannotReadNetwork);
+  return TextOrError(gsm, gsm->network.Operator(), kCannotReadNetwork);
 }
 
 std::u16string SMS::NetworkEx() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->network.OperatorFromList(), kCannotReadNetworkList);
+  return TextOrError(gsm, gsm->network.OperatorFromList(), kCannotReadNetworkList);
 }
 
 std::int16_t SMS::BatteryLevel() {
@@ -92,7 +92,7 @@ std::int16_t SMS::BatteryLevel() {
 
 std::u16string SMS::OwnNumber() {
   const auto gsm = state_->Begin();
-  return Answer(gsm, gsm->device.OwnNumber(), kCannotReadOwnNumber);
+  return TextOrError(gsm, gsm->device.OwnNumber(), kCannotReadOwnNumber);
 }
 
 }  // namespace tavro

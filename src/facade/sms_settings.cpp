@@ -115,7 +115,7 @@ std::int32_t SMS::ModemCommandDelay() { return state_->Begin()->settings.modemCo
 void SMS::SetModemCommandDelay(std::int32_t milliseconds) {
   const auto gsm = state_->Begin();
   if (!InRange(milliseconds, 50, 5000)) return gsm->errors.SetError(kInvalidModemCommandDelay);
-  gsm->settings.modemCommandDelay = milliseconds;
+  gsm->settings.modemCommandDelay = gsm->settings.pauses.command = milliseconds;
 }
 
 std::u16string SMS::ModemInitString() {
@@ -133,6 +133,7 @@ void SMS::SetModemInitString(const std::u16string& command) {
 void SMS::SetPIN(const std::u16string& pin) {
   const auto gsm = state_->Begin();
   gsm->settings.pin = state_->Bytes(pin);
+  gsm->pin.Forget();
   gsm->log.WriteLog("PIN: " + gsm->settings.pin);
 }
 
@@ -149,7 +150,7 @@ std::int32_t SMS::DelayAfterPin() { return state_->Begin()->settings.delayAfterP
 void SMS::SetDelayAfterPin(std::int32_t milliseconds) {
   const auto gsm = state_->Begin();
   if (!InRange(milliseconds, 1, 60000)) return gsm->errors.SetError(kInvalidDelayAfterPin);
-  gsm->settings.delayAfterPin = milliseconds;
+  gsm->settings.delayAfterPin = gsm->settings.pauses.afterPin = milliseconds;
 }
 
 // --- Sending ---------------------------------------------------------------------------------------------------------
@@ -167,7 +168,7 @@ std::int32_t SMS::SendDelay() { return state_->Begin()->settings.sendDelay; }
 void SMS::SetSendDelay(std::int32_t milliseconds) {
   const auto gsm = state_->Begin();
   if (!InRange(milliseconds, 1, 30000)) return gsm->errors.SetError(kInvalidSendDelay);
-  gsm->settings.sendDelay = milliseconds;
+  gsm->settings.sendDelay = gsm->settings.pauses.send = milliseconds;
   gsm->log.WriteLog("Send Delay: " + std::to_string(milliseconds) + "ms");
 }
 

@@ -1,12 +1,20 @@
 #include "link/answer_fields.h"
 
+#include <charconv>
+
 #include "base/text.h"
-#include "link/at_exchange.h"
 
 namespace tavro {
 
-std::vector<std::string> AnswerFields(std::string_view answer, std::string_view prefix) {
-  const std::string cleaned = CleanResponse(RemoveAll(RemoveAll(answer, prefix), "\""));
+namespace {
+
+// Latin to Arabic letters and the signs with them. A number of dialled digits read as UCS2 hardly ever stays in here.
+bool IsLikelyCharacter(unsigned unit) { return unit >= 0x20 && unit < 0x0700; }
+
+}  // namespace
+
+std::vector<std::string> AnswerFields(std::string_view information) {
+  const std::string cleaned = Trimmed(RemoveAll(information, "\""));
   std::vector<std::string> fields;
   for (const std::string_view field : Split(cleaned, ",")) fields.push_back(Trimmed(field));
   return fields;
@@ -14,6 +22,19 @@ std::vector<std::string> AnswerFields(std::string_view answer, std::string_view 
 
 std::string WithTypeOfNumber(const std::string& number, std::string_view type) {
   return type == "129" || number.starts_with('+') ? number : "+" + number;
+}
+
+std::optional<std::u16string> Ucs2Text(std::string_view field) {
+  constexpr std::size_t kDigits = 4;
+  if (field.size() < kDigits || field.size() % kDigits != 0) return {};
+  std::u16string text;
+  for (; !field.empty(); field.remove_prefix(kDigits)) {
+    unsigned unit = 0;
+    const char* const end = field.data() + kDigits;
+    if (std::from_chars(field.data(), end, unit, 16).ptr != end || !IsLikelyCharacter(unit)) return {};
+    text += static_cast<char16_t>(unit);
+  }
+  return text;
 }
 
 }  // namespace tavro

@@ -16,6 +16,13 @@ constexpr SerialTimeOuts kCommandTimeOuts{500, kAllBits, kAllBits, 2, 0};
 // Octets that never stop end a read after so many times Timeout, and not before so many milliseconds.
 constexpr std::uint32_t kLongestReadTimeouts = 10, kLongestReadFloor = 10000;
 
+// Where answers end at their result a read returns as soon as octets come. It is begun anew so often, in milliseconds,
+// that window messages run and a program that wants to end is not kept.
+constexpr std::uint32_t kReadSlice = 100;
+constexpr std::size_t kLongestAnswer = 16 << 20;
+// The limit of each answer while the exchange is brought back into step, in milliseconds.
+constexpr std::int32_t kResynchroniseLimit = 2000;
+
 constexpr char kEsc = 27;
 
 // The extra time that a few commands get before their answer is read. The comparison is meant to be exact: a command
@@ -26,6 +33,11 @@ std::uint32_t SettlingTime(std::string_view command) {
   if (start == "AT+COPS?") return 2000;
   if (start == "AT+COPS=?") return 2500;
   return 0;
+}
+
+bool IsEntryCommand(std::string_view command) {
+  const std::string capitals = Upper(command.substr(0, 8));
+  return capitals == "AT+CMGS=" || capitals == "AT+CMGW=";
 }
 
 }  // namespace
@@ -39,14 +51,14 @@ AtExchange::AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, Lo
       settings_(settings),
       manner_(manner),
       lastCommandTick_(platform.TickCount()),
-      sinceCommand_(platform, 0) {}
+      sinceWritten_(platform, 0) {}
 
 void AtExchange::SetConnection(std::function<void()> open, std::function<void()> close) {
   openConnection_ = std::move(open);
   closeConnection_ = std::move(close);
 }
 
-std::string AtExchange::SendCommand(const std::string& command) {
+Answer AtExchange::SendCommand(const std::string& command) {
   log_.WriteLog("Send AT command [" + command + "]");
   errors_.ClearError();
   if (!IsPortOpen()) {
@@ -68,35 +80,42 @@ std::string AtExchange::SendCommand(const std::string& command) {
     if (written < 0 && closeConnection_) closeConnection_();
     return {};
   }
-  const std::string answer = ReadAnswer(command);
-  if (answer.empty()) errors_.SetError(kCannotReadResponse);
-  // An echo goes; line ends stay for CleanResponse.
-  std::string result = RemoveAll(answer, command);
-  log_.WriteLog("Recv: " + result);
-  return result;
+  const Answer answer = ReadAnswer(command);
+  if (answer.IsEmpty()) errors_.SetError(kCannotReadResponse);
+  log_.WriteLog("Recv: " + answer.Text());
+  return answer;
 }
 
 // The first read that brings more than the command's own echo.
-std::string AtExchange::ReadAnswer(const std::string& command) {
-  sinceCommand_ = WholeSecondWait(platform_, settings_.timeout);
+Answer AtExchange::ReadAnswer(const std::string& command) {
   if (const std::uint32_t settling = SettlingTime(command)) platform_.Sleep(settling);
   const std::string echo = Upper(Trim(command));
   std::string answer;
-  const bool complete = AwaitAnswer(sinceCommand_, 1, [&](const std::string& newest) {
+  const bool complete = AwaitAnswer(1, [&](const std::string& newest) {
     answer = newest;
     const std::string_view trimmed = Trim(newest);
     return !trimmed.empty() && Upper(trimmed) != echo;
   });
   MarkCommandEnd();
-  return complete ? answer : std::string();
+  if (!complete) return {};
+  // An echo goes; line ends stay.
+  switch (lastEnd_) {
+    case AnswerSorter::End::kNone:
+      return Answer(RemoveAll(answer, command));
+    case AnswerSorter::End::kOk:
+      return Answer(answer, Answer::Result::kOk);
+    default:
+      return Answer(answer, Answer::Result::kError);
+  }
 }
 
-std::string AtExchange::CheckCommandResponse(const std::string& command) {
-  std::string answer;
+Answer AtExchange::CheckCommandResponse(const std::string& command) {
+  Answer answer;
   for (int attempt = 1; attempt <= settings_.commandRetryCount; ++attempt) {
-    answer = Upper(SendCommand(command));
-    const bool error = Contains(answer, "CME ERROR") || Contains(answer, "CMS ERROR");
-    if (!error || !Contains(answer, "515") || attempt == settings_.commandRetryCount) break;
+    answer = SendCommand(command).InCapitals();
+    const std::string& text = answer.Text();
+    const bool error = Contains(text, "CME ERROR") || Contains(text, "CMS ERROR");
+    if (!error || !Contains(text, "515") || attempt == settings_.commandRetryCount) break;
     log_.WriteLog("Modem is busy initializing or previous command processing in progress");
     platform_.Sleep(static_cast<std::uint32_t>(settings_.commandRetryDelay));
     log_.WriteLog("Retrying command after " + std::to_string(settings_.commandRetryDelay) + "ms delay");
@@ -104,17 +123,32 @@ std::string AtExchange::CheckCommandResponse(const std::string& command) {
   return answer;
 }
 
+void AtExchange::Reset() {
+  timeOutMark_ = '\0';
+  written_.clear();
+  input_.clear();
+  numericResults_ = true;
+  unanswered_ = false;
+}
+
 bool AtExchange::IsPortOpen() const { return comm_.IsOpen(settings_.portNumber); }
 
 void AtExchange::ApplyTimeOuts(char mark, const SerialTimeOuts& timeOuts) {
   if (timeOutMark_ == mark) return;
-  comm_.CommSetTimeOuts(settings_.portNumber, timeOuts);
+  SerialTimeOuts applied = timeOuts;
+  if (manner_.answersEndAtResult) {
+    // A read waits for the first octet, a slice at most, and returns what is there then.
+    applied.readInterval = applied.readTotalMultiplier = kAllBits;
+    applied.readTotalConstant = kReadSlice;
+  }
+  comm_.CommSetTimeOuts(settings_.portNumber, applied);
   timeOutMark_ = mark;
   gap_ = timeOuts.readInterval;
 }
 
 void AtExchange::Pace() {
-  const auto delay = static_cast<std::uint32_t>(settings_.modemCommandDelay);
+  const auto delay =
+      static_cast<std::uint32_t>(std::max(settings_.pauses.command, unanswered_ ? settings_.pauses.unanswered : 0));
   const std::uint32_t elapsed = platform_.TickCount() - lastCommandTick_;
   if (elapsed < delay) platform_.Sleep(delay - elapsed);
   MarkCommandEnd();
@@ -122,13 +156,24 @@ void AtExchange::Pace() {
 
 void AtExchange::MarkCommandEnd() { lastCommandTick_ = platform_.TickCount(); }
 
-void AtExchange::Purge() { comm_.CommFlush(settings_.portNumber); }
+void AtExchange::Purge() {
+  if (!manner_.answersEndAtResult) {
+    comm_.CommFlush(settings_.portNumber);
+  } else {
+    SortIdle();
+    if (unanswered_) Resynchronise();
+  }
+}
 
 bool AtExchange::Write(std::string_view data) { return std::cmp_equal(WriteOctets(data), data.size()); }
 
 std::int32_t AtExchange::WriteOctets(std::string_view data) {
   if (platform_.IsInterrupted()) return -1;
-  return comm_.CommWrite(settings_.portNumber, data);
+  written_ = data;
+  unanswered_ = true;
+  const std::int32_t count = comm_.CommWrite(settings_.portNumber, data);
+  sinceWritten_ = WholeSecondWait(platform_, settings_.timeout);
+  return count;
 }
 
 void AtExchange::CancelInput() {
@@ -137,16 +182,93 @@ void AtExchange::CancelInput() {
 }
 
 bool AtExchange::AwaitAnswer(std::uint32_t interval, const Completion& isComplete) {
-  return AwaitAnswer(WholeSecondWait(platform_, settings_.timeout), interval, isComplete);
+  return AwaitAnswer(interval, settings_.timeout, isComplete);
 }
 
-bool AtExchange::AwaitAnswer(const WholeSecondWait& wait, std::uint32_t interval, const Completion& isComplete) {
-  while (!wait.IsOver()) {
+bool AtExchange::AwaitAnswer(std::uint32_t interval, std::int32_t limit, const Completion& isComplete) {
+  if (manner_.answersEndAtResult) return AwaitResult(limit, isComplete);
+  return AwaitAtInterval(interval, isComplete);
+}
+
+bool AtExchange::AwaitAtInterval(std::uint32_t interval, const Completion& isComplete) {
+  while (!sinceWritten_.IsOver()) {
     platform_.PumpMessages();
     platform_.Sleep(interval);
     if (isComplete(Read())) return true;
   }
   return false;
+}
+
+// The limit counts from the last octet of the answer; a modem that never stops is given some time more.
+bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
+  const auto silence = static_cast<std::uint32_t>(limit);
+  const std::uint32_t longest =
+      silence + std::max(static_cast<std::uint32_t>(settings_.timeout) * kLongestReadTimeouts, kLongestReadFloor);
+  const std::uint32_t start = platform_.TickCount();
+  std::uint32_t lastOctet = start;
+  AnswerSorter sorter(written_, numericResults_);
+  std::string piece;
+  while (!Sort(sorter)) {
+    const std::uint32_t now = platform_.TickCount();
+    if (!piece.empty() && sorter.IsUnderWay()) lastOctet = now;
+    const bool isOver = now - lastOctet >= silence || now - start >= longest || sorter.Own().size() > kLongestAnswer;
+    if (isOver || platform_.IsInterrupted()) break;
+    const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
+    if (count < 0) break;
+    if (count == 0) sorter.Pause();
+    input_ += piece;
+  }
+  if (sorter.Own().size() > kLongestAnswer) input_.clear();
+  if (sorter.Ending() == AnswerSorter::End::kNone) sorter.Finish();
+  HandOn(sorter);
+  lastEnd_ = sorter.Ending();
+  const bool ended = lastEnd_ != AnswerSorter::End::kNone;
+  if (ended) unanswered_ = false;
+  if (sorter.SawWords()) numericResults_ = false;
+  if (lastEnd_ == AnswerSorter::End::kPrompt && !IsEntryCommand(written_)) {
+    CancelInput();
+    unanswered_ = true;
+  }
+  return isComplete(sorter.Own()) && ended;
+}
+
+// Gives the sorter what came. Whether the answer has ended.
+bool AtExchange::Sort(AnswerSorter& sorter) {
+  input_.erase(0, sorter.Append(input_));
+  HandOn(sorter);
+  return sorter.Ending() != AnswerSorter::End::kNone;
+}
+
+void AtExchange::HandOn(AnswerSorter& sorter) {
+  for (const std::string& line : sorter.TakeUnsolicited()) {
+    log_.WriteLog("Unsolicited: " + line);
+    if (takeUnsolicited_) takeUnsolicited_(line);
+  }
+}
+
+// What came while no answer was waited for. A line that has only begun is kept.
+void AtExchange::SortIdle() {
+  std::string piece;
+  while (comm_.HasInput(settings_.portNumber) && input_.size() < kLongestAnswer &&
+         comm_.CommAwait(settings_.portNumber, piece) > 0) {
+    input_ += piece;
+  }
+  AnswerSorter sorter({}, false);
+  Sort(sorter);
+  input_ = sorter.TakeRest();
+}
+
+void AtExchange::Resynchronise() {
+  unanswered_ = false;
+  log_.WriteLog("Waiting for answers that are late");
+  if (!Write("AT+CMEE?\r")) return;
+  bool found = false;
+  while (!found && AwaitResult(std::min(settings_.timeout, kResynchroniseLimit), [&](const std::string& answer) {
+    found = ContainsNoCase(answer, "+CMEE:") || ContainsNoCase(answer, "ERROR");
+    return true;
+  })) {
+  }
+  unanswered_ = false;
 }
 
 // What the port holds, up to the gap that ends it; empty when there is nothing or the port fails. The port is never
@@ -175,40 +297,6 @@ bool AtExchange::AwaitOctet() {
     platform_.Sleep(1);
   }
   return true;
-}
-
-std::string CleanResponse(std::string_view text, bool removeOk, bool removeCr, bool removeLf) {
-  std::string result(text);
-  if (removeOk) {
-    if (ContainsNoCase(result, "NOKIA")) {
-      result = ReplaceAll(Upper(result), "NOKIA", "NOXKIA");
-      result = ReplaceAll(RemoveAll(result, "OK"), "NOXKIA", "NOKIA");
-    } else {
-      result = RemoveAll(result, "OK");
-    }
-  }
-  if (removeCr) result = RemoveAll(result, "\r");
-  if (removeLf) result = RemoveAll(result, "\n");
-  return Trimmed(result);
-}
-
-bool IsGoodResponse(std::string_view answer) {
-  const std::string upper = Upper(answer);
-  return Contains(upper, "OK") && !Contains(upper, "ERROR");
-}
-
-std::string WithoutQuotedText(std::string_view answer) {
-  std::string text;
-  bool quoted = false;
-  for (const char c : answer) {
-    if (c == '\r' || c == '\n') quoted = false;
-    if (c == '"') {
-      quoted = !quoted;
-    } else if (!quoted) {
-      text += c;
-    }
-  }
-  return text;
 }
 
 }  // namespace tavro

@@ -6,6 +6,8 @@
 #include <string>
 #include <string_view>
 
+#include "link/answer.h"
+#include "link/answer_sorter.h"
 #include "link/cls_comm.h"
 #include "link/error_state.h"
 #include "link/manner.h"
@@ -16,7 +18,8 @@
 
 namespace tavro {
 
-// An answer ends at a gap between its octets, not at "OK": it is whatever the first read brings. Callers search it.
+// In the classic manner an answer ends at a gap between its octets, not at "OK": it is whatever the first read brings,
+// and callers search it. In the prompt manner it ends at its result code, and lines that are not its own are taken out.
 class AtExchange {
  public:
   AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, LogHandling& log, const Settings& settings,
@@ -26,25 +29,27 @@ class AtExchange {
   // when the device is gone.
   void SetConnection(std::function<void()> open, std::function<void()> close);
 
-  // Sends a command, which ends in a carriage return, and returns the answer without its echo, line ends included, or
-  // "" with the error raised: 1011, 1012, or that of the connection. A write that the system refuses closes the
-  // connection, so that the next command opens the device anew.
-  std::string SendCommand(const std::string& command);
+  // Sends a command, which ends in a carriage return, and returns the answer without its echo, or an empty one with the
+  // error raised: 1011, 1012, or that of the connection. A write that the system refuses closes the connection, so that
+  // the next command opens the device anew.
+  Answer SendCommand(const std::string& command);
   // The same in capitals; repeats a command that the modem refuses as busy (error 515).
-  std::string CheckCommandResponse(const std::string& command);
-  // Since the last of these commands was written.
-  const WholeSecondWait& SinceCommand() const { return sinceCommand_; }
+  Answer CheckCommandResponse(const std::string& command);
+  // Since the last octets were written; its limit is Timeout.
+  const WholeSecondWait& SinceWritten() const { return sinceWritten_; }
 
   // The steps of a dialogue that does not fit SendCommand: a prompt to wait for, an answer to collect in pieces.
 
   bool IsPortOpen() const;
   // Sets the port's time-outs unless the profile named by the mark is in force already.
   void ApplyTimeOuts(char mark, const SerialTimeOuts& timeOuts);
-  void ForgetTimeOuts() { timeOutMark_ = '\0'; }
+  // A new connection knows nothing of the one before.
+  void Reset();
   // Sleeps until ModemCommandDelay has passed since the last command.
   void Pace();
   // Notes that a command ended now.
   void MarkCommandEnd();
+  // Before a command: what came since the last one is none of its answer.
   void Purge();
   // Whether all of it was written.
   bool Write(std::string_view data);
@@ -53,15 +58,33 @@ class AtExchange {
   // The port's error number after a failed Write.
   std::int32_t PortError() const { return comm_.LastErrorCode(); }
 
-  // Collects an answer: reads at the interval, in milliseconds, until `isComplete`, which is given what each read
-  // brought, nothing included, or until Timeout is over. Whether it became complete.
+  // Collects the answer to what was written last: reads at the interval, in milliseconds, until `isComplete`, which is
+  // given what each read brought, nothing included, or until Timeout is over. Whether it became complete. Where answers
+  // end at their result `isComplete` is asked once, with all of the command's own lines, and the interval is none.
   using Completion = std::function<bool(const std::string& newest)>;
   bool AwaitAnswer(std::uint32_t interval, const Completion& isComplete);
+  // The same with another limit than Timeout, in milliseconds, where answers end at their result.
+  bool AwaitAnswer(std::uint32_t interval, std::int32_t limit, const Completion& isComplete);
+
+  // Waits until the answers that are still to come have come: asks for something that tells its answer from theirs.
+  void Resynchronise();
+
+  // No answer is to come any more.
+  void ForgetUnanswered() { unanswered_ = false; }
+  // Whether the modem was not yet seen to give result codes as words.
+  bool HasNumericResults() const { return numericResults_; }
+
+  // Takes the lines that the modem sent of its own accord; they are logged before.
+  void SetUnsolicited(std::function<void(const std::string& line)> take) { takeUnsolicited_ = std::move(take); }
 
  private:
   std::int32_t WriteOctets(std::string_view data);
-  std::string ReadAnswer(const std::string& command);
-  bool AwaitAnswer(const WholeSecondWait& wait, std::uint32_t interval, const Completion& isComplete);
+  Answer ReadAnswer(const std::string& command);
+  bool AwaitAtInterval(std::uint32_t interval, const Completion& isComplete);
+  bool AwaitResult(std::int32_t limit, const Completion& isComplete);
+  bool Sort(AnswerSorter& sorter);
+  void SortIdle();
+  void HandOn(AnswerSorter& sorter);
   std::string Read();
   bool AwaitOctet();
 
@@ -75,18 +98,15 @@ class AtExchange {
   char timeOutMark_ = '\0';  // 'N' commands, 'S' sending, 'R' reading a listing
   std::uint32_t gap_ = 500;  // ms without an octet that end a read
   std::uint32_t lastCommandTick_;
-  WholeSecondWait sinceCommand_;
+  WholeSecondWait sinceWritten_;
+
+  // Of the prompt manner.
+  std::string written_;         // what the answer is to
+  std::string input_;           // came and is not sorted yet
+  bool numericResults_ = true;  // the modem may still give result codes as numbers
+  bool unanswered_ = false;     // an answer may still come
+  AnswerSorter::End lastEnd_ = AnswerSorter::End::kNone;
+  std::function<void(const std::string&)> takeUnsolicited_;
 };
-
-// The answer without "OK" (as written, anywhere), carriage returns and line feeds, as chosen, and without spaces at its
-// ends. The name NOKIA survives the removal of "OK"; such an answer comes back in capitals.
-std::string CleanResponse(std::string_view text, bool removeOk = true, bool removeCr = true, bool removeLf = true);
-
-// Whether the answer, in any letter case, holds "OK" and no "ERROR".
-bool IsGoodResponse(std::string_view answer);
-
-// The answer without what stands between quotes: a name or a text there is no result code. A quote that is not closed
-// ends with its line.
-std::string WithoutQuotedText(std::string_view answer);
 
 }  // namespace tavro

@@ -124,11 +124,22 @@ std::int32_t clsCOMM::CommRead(int port, std::string& data, std::uint32_t reques
   }
   if (queued == 0) return 0;
   // The larger of the two, so that a caller who asks for more than is queued waits for the rest.
-  const std::uint32_t size = std::min(std::max(queued, requested), kReadBufferSize);
+  return ReadOctets(*entry, data, std::min(std::max(queued, requested), kReadBufferSize));
+}
+
+std::int32_t clsCOMM::CommAwait(int port, std::string& data) {
+  data.clear();
+  const Entry* entry = Find(port, "CommAwait");
+  if (!entry) return -1;
+  platform_.PumpMessages();
+  return ReadOctets(*entry, data, kReadBufferSize);
+}
+
+std::int32_t clsCOMM::ReadOctets(const Entry& entry, std::string& data, std::uint32_t size) {
   buffer_.resize(kReadBufferSize);
   std::uint32_t bytesRead = 0;
-  if (!driver_.Read(entry->Device(), buffer_.data(), size, bytesRead) &&
-      !FinishTransfer(*entry, "CommRead (ReadFile)", "CommRead (GetOverlappedResult)", bytesRead)) {
+  if (!driver_.Read(entry.Device(), buffer_.data(), size, bytesRead) &&
+      !FinishTransfer(entry, "CommRead (ReadFile)", "CommRead (GetOverlappedResult)", bytesRead)) {
     return -1;
   }
   data.assign(buffer_, 0, bytesRead);

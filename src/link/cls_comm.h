@@ -40,6 +40,8 @@ class clsCOMM {
   // Reads what is queued, or more when `requested` is more: then it waits, within the time-outs, for the rest. Returns
   // the number of octets read, 0 at once when nothing is queued, -1 on failure. At most kReadBufferSize octets.
   std::int32_t CommRead(int port, std::string& data, std::uint32_t requested);
+  // Waits within the time-outs and reads what comes then. Returns as CommRead does.
+  std::int32_t CommAwait(int port, std::string& data);
   // Whether octets are queued.
   bool HasInput(int port);
   // Returns the number of octets written, -1 on failure.
@@ -68,6 +70,7 @@ class clsCOMM {
   Entry* Find(int port, const char* source);
   std::int32_t Fail(const char* source);
   std::int32_t FailTransfer(const Entry& entry, const char* source);
+  std::int32_t ReadOctets(const Entry& entry, std::string& data, std::uint32_t size);
   bool FinishTransfer(const Entry& entry, const char* source, const char* resultSource, std::uint32_t& transferred);
 
   Platform& platform_;

@@ -1,6 +1,9 @@
 // What every part uses that talks to the modem.
 #pragma once
 
+#include <string>
+
+#include "link/answer_fields.h"
 #include "link/at_exchange.h"
 #include "link/connection_state.h"
 #include "link/error_state.h"
@@ -34,6 +37,12 @@ class DialoguePart {
         state_(dialogue.state),
         manner_(dialogue.manner) {}
   ~DialoguePart() = default;
+
+  // A name or number in an answer, also where the modem gives it in UCS2.
+  std::string PlainText(const std::string& field) const {
+    const auto text = manner_.readsUcs2Texts ? Ucs2Text(field) : std::nullopt;
+    return text ? platform_.ToCodePage(*text) : field;
+  }
 
   Platform& platform_;
   AtExchange& exchange_;

@@ -15,7 +15,7 @@ struct Manner {
   // An answer ends at its final result code or prompt, and lines that are not the command's own are taken out of it;
   // otherwise it ends at a gap between its octets and is what came (AtExchange).
   bool answersEndAtResult;
-  // ModemCommandDelay and SendDelay hold also when the application never set them (Settings).
+  // ModemCommandDelay and SendDelay hold also when the application never set them (GSM).
   bool pausesUnasked;
   // Milliseconds that the result of a submission is waited for at least (Submission); 0: Timeout alone.
   std::int32_t submitTimeout;
@@ -25,8 +25,14 @@ struct Manner {
   // A modem that does not answer AT is woken: ESC, an empty line, long result codes, several tries; one that is
   // starting is waited for (ModemConnection).
   bool wakesModem;
+  // A SIM that is busy is asked again (PinCheck).
+  bool waitsForSim;
+  // A PIN state in quotes, and that of the second PIN, which no message needs (PinCheck).
+  bool readsPinStateLoosely;
   // The modem is asked for the character set GSM (ModemInitialisation).
   bool setsCharacterSet;
+  // Numbers and names are read also in UCS2 (DialoguePart).
+  bool readsUcs2Texts;
   // A connection stands without a network; sending and the operator need one, nothing else does (Registration).
   bool needsNetworkForAll;
   // Registered for SMS only, without CSFB, and in the packet domains counts as registered (Registration).
@@ -60,7 +66,10 @@ inline constexpr Manner kClassicManner{
     .pausesUnasked = true,
     .submitTimeout = 0,
     .wakesModem = false,
+    .waitsForSim = false,
+    .readsPinStateLoosely = false,
     .setsCharacterSet = false,
+    .readsUcs2Texts = false,
     .needsNetworkForAll = true,
     .countsAllNetworks = false,
     .remembersRefusedPin = false,
@@ -78,7 +87,10 @@ inline constexpr Manner kPromptManner{
     .pausesUnasked = false,
     .submitTimeout = 180000,
     .wakesModem = true,
+    .waitsForSim = true,
+    .readsPinStateLoosely = true,
     .setsCharacterSet = true,
+    .readsUcs2Texts = true,
     .needsNetworkForAll = false,
     .countsAllNetworks = true,
     .remembersRefusedPin = true,

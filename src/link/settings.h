@@ -22,6 +22,16 @@ struct Settings {
   std::int16_t commandRetryDelay = 1000;  // ms between them
   std::string modemInitString;
 
+  // The pauses that are held, in ms; the settings above and below say what the application sees. A manner that pauses
+  // only where it was asked to begins with its own.
+  struct Pauses {
+    std::int32_t command = 100;         // between two commands: ModemCommandDelay
+    std::int32_t unanswered = 0;        // behind a command without an answer, at least
+    std::int32_t send = 1000;           // between two messages: SendDelay
+    std::int32_t afterPin = 15000;      // DelayAfterPin
+    std::int32_t functionality = 2000;  // behind AT+CFUN
+  } pauses;
+
   // The SIM.
   std::string pin;
   bool disableCheckPin = false;

@@ -21,14 +21,14 @@ struct Capacity {
   std::size_t concatenated;
 };
 
-Capacity CapacityOf(int coding) {
+Capacity CapacityOf(int coding, bool wideReferences) {
   switch (coding) {
     case 7:
-      return {160, 152};  // the header leaves room for 153; 152 is meant
+      return {160, 152};  // the header leaves room for 153 with 8-bit references; 152 is meant
     case 8:
-      return {140, 134};
+      return {140, wideReferences ? 133U : 134U};
     case 16:
-      return {70, 67};
+      return {70, wideReferences ? 66U : 67U};
     default:
       return {0, 0};
   }
@@ -58,10 +58,16 @@ Cutting CuttingOf(std::int16_t longMessage, const Capacity& capacity) {
   }
 }
 
+bool IsHighSurrogate(char16_t unit) { return unit >= 0xD800 && unit < 0xDC00; }
+
 // The first `length` codes, or less in the 7-bit coding: an escape at the end belongs to the code behind it. A
-// surrogate pair of UTF-16 may be cut, which is meant; it is whole again when concatenated parts are joined.
-std::u16string_view FirstCodes(std::u16string_view codes, std::size_t length, int coding) {
+// surrogate pair of UTF-16 may be cut unless the rules keep it; it is whole again when concatenated parts are joined.
+std::u16string_view FirstCodes(std::u16string_view codes, std::size_t length, int coding, const PartsRules& rules) {
+  const bool cut = codes.size() > length;
   codes = codes.substr(0, length);
+  if (cut && coding == 16 && rules.keepsSurrogatePairs && codes.size() > 1 && IsHighSurrogate(codes.back())) {
+    codes.remove_suffix(1);
+  }
   while (coding == 7 && !codes.empty() && codes.back() == kGsmEscape) codes.remove_suffix(1);
   return codes;
 }
@@ -78,18 +84,18 @@ void AddMarkers(std::vector<std::u16string>& texts) {
 
 }  // namespace
 
-MessageParts PrepareParts(std::u16string_view text, int coding, std::int16_t longMessage) {
-  const Capacity capacity = CapacityOf(coding);
+MessageParts PrepareParts(std::u16string_view text, int coding, std::int16_t longMessage, const PartsRules& rules) {
+  const Capacity capacity = CapacityOf(coding, rules.wideReferences);
   if (capacity.single == 0) return {};
   const std::u16string codes = coding == 7 ? ToGsmAlphabet(text) : std::u16string(text);
   Cutting cutting = CuttingOf(longMessage, capacity);
-  std::u16string_view rest = FirstCodes(codes, cutting.textLength, coding);
+  std::u16string_view rest = FirstCodes(codes, cutting.textLength, coding, rules);
   // A text that fits one message is sent as one in every mode.
   if (rest.size() <= capacity.single) cutting.partLength = capacity.single;
 
   MessageParts parts;
   while (!rest.empty() && parts.texts.size() < cutting.maxParts) {
-    const std::u16string_view part = FirstCodes(rest, cutting.partLength, coding);
+    const std::u16string_view part = FirstCodes(rest, cutting.partLength, coding, rules);
     parts.texts.emplace_back(part);
     rest.remove_prefix(part.size());
   }

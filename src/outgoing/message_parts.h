@@ -16,8 +16,13 @@ struct MessageParts {
   std::int16_t Total() const { return concatenated ? static_cast<std::int16_t>(texts.size()) : std::int16_t{1}; }
 };
 
+struct PartsRules {
+  bool wideReferences = false;       // 16-bit references: their header is an octet longer
+  bool keepsSurrogatePairs = false;  // a pair of UTF-16 is never cut in two
+};
+
 // For the coding 7, 8 or 16 and a LongMessageType. What is beyond the longest message of the mode is dropped. In mode 2
 // each of several parts ends in its marker, "-Msg 2/3-".
-MessageParts PrepareParts(std::u16string_view text, int coding, std::int16_t longMessage);
+MessageParts PrepareParts(std::u16string_view text, int coding, std::int16_t longMessage, const PartsRules& rules = {});
 
 }  // namespace tavro

@@ -11,13 +11,17 @@ class MessageReference {
  public:
   // `now` in milliseconds.
   explicit MessageReference(std::int64_t now)
-      : value_(static_cast<std::int16_t>(1 + static_cast<std::uint64_t>(now) % 255)) {}
+      : wide_(static_cast<int>(1 + static_cast<std::uint64_t>(now) % kLargestWide)) {}
 
-  std::int16_t Value() const { return value_; }
-  void Advance() { value_ = value_ >= 255 ? std::int16_t{1} : static_cast<std::int16_t>(value_ + 1); }
+  int Value() const { return 1 + (wide_ - 1) % 255; }
+  // The same of 16 bits: 1 to 65535.
+  int WideValue() const { return wide_; }
+  void Advance() { wide_ = wide_ >= kLargestWide ? 1 : wide_ + 1; }
 
  private:
-  std::int16_t value_;
+  static constexpr int kLargestWide = 65535;  // a multiple of 255, so that both run on together
+
+  int wide_;
 };
 
 }  // namespace tavro

@@ -12,9 +12,10 @@ ServiceCentre::ServiceCentre(const DialogueContext& dialogue, Registration& regi
 bool ServiceCentre::QuerySmsc() {
   if (!registration_.EnsureReady()) return false;
   log_.WriteLog("Reading SMSC number");
-  const std::string answer = exchange_.SendCommand("AT+CSCA?\r");
-  if (!IsGoodResponse(answer)) return false;
-  const auto fields = AnswerFields(answer, "+CSCA:");
+  const Answer answer = exchange_.SendCommand("AT+CSCA?\r");
+  if (!answer.IsGood()) return false;
+  auto fields = AnswerFields(answer.Information("+CSCA:"));
+  fields[0] = PlainText(fields[0]);
   if (!IsInternationalNumber(fields[0]) && !IsNationalNumber(fields[0])) return false;
   number_ = WithTypeOfNumber(fields[0], fields.size() > 1 ? fields[1] : "");
   log_.WriteLog("SMSC: " + number_);
@@ -25,7 +26,7 @@ bool ServiceCentre::SetSmsc(const std::string& number) {
   if (!IsQuotable(number)) return false;
   if (!registration_.EnsureReady()) return false;
   log_.WriteLog("Setting SMSC as '" + number + "'");
-  if (!IsGoodResponse(exchange_.SendCommand("AT+CSCA=\"" + number + "\"\r"))) return false;
+  if (!exchange_.SendCommand("AT+CSCA=\"" + number + "\"\r").IsGood()) return false;
   number_ = number;
   log_.WriteLog("SMSC number set as '" + number + "'");
   return true;

@@ -13,6 +13,7 @@
 
 #include "base/text.h"
 #include "outgoing/encodings.h"
+#include "outgoing/submit_cause.h"
 
 namespace tavro {
 
@@ -22,6 +23,7 @@ constexpr char kCtrlZ = 26;
 constexpr std::uint32_t kAllBits = 0xFFFFFFFF;
 constexpr SerialTimeOuts kFastTimeOuts{500, kAllBits, kAllBits, 3, 0};                   // above 9600 bits per second
 constexpr SerialTimeOuts kSlowTimeOuts{1000, kAllBits, kAllBits, 6, 0};                  // up to it
+constexpr std::int32_t kLateResultLimit = 5000;                                          // ms
 constexpr std::uint32_t kPumpInterval = 10, kPromptInterval = 1, kResultInterval = 500;  // ms
 
 bool HoldsError(std::string_view response) { return ContainsNoCase(response, "ERROR"); }
@@ -31,41 +33,63 @@ std::size_t TpduLength(const std::string& pdu) {
   return pdu.size() / 2 - static_cast<std::size_t>(HexToLong(std::string_view(pdu).substr(0, 2))) - 1;
 }
 
-// The message reference, or "" while the modem has not confirmed the message. A confirmation stands whatever comes
-// behind it: the message is out and must not be sent again for an unsolicited text that speaks of an error.
-std::string ConfirmedReference(std::string_view response) {
+// The message reference in an answer; "" when it has none.
+std::string ReferenceIn(std::string_view response) {
   constexpr std::string_view kPrefix = "+CMGS:";
   const std::string upper = Upper(WithoutQuotedText(response));
   std::string_view answer = std::string_view(upper).substr(0, upper.find("ERROR"));
   const std::size_t prefix = answer.find(kPrefix);
   if (prefix == std::string_view::npos) return {};
   answer.remove_prefix(prefix + kPrefix.size());
-  if (!Contains(answer, "OK\r\n")) return {};
   // On its line only, as an unsolicited line may follow.
   answer.remove_prefix(std::min(answer.find_first_not_of(" \r\n"), answer.size()));
   std::string reference = CleanResponse(answer.substr(0, answer.find_first_of(",\r\n")));
   return IsNumeric(reference) ? reference : std::string();
 }
 
+// The same while the modem has not confirmed the message by OK: "". A confirmation stands whatever comes behind it: the
+// message is out and must not be sent again for an unsolicited text that speaks of an error.
+std::string ConfirmedReference(std::string_view response) {
+  const std::string upper = Upper(WithoutQuotedText(response));
+  const std::size_t prefix = upper.find("+CMGS:");
+  const bool confirmed = prefix != std::string::npos &&
+                         Contains(std::string_view(upper).substr(prefix, upper.find("ERROR") - prefix), "OK\r\n");
+  return confirmed ? ReferenceIn(response) : std::string();
+}
+
+PendingError InvalidResult(const SubmissionErrors& errors, const std::string& response) {
+  return {errors.invalidResult.code, errors.invalidResult.text + response + "]"};
+}
+
 }  // namespace
 
-Submission::Submission(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps,
-                       ServiceCentre& serviceCentre)
-    : DialoguePart(dialogue), connection_(connection), steps_(steps), serviceCentre_(serviceCentre) {}
+Submission::Submission(const DialogueContext& dialogue, Registration& registration, ModemConnection& connection,
+                       MessageSteps& steps, ServiceCentre& serviceCentre)
+    : DialoguePart(dialogue),
+      registration_(registration),
+      connection_(connection),
+      steps_(steps),
+      serviceCentre_(serviceCentre) {}
 
 std::string Submission::SmscField(const SubmissionErrors& errors) {
   if (serviceCentre_.SmscNumber().empty()) serviceCentre_.QuerySmsc();
-  if (serviceCentre_.SmscNumber().empty()) errors_.SetError(errors.smscNotSpecified);
+  if (serviceCentre_.SmscNumber().empty()) {
+    if (manner_.leavesServiceCentreToModem) {
+      errors_.ClearError();
+    } else {
+      errors_.SetError(errors.smscNotSpecified);
+    }
+  }
   return serviceCentre_.SmscField();
 }
 
 SubmissionResult Submission::Submit(const std::string& pdu, bool first, const SubmissionErrors& errors) {
   for (int failures = 0;;) {
     SubmissionResult result = Attempt(pdu, first && failures == 0, errors);
-    lastSend_.emplace(platform_, settings_.sendDelay);
+    lastSend_.emplace(platform_, settings_.pauses.send);
     if (!result.reference.empty()) return result;
     if (!result.error) result.error = errors.unknown;
-    if (++failures > settings_.sendRetry || platform_.IsInterrupted()) return result;
+    if (++failures > settings_.sendRetry || result.final || platform_.IsInterrupted()) return result;
     errors_.SetError(result.error.code, result.error.text + " [Send Attempt: " + std::to_string(failures) + "]");
   }
 }
@@ -74,6 +98,7 @@ SubmissionResult Submission::Attempt(const std::string& pdu, bool first, const S
   errors_.ClearError();
   if (PendingError error = steps_.Connect(errors.steps)) return {{}, error};
   if (!state_.IsReady()) return {{}, errors.steps.cannotConnect};
+  if (!registration_.EnsureNetwork()) return {{}, registration_.Error(), true};
 
   WaitSendDelay(first);
   exchange_.ApplyTimeOuts('S', settings_.baudRate > 9600 ? kFastTimeOuts : kSlowTimeOuts);
@@ -105,10 +130,10 @@ SubmissionResult Submission::Attempt(const std::string& pdu, bool first, const S
 
 // The application's events go on meanwhile.
 void Submission::WaitSendDelay(bool first) {
-  const auto delay = static_cast<std::uint32_t>(settings_.sendDelay);
+  const auto delay = static_cast<std::uint32_t>(settings_.pauses.send);
   if (first) {
     // At least so many seconds on the clock, and at least so many milliseconds.
-    while (lastSend_ && !(lastSend_->IsOver(settings_.sendDelay) && lastSend_->Elapsed() >= delay) &&
+    while (lastSend_ && !(lastSend_->IsOver(settings_.pauses.send) && lastSend_->Elapsed() >= delay) &&
            !platform_.IsInterrupted()) {
       platform_.PumpMessages();
       platform_.Sleep(kPumpInterval);
@@ -147,18 +172,46 @@ PendingError Submission::AwaitPrompt(const SubmissionErrors& errors) {
 
 SubmissionResult Submission::AwaitResult(const SubmissionErrors& errors) {
   std::string response, reference;
-  exchange_.AwaitAnswer(kResultInterval, [&](const std::string& read) {
-    response += read;
-    reference = ConfirmedReference(response);
-    return !reference.empty() || HoldsError(WithoutQuotedText(response));
-  });
+  exchange_.AwaitAnswer(kResultInterval, std::max(settings_.timeout, manner_.submitTimeout),
+                        [&](const std::string& read) {
+                          response += read;
+                          reference = ConfirmedReference(response);
+                          return !reference.empty() || HoldsError(WithoutQuotedText(response));
+                        });
   log_.WriteLog("Modem Response: " + response);
   if (!reference.empty()) return {std::move(reference), {}};
+  if (manner_.sendsOnce) return JudgeOnce(std::move(response), errors);
   const std::string codes = WithoutQuotedText(response);
   const bool refused = HoldsError(codes);
   if (!refused && !ContainsNoCase(codes, "OK")) CancelPrompt();
   if (refused || Trim(response).empty()) connection_.DisconnectModem();
-  return {{}, {errors.invalidResult.code, errors.invalidResult.text + response + "]"}};
+  return {{}, InvalidResult(errors, response)};
+}
+
+// What came of a PDU that the modem did not confirm. Only a clear refusal says that the message is not out.
+SubmissionResult Submission::JudgeOnce(std::string response, const SubmissionErrors& errors) {
+  if (std::string reference = ReferenceIn(response); !reference.empty()) return {std::move(reference), {}};
+  const auto cause = SubmitCauseIn(response);
+  const std::string words = cause && !cause->text.empty() ? " (" + std::string(cause->text) + ")" : "";
+  if (cause && cause->kind != SubmitCause::Kind::kUnclear) {
+    // It answers: there is no need to connect anew.
+    return {{}, InvalidResult(errors, response + words), cause->kind == SubmitCause::Kind::kPermanent};
+  }
+  const auto unknown = [&] {
+    return InvalidResult(errors, "Result unknown" + (response.empty() ? "" : ": " + response + words));
+  };
+  if (cause) return {{}, unknown(), true};
+  // The modem may still wait for the PDU's end; if it does not, its result may come now.
+  CancelPrompt();
+  std::string late;
+  exchange_.AwaitAnswer(kResultInterval, std::min(settings_.timeout, kLateResultLimit), [&](const std::string& read) {
+    late += read;
+    return !late.empty();
+  });
+  log_.WriteLog("Modem Response: " + late);
+  if (std::string reference = ReferenceIn(late); !reference.empty()) return {std::move(reference), {}};
+  connection_.DisconnectModem();
+  return {{}, unknown(), true};
 }
 
 // A modem that waits for a PDU, or is late to ask for one, would take the next command for it.

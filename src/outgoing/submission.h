@@ -8,6 +8,7 @@
 #include "base/error_codes.h"
 #include "connection/message_steps.h"
 #include "connection/modem_connection.h"
+#include "connection/registration.h"
 #include "link/dialogue.h"
 #include "link/whole_second_wait.h"
 #include "outgoing/service_centre.h"
@@ -28,12 +29,13 @@ struct SubmissionErrors {
 struct SubmissionResult {
   std::string reference;  // the modem's message reference, a number; empty on failure
   PendingError error;
+  bool final = false;  // trying again would send it twice or be refused again
 };
 
 class Submission : DialoguePart {
  public:
-  Submission(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps,
-             ServiceCentre& serviceCentre);
+  Submission(const DialogueContext& dialogue, Registration& registration, ModemConnection& connection,
+             MessageSteps& steps, ServiceCentre& serviceCentre);
 
   // Makes sure of the connection and of the modem's PDU mode. Returns the error on failure.
   PendingError Prepare(const SubmissionErrors& errors) { return steps_.PrepareSending(errors.steps); }
@@ -49,10 +51,12 @@ class Submission : DialoguePart {
   SubmissionResult Attempt(const std::string& pdu, bool first, const SubmissionErrors& errors);
   void WaitSendDelay(bool first);
   void LogPortError();
+  SubmissionResult JudgeOnce(std::string response, const SubmissionErrors& errors);
   PendingError AwaitPrompt(const SubmissionErrors& errors);
   SubmissionResult AwaitResult(const SubmissionErrors& errors);
   void CancelPrompt();
 
+  Registration& registration_;
   ModemConnection& connection_;
   MessageSteps& steps_;
   ServiceCentre& serviceCentre_;

@@ -12,6 +12,7 @@
 //   TP-UDL       = septets, or octets for 8 bit and UCS2, header included
 //   TP-UD        = [header] user-data
 //   header       = "05" "00" "03" reference total part                concatenation, 8-bit reference (9.2.3.24.1)
+//                | "06" "08" "04" reference total part                16-bit reference (9.2.3.24.8)
 #include "outgoing/submit_pdu.h"
 
 #include "outgoing/encodings.h"
@@ -23,7 +24,12 @@ namespace {
 constexpr int kFirstOctet = 0x11, kStatusReportRequest = 0x20, kHeaderIndicator = 0x40;
 constexpr std::size_t kMaxAddressDigits = 20;  // 9.1.2.5: at most 12 octets in all
 constexpr std::size_t kMaxFieldDigits = 60;    // of all fields between the SMSC and the user data
-constexpr int kHeaderOctets = 6, kHeaderSeptets = 7;
+
+// 48 bits and a fill bit, or 56, take the room of so many septets.
+struct HeaderSize {
+  std::size_t octets, septets;
+};
+constexpr HeaderSize kNoHeader{0, 0}, kHeader{6, 7}, kWideHeader{7, 8};
 
 std::string Hex(std::size_t octet) { return ByteToHex(static_cast<std::int16_t>(octet)); }
 
@@ -40,17 +46,23 @@ std::string DataCodingScheme(int coding, bool alert) {
   }
 }
 
-std::string UserDataLength(std::size_t length, int coding, bool concatenated) {
+std::string UserDataLength(std::size_t length, int coding, const HeaderSize& header) {
   switch (coding) {
-    case 7:  // the header and the fill bit behind it take the room of 7 septets
-      return Hex(length + (concatenated ? kHeaderSeptets : 0));
+    case 7:
+      return Hex(length + header.septets);
     case 8:
-      return Hex(length + (concatenated ? kHeaderOctets : 0));
+      return Hex(length + header.octets);
     case 16:
-      return Hex(length * 2 + (concatenated ? kHeaderOctets : 0));
+      return Hex(length * 2 + header.octets);
     default:
       return {};
   }
+}
+
+std::string ConcatenationHeader(const SubmitMessage& message) {
+  const auto octet = [](int value) { return ByteToHex(static_cast<std::int16_t>(value & 0xFF)); };
+  return (message.wideReference ? "060804" + octet(message.reference >> 8) : "050003") + octet(message.reference) +
+         ByteToHex(message.total) + ByteToHex(message.part);
 }
 
 }  // namespace
@@ -72,9 +84,10 @@ std::string BuildSubmitPdu(const SubmitMessage& message) {
   const bool report = message.statusReport && (!concatenated || message.part == message.total);
   const int firstOctet = kFirstOctet | (report ? kStatusReportRequest : 0) | (concatenated ? kHeaderIndicator : 0);
 
-  // One fill bit behind the 48 bits of the header: the text starts on a septet boundary.
-  const std::string userData =
-      EncodeUserData(message.codes, message.coding, concatenated && message.coding == 7 ? "0" : "");
+  const HeaderSize& header = !concatenated ? kNoHeader : message.wideReference ? kWideHeader : kHeader;
+  // The text starts on a septet boundary: one fill bit behind the 48 bits of the header, none behind 56.
+  const bool fillBit = concatenated && message.coding == 7 && !message.wideReference;
+  const std::string userData = EncodeUserData(message.codes, message.coding, fillBit ? "0" : "");
 
   std::string pdu;
   pdu.reserve(message.smscField.size() + kMaxFieldDigits + userData.size());
@@ -85,13 +98,8 @@ std::string BuildSubmitPdu(const SubmitMessage& message) {
   pdu += "00";
   pdu += DataCodingScheme(message.coding, message.alert);
   pdu += ByteToHex(message.validityPeriod);
-  pdu += UserDataLength(message.codes.size(), message.coding, concatenated);
-  if (concatenated) {
-    pdu += "050003";
-    pdu += ByteToHex(message.reference);
-    pdu += ByteToHex(message.total);
-    pdu += ByteToHex(message.part);
-  }
+  pdu += UserDataLength(message.codes.size(), message.coding, header);
+  if (concatenated) pdu += ConcatenationHeader(message);
   pdu += userData;
   return pdu;
 }

@@ -16,7 +16,8 @@ struct SubmitMessage {
   bool alert = false;                 // shown at once and not stored (class 0)
   bool statusReport = false;          // of the message; only its last part asks for one
   std::int16_t validityPeriod = 167;  // TP-VP, relative format
-  std::int16_t reference = 0;         // concatenation: the same in all parts of a message
+  int reference = 0;                  // concatenation: the same in all parts of a message
+  bool wideReference = false;         // of 16 bits
   std::int16_t part = 1;              // from 1
   std::int16_t total = 1;             // below 2: a message by itself
 };

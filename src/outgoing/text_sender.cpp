@@ -44,14 +44,17 @@ std::string TextSender::SendTextMessage(const std::string& destination, std::u16
                 "; Encoding: " + std::to_string(settings_.character) + " bits]");
   // The settings are read once: the application's events may change them while it waits for the modem.
   const bool oneReference = settings_.longMessage == MessageConcatenate;
-  const MessageParts parts = PrepareParts(text, settings_.character, settings_.longMessage);
+  const MessageParts parts =
+      PrepareParts(text, settings_.character, settings_.longMessage,
+                   {.wideReferences = settings_.wideReferences, .keepsSurrogatePairs = manner_.keepsSurrogatePairs});
   SubmitMessage message;
   message.destination = destination;
   message.coding = settings_.character;
   message.alert = alert;
   message.statusReport = settings_.statusReportRequested;
   message.validityPeriod = settings_.validityPeriodValue;
-  message.reference = reference_.Value();
+  message.wideReference = settings_.wideReferences;
+  message.reference = message.wideReference ? reference_.WideValue() : reference_.Value();
   message.total = parts.Total();
 
   pending_ = submission_.Prepare(kTextErrors);

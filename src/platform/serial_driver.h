@@ -16,7 +16,8 @@ namespace tavro {
 // bytes, or when `readTotalMultiplier` * size + `readTotalConstant` has passed since it began. 0 switches a limit off.
 // With all bits set in both total fields and a finite interval the first byte is waited for without limit, and the read
 // ends at the gap. With all bits set in `readInterval` and 0 in both total fields it returns at once with what is
-// there.
+// there; with all bits set in `readInterval` and `readTotalMultiplier` it returns with what is there as soon as there
+// is anything, after `readTotalConstant` at the latest.
 struct SerialTimeOuts {
   std::uint32_t readInterval = 0;
   std::uint32_t readTotalMultiplier = 0;

@@ -192,16 +192,16 @@ bool SimulatedLine::Read(Handle handle, char* buffer, std::uint32_t size, std::u
   const bool hasGap = limits.readInterval != 0 && limits.readInterval != kAllBits;
   const bool isEndless = limits.readTotalMultiplier == kAllBits && limits.readTotalConstant == kAllBits;
   const bool takesWhatIsThere = limits.readInterval == kAllBits && !hasTotal;
+  const bool takesAnyInTime = limits.readInterval == kAllBits && limits.readTotalMultiplier == kAllBits && !isEndless;
+  const std::int64_t multiplier = takesAnyInTime ? 0 : limits.readTotalMultiplier;
   const std::int64_t totalEndUs =
-      hasTotal && !isEndless
-          ? nowUs_ + (std::int64_t{limits.readTotalMultiplier} * size + limits.readTotalConstant) * 1000
-          : kNever;
+      hasTotal && !isEndless ? nowUs_ + (multiplier * size + limits.readTotalConstant) * 1000 : kNever;
   std::uint32_t count = 0;
   for (std::int64_t gapEndUs = kNever;;) {
     const auto taken = static_cast<std::uint32_t>(port->input.Take(buffer + count, wanted - count, nowUs_));
     count += taken;
     if (taken > 0 && hasGap) gapEndUs = nowUs_ + std::int64_t{limits.readInterval} * 1000;
-    if (count == wanted || takesWhatIsThere) break;
+    if (count == wanted || takesWhatIsThere || (takesAnyInTime && count > 0)) break;
     if (port->IsGone()) {
       if (count == 0) return Fail(kErrorDeviceNotConnected, kCall, arguments);
       break;

@@ -69,7 +69,9 @@ Step Judge(ssize_t result) {
 bool TimedRead(int device, const SerialTimeOuts& timeOuts, char* buffer, std::uint32_t size, std::uint32_t& bytesRead) {
   bytesRead = 0;
   const bool anyWillDo = timeOuts.readInterval == kAllBits;
-  const TimeLimit totalLimit = TotalLimit(timeOuts.readTotalMultiplier, size, timeOuts.readTotalConstant);
+  const bool anyInTime = anyWillDo && timeOuts.readTotalMultiplier == kAllBits && timeOuts.readTotalConstant < kAllBits;
+  const TimeLimit totalLimit =
+      TotalLimit(anyInTime ? 0 : timeOuts.readTotalMultiplier, size, timeOuts.readTotalConstant);
   const bool atOnce = anyWillDo && timeOuts.readTotalMultiplier == 0 && timeOuts.readTotalConstant == 0;
   TimeLimit gapLimit;  // none until the first octet
   while (bytesRead < size) {

@@ -1,0 +1,254 @@
+#include "link/answer_sorter.h"
+
+#include <algorithm>
+#include <iterator>
+#include <utility>
+
+#include "base/text.h"
+
+namespace tavro {
+
+namespace {
+
+constexpr char kCtrlZ = 26;
+constexpr std::string_view kPrefixMarks = "+^*#%$&!_";
+constexpr std::size_t kLongestQuotedText = 16384;
+
+// What modems say of their own accord without a prefix, by its beginning, in capitals.
+constexpr std::string_view kUnsolicitedWords[] = {
+    "RING", "CALL READY",        "SMS READY",     "SMS DONE", "PB DONE",      "PBREADY", "SIM READY",
+    "NITZ", "NORMAL POWER DOWN", "UNDER-VOLTAGE", "RDY",      "OVER-VOLTAGE", "DST:",    "PSUTTZ:",
+};
+// The same with a prefix, for commands that do not show which prefix their answer has (ATI).
+constexpr std::string_view kUnsolicitedPrefixes[] = {
+    "+CRING", "+CMTI",   "+CMT",  "+CDS",       "+CDSI", "+CBM",   "+CBMI",  "+CUSD",   "+CREG",   "+CGREG",
+    "+CEREG", "+C5GREG", "+CLIP", "+CCWA",      "+CSSI", "+CSSU",  "+CPIN",  "+CTZV",   "+ZUSIMR", "+ZDONR",
+    "^RSSI",  "^BOOT",   "^MODE", "^DSFLOWRPT", "^HCSQ", "^SIMST", "^SRVST", "*PSUTTZ", "#STN",    "+PACSP"};
+// Those with a second line, a PDU.
+constexpr std::string_view kTwoLinePrefixes[] = {"+CMT", "+CDS", "+CBM"};
+// Answers that some modems give under the name of the sibling.
+constexpr std::pair<std::string_view, std::string_view> kSiblings[] = {
+    {"+GMI", "+CGMI"}, {"+GMM", "+CGMM"}, {"+GMR", "+CGMR"}, {"+GSN", "+CGSN"}};
+constexpr std::string_view kRegistrations[] = {"+CREG", "+CGREG", "+CEREG", "+C5GREG"};
+
+constexpr std::string_view kOkWords[] = {"OK"};
+constexpr std::string_view kErrorWords[] = {"ERROR", "NO CARRIER", "BUSY", "NO ANSWER", "NO DIALTONE", "NO DIAL TONE"};
+constexpr std::string_view kErrorBeginnings[] = {"+CME ERROR", "+CMS ERROR", "COMMAND NOT SUPPORT",
+                                                 "TOO MANY PARAMETERS"};
+
+template <class List>
+bool IsIn(const List& list, std::string_view text) {
+  return std::find(std::begin(list), std::end(list), text) != std::end(list);
+}
+
+template <class List>
+bool BeginsWithOneOf(const List& list, std::string_view text) {
+  return std::any_of(std::begin(list), std::end(list),
+                     [&](std::string_view beginning) { return text.starts_with(beginning); });
+}
+
+bool IsNameCharacter(char c) { return (c >= 'A' && c <= 'Z') || (c >= '0' && c <= '9') || c == '_'; }
+
+// The names of the commands on a line, "+CSQ" and "+CREG" for "AT+CSQ;+CREG?".
+std::vector<std::string> NamesIn(std::string_view capitals) {
+  std::vector<std::string> names;
+  if (!capitals.starts_with("AT")) return names;
+  bool quoted = false, begins = true;
+  for (std::size_t i = 2; i < capitals.size(); ++i) {
+    if (capitals[i] == '"') quoted = !quoted;
+    if (quoted) continue;
+    if (begins && kPrefixMarks.find(capitals[i]) != std::string_view::npos) {
+      std::size_t end = i + 1;
+      while (end < capitals.size() && IsNameCharacter(capitals[end])) ++end;
+      names.emplace_back(capitals.substr(i, end - i));
+    }
+    begins = capitals[i] == ';' || (begins && capitals[i] == ' ');
+  }
+  return names;
+}
+
+// "+CSQ" of "+CSQ: 9,0"; empty for a line without a prefix.
+std::string PrefixOf(std::string_view line) {
+  if (line.empty() || kPrefixMarks.find(line[0]) == std::string_view::npos) return {};
+  const std::string prefix = Upper(line.substr(0, line.find(':')));
+  const bool named = prefix.size() > 1 && prefix.size() < line.size() &&
+                     std::all_of(prefix.begin() + 1, prefix.end(), IsNameCharacter);
+  return named ? prefix : std::string();
+}
+
+// "+CREG: 0,1" answers AT+CREG?; "+CREG: 1" and "+CREG: 1,\"00C3\",\"0A1B\"" tell of a change: there the second field
+// is a location area in quotes or of four digits (3GPP TS 27.007, 7.2).
+bool IsRegistrationAnswer(std::string_view line) {
+  const auto fields = Split(line.substr(line.find(':') + 1), ",");
+  if (fields.size() < 2) return false;
+  const std::string_view status = Trim(fields[1]);
+  return !status.empty() && status.size() <= 2 && status.find_first_not_of("0123456789") == std::string_view::npos;
+}
+
+std::string_view WithoutControls(std::string_view text) {
+  while (!text.empty() && static_cast<unsigned char>(text.front()) <= ' ') text.remove_prefix(1);
+  while (!text.empty() && static_cast<unsigned char>(text.back()) <= ' ') text.remove_suffix(1);
+  return text;
+}
+
+}  // namespace
+
+AnswerSorter::AnswerSorter(std::string_view command, bool numericResults)
+    : idle_(command.empty()), entry_(command.ends_with(kCtrlZ)), numericResults_(numericResults) {
+  command_ = Upper(WithoutControls(command));
+  prefixes_ = entry_ ? std::vector<std::string>{"+CMGS", "+CMGW"} : NamesIn(command_);
+  promptExpected_ = command_.starts_with("AT+CMGS=") || command_.starts_with("AT+CMGW=");
+}
+
+std::size_t AnswerSorter::Append(std::string_view data) {
+  std::size_t taken = 0;
+  while (taken < data.size() && end_ == End::kNone) {
+    const char c = data[taken];
+    // A carriage return ends a line, and the line feed behind it belongs to it.
+    if (carriageReturn_ && c != '\n' && c != '\r') {
+      EndLine();
+      if (end_ != End::kNone) break;
+    }
+    ++taken;
+    if (c != '\r' && c != '\n') {
+      line_ += c;
+      // At the start of a line, with its blank; some modems give none.
+      if (!idle_ && !entry_ && (line_ == "> " || (promptExpected_ && line_ == ">"))) {
+        own_ += std::exchange(blank_, {}) + std::exchange(line_, {});
+        end_ = End::kPrompt;
+      }
+    } else if (line_.empty()) {
+      blank_ += c;
+    } else if (EndsInQuotes()) {
+      line_ += c;
+    } else {
+      carriageReturn_ = true;
+      line_ += c;
+      if (c == '\n' || numericResults_) EndLine();
+    }
+  }
+  return taken;
+}
+
+void AnswerSorter::Pause() {
+  if (carriageReturn_) EndLine();
+}
+
+void AnswerSorter::Finish() {
+  if (end_ != End::kNone) return;
+  if (WithoutControls(line_) == ">" && !idle_) {
+    own_ += std::exchange(blank_, {}) + std::exchange(line_, {});
+    end_ = End::kPrompt;
+  } else if (!line_.empty()) {
+    EndLine();
+  }
+  if (!sawPrefix_) own_ += std::exchange(held_, {});
+}
+
+// Only the text of +CUSD has line ends in its quotes; elsewhere a quote that is not closed ends with its line.
+bool AnswerSorter::EndsInQuotes() const {
+  return line_.starts_with("+CUSD:") && line_.size() < kLongestQuotedText &&
+         std::count(line_.begin(), line_.end(), '"') % 2 != 0;
+}
+
+bool AnswerSorter::IsEcho(std::string_view line) const {
+  if (idle_) return false;
+  // A PDU is echoed behind its prompt.
+  if (entry_) line = WithoutControls(line.substr(std::min(line.find_first_not_of("> "), line.size())));
+  return Upper(line) == command_;
+}
+
+AnswerSorter::End AnswerSorter::ResultOf(std::string_view line) const {
+  const std::string capitals = Upper(line);
+  if (IsIn(kOkWords, capitals)) return End::kOk;
+  if (IsIn(kErrorWords, capitals) || BeginsWithOneOf(kErrorBeginnings, capitals)) return End::kError;
+  if (numericResults_ && capitals == "0") return End::kOk;
+  if (numericResults_ && (capitals == "3" || capitals == "4")) return End::kError;
+  return End::kNone;
+}
+
+bool AnswerSorter::IsOwnPrefix(std::string_view prefix, std::string_view line) const {
+  if (idle_) return false;
+  if (prefixes_.empty()) return !IsIn(kUnsolicitedPrefixes, prefix);
+  const bool named = std::any_of(prefixes_.begin(), prefixes_.end(), [&](const std::string& own) {
+    return own == prefix || std::any_of(std::begin(kSiblings), std::end(kSiblings), [&](const auto& siblings) {
+             return (own == siblings.first && prefix == siblings.second) ||
+                    (own == siblings.second && prefix == siblings.first);
+           });
+  });
+  if (!named) return false;
+  const bool read = command_.ends_with('?');
+  if (read && IsIn(kRegistrations, prefix) && !command_.ends_with("=?")) return IsRegistrationAnswer(line);
+  return prefix != "+CUSD" || read;
+}
+
+void AnswerSorter::EndLine() {
+  carriageReturn_ = false;
+  const std::string line(WithoutControls(line_));
+  if (line.empty()) {
+    blank_ += std::exchange(line_, {});
+    return;
+  }
+  if (takesNextLine_) {
+    takesNextLine_ = false;
+    unsolicited_.back() += "\r\n" + line;
+    blank_.clear();
+    line_.clear();
+    return;
+  }
+  if (IsEcho(line)) {
+    blank_.clear();
+    line_.clear();
+    return;
+  }
+  if (const End result = idle_ ? End::kNone : ResultOf(line); result != End::kNone) {
+    if (!sawPrefix_) own_ += std::exchange(held_, {});
+    AddOwn();
+    end_ = result;
+    sawWords_ = line.size() > 1;
+    return;
+  }
+  const std::string prefix = PrefixOf(line);
+  const bool unsolicited =
+      prefix.empty() ? idle_ || BeginsWithOneOf(kUnsolicitedWords, Upper(line)) : !IsOwnPrefix(prefix, line);
+  if (unsolicited) {
+    takesNextLine_ = IsIn(kTwoLinePrefixes, prefix);
+    AddUnsolicited(line);
+    blank_.clear();
+    line_.clear();
+  } else if (prefixes_.empty()) {
+    AddOwn();
+  } else if (!prefix.empty() || sawPrefix_) {
+    // What came without the prefix before was none of the answer.
+    held_.clear();
+    for (std::string& held : heldLines_) AddUnsolicited(std::move(held));
+    heldLines_.clear();
+    sawPrefix_ = true;
+    AddOwn();
+  } else {
+    heldLines_.push_back(line);
+    held_ += std::exchange(blank_, {}) + std::exchange(line_, {});
+  }
+}
+
+void AnswerSorter::AddOwn() { own_ += std::exchange(blank_, {}) + std::exchange(line_, {}); }
+
+void AnswerSorter::AddUnsolicited(std::string line) { unsolicited_.push_back(std::move(line)); }
+
+std::vector<std::string> AnswerSorter::TakeUnsolicited() {
+  // One whose second line is still to come stays.
+  if (!takesNextLine_) return std::exchange(unsolicited_, {});
+  std::vector<std::string> taken(std::make_move_iterator(unsolicited_.begin()),
+                                 std::make_move_iterator(unsolicited_.end() - 1));
+  unsolicited_.erase(unsolicited_.begin(), unsolicited_.end() - 1);
+  return taken;
+}
+
+std::string AnswerSorter::TakeRest() {
+  std::string rest;
+  if (takesNextLine_) rest = std::exchange(unsolicited_, {}).back() + "\r\n";
+  takesNextLine_ = false;
+  return rest + std::exchange(blank_, {}) + std::exchange(line_, {});
+}
+
+}  // namespace tavro

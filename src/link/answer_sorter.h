@@ -1,0 +1,71 @@
+// The lines of an answer, told apart from what the modem says of its own accord (ITU-T V.250, 5.7; 3GPP TS 27.007, 4).
+//
+//   answer      = *( own-line / unsolicited / echo ) ( result / prompt )
+//   result      = "OK" / "ERROR" / "+CME ERROR:" text / "+CMS ERROR:" text / "NO CARRIER" / "COMMAND NOT SUPPORT" ...
+//   result      =/ "0" / "3" / "4"            numeric, while long result codes were not yet seen
+//   prompt      = ">" [ " " ]                 at the start of a line
+//   line end    = CR LF / LF / CR CR LF / CR  a quoted text of +CUSD may hold some
+//   own-line    = the command's own prefix, "+CSQ:" for AT+CSQ, or none at all
+//   unsolicited = another prefix / "RING" / "Call Ready" ...; a second line belongs to +CMT, +CDS and +CBM
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+#include <vector>
+
+namespace tavro {
+
+class AnswerSorter {
+ public:
+  enum class End { kNone, kOk, kError, kPrompt };
+
+  // `command` is what was written to the modem: a command line, or a PDU and its Ctrl-Z; an empty one has no answer:
+  // everything is unsolicited. `numericResults`: whether the modem may still give result codes as numbers.
+  AnswerSorter(std::string_view command, bool numericResults);
+
+  // Takes octets up to the end of the answer and returns their number.
+  std::size_t Append(std::string_view data);
+  // Nothing came for a while: a line that a carriage return ends is ended.
+  void Pause();
+  // No more octets come: judges a last line without its end.
+  void Finish();
+
+  End Ending() const { return end_; }
+  // Whether the result code was a word and not a number.
+  bool SawWords() const { return sawWords_; }
+  // The command's own lines with their line ends, as they came, the result or prompt included.
+  const std::string& Own() const { return own_; }
+  // Whether the command's own lines are coming in: some came, or a line has begun.
+  bool IsUnderWay() const { return !own_.empty() || !held_.empty() || !line_.empty(); }
+  // What was taken out since the last call, one entry each.
+  std::vector<std::string> TakeUnsolicited();
+  // What came of a line that has not ended.
+  std::string TakeRest();
+
+ private:
+  void EndLine();
+  bool EndsInQuotes() const;
+  bool IsEcho(std::string_view line) const;
+  End ResultOf(std::string_view line) const;
+  bool IsOwnPrefix(std::string_view prefix, std::string_view line) const;
+  void AddOwn();
+  void AddUnsolicited(std::string line);
+
+  std::vector<std::string> prefixes_;  // "+CSQ", in capitals
+  std::string command_;                // as its echo would be
+  bool idle_, entry_, promptExpected_, numericResults_;
+
+  std::string blank_, line_;  // line ends in front of the line, and the line
+  bool carriageReturn_ = false;
+  std::string own_;
+  std::string held_;  // lines without a prefix, which are the answer unless one with the prefix comes
+  std::vector<std::string> heldLines_;
+  bool sawPrefix_ = false;
+  bool takesNextLine_ = false;  // the next line belongs to the last unsolicited one
+  std::vector<std::string> unsolicited_;
+  End end_ = End::kNone;
+  bool sawWords_ = false;
+};
+
+}  // namespace tavro
