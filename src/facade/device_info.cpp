@@ -77,7 +77,7 @@ std::optional<std::string> DeviceInfo::OwnNumber() {
   const std::string information = answer.Information();
   const auto entries = Split(information, "+CNUM:");
   auto fields = AnswerFields(entries.size() > 1 ? entries[1] : entries[0]);
-  if (fields.size() > 1) fields[1] = PlainText(fields[1]);
+  if (fields.size() > 1) fields[1] = PlainNumber(fields[1]);
   if (fields.size() < 2 || !IsNumeric(fields[1]) || Contains(fields[1], ".")) return {};
   const std::string number = WithTypeOfNumber(fields[1], fields.size() > 2 ? fields[2] : "");
   log_.WriteLog("Own Number: " + number);

@@ -40,7 +40,7 @@ std::optional<std::string> NetworkInfo::Operator() {
   if (!answer.IsGood()) return {};
   const auto fields = AnswerFields(answer.Information("+COPS:"));  // mode, format, operator, access technology
   if (fields.size() < 3 || fields[2].empty()) return {};
-  std::string name = Upper(PlainText(fields[2]));
+  std::string name = Upper(PlainName(fields[2]));
   log_.WriteLog("Network: " + name);
   return name;
 }
@@ -60,8 +60,8 @@ std::optional<std::string> NetworkInfo::OperatorFromList() {
     const std::string entry = Trimmed(RemoveAll(RemoveAll(RemoveAll(entries[i], "),,"), "),"), ")"));
     const auto fields = Split(entry, ",");
     if (fields.size() < 3) continue;
-    std::string name = PlainText(Trimmed(fields[1]));
-    if (name.empty()) name = PlainText(Trimmed(fields[2]));
+    std::string name = PlainName(Trimmed(fields[1]));
+    if (name.empty()) name = PlainName(Trimmed(fields[2]));
     if (fields[0].starts_with('2')) current = name;
     if (fields[0].starts_with('1')) available = name;
   }

@@ -8,7 +8,7 @@ namespace tavro {
 
 namespace {
 
-// Latin to Arabic letters and the signs with them. A number of dialled digits read as UCS2 hardly ever stays in here.
+// Latin to Arabic letters and the signs with them.
 bool IsLikelyCharacter(unsigned unit) { return unit >= 0x20 && unit < 0x0700; }
 
 }  // namespace
@@ -26,7 +26,7 @@ std::string WithTypeOfNumber(const std::string& number, std::string_view type) {
 
 std::optional<std::u16string> Ucs2Text(std::string_view field) {
   constexpr std::size_t kDigits = 4;
-  if (field.size() < kDigits || field.size() % kDigits != 0) return {};
+  if (field.size() < 2 * kDigits || field.size() % kDigits != 0) return {};
   std::u16string text;
   for (; !field.empty(); field.remove_prefix(kDigits)) {
     unsigned unit = 0;
@@ -35,6 +35,12 @@ std::optional<std::u16string> Ucs2Text(std::string_view field) {
     text += static_cast<char16_t>(unit);
   }
   return text;
+}
+
+std::optional<std::string> Ucs2Number(std::string_view field) {
+  const auto text = Ucs2Text(field);
+  if (!text || text->size() < 3 || text->find_first_not_of(u"+*#0123456789") != std::u16string::npos) return {};
+  return std::string(text->begin(), text->end());
 }
 
 }  // namespace tavro

@@ -17,5 +17,7 @@ std::string WithTypeOfNumber(const std::string& number, std::string_view type);
 // The text of a field that is UCS2 in hexadecimal digits, four a character, as a modem gives it whose character set was
 // left at UCS2 (AT+CSCS, 27.007, 5.5); nothing for another text. Digits that make no text of letters in use are none.
 std::optional<std::u16string> Ucs2Text(std::string_view field);
+// The same for a number of at least three dialled characters.
+std::optional<std::string> Ucs2Number(std::string_view field);
 
 }  // namespace tavro

@@ -82,7 +82,7 @@ bool IsRegistrationAnswer(std::string_view line) {
   const auto fields = Split(line.substr(line.find(':') + 1), ",");
   if (fields.size() < 2) return false;
   const std::string_view status = Trim(fields[1]);
-  return !status.empty() && status.size() <= 2 && status.find_first_not_of("0123456789") == std::string_view::npos;
+  return !status.empty() && status.size() <= 3 && status.find_first_not_of("0123456789") == std::string_view::npos;
 }
 
 std::string_view WithoutControls(std::string_view text) {
@@ -110,12 +110,12 @@ std::size_t AnswerSorter::Append(std::string_view data) {
       if (end_ != End::kNone) break;
     }
     ++taken;
+    if (entry_ && c == ' ' && line_.empty() && blank_.empty()) continue;  // the prompt's own
     if (c != '\r' && c != '\n') {
       line_ += c;
       // At the start of a line, with its blank; some modems give none.
       if (!idle_ && !entry_ && (line_ == "> " || (promptExpected_ && line_ == ">"))) {
-        own_ += std::exchange(blank_, {}) + std::exchange(line_, {});
-        end_ = End::kPrompt;
+        EndWithPrompt();
       }
     } else if (line_.empty()) {
       blank_ += c;
@@ -137,12 +137,11 @@ void AnswerSorter::Pause() {
 void AnswerSorter::Finish() {
   if (end_ != End::kNone) return;
   if (WithoutControls(line_) == ">" && !idle_) {
-    own_ += std::exchange(blank_, {}) + std::exchange(line_, {});
-    end_ = End::kPrompt;
+    EndWithPrompt();
   } else if (!line_.empty()) {
     EndLine();
   }
-  if (!sawPrefix_) own_ += std::exchange(held_, {});
+  EndHeld();
 }
 
 // Only the text of +CUSD has line ends in its quotes; elsewhere a quote that is not closed ends with its line.
@@ -168,8 +167,6 @@ AnswerSorter::End AnswerSorter::ResultOf(std::string_view line) const {
 }
 
 bool AnswerSorter::IsOwnPrefix(std::string_view prefix, std::string_view line) const {
-  if (idle_) return false;
-  if (prefixes_.empty()) return !IsIn(kUnsolicitedPrefixes, prefix);
   const bool named = std::any_of(prefixes_.begin(), prefixes_.end(), [&](const std::string& own) {
     return own == prefix || std::any_of(std::begin(kSiblings), std::end(kSiblings), [&](const auto& siblings) {
              return (own == siblings.first && prefix == siblings.second) ||
@@ -184,51 +181,63 @@ bool AnswerSorter::IsOwnPrefix(std::string_view prefix, std::string_view line) c
 
 void AnswerSorter::EndLine() {
   carriageReturn_ = false;
-  const std::string line(WithoutControls(line_));
+  std::string line(WithoutControls(line_));
   if (line.empty()) {
     blank_ += std::exchange(line_, {});
-    return;
+  } else {
+    Judge(std::move(line));
+    // What was not added is taken out.
+    blank_.clear();
+    line_.clear();
   }
-  if (takesNextLine_) {
-    takesNextLine_ = false;
+}
+
+void AnswerSorter::Judge(std::string line) {
+  if (std::exchange(takesNextLine_, false)) {
     unsolicited_.back() += "\r\n" + line;
-    blank_.clear();
-    line_.clear();
     return;
   }
-  if (IsEcho(line)) {
-    blank_.clear();
-    line_.clear();
-    return;
-  }
+  if (IsEcho(line)) return;
   if (const End result = idle_ ? End::kNone : ResultOf(line); result != End::kNone) {
-    if (!sawPrefix_) own_ += std::exchange(held_, {});
+    EndHeld();
     AddOwn();
     end_ = result;
     sawWords_ = line.size() > 1;
     return;
   }
   const std::string prefix = PrefixOf(line);
-  const bool unsolicited =
-      prefix.empty() ? idle_ || BeginsWithOneOf(kUnsolicitedWords, Upper(line)) : !IsOwnPrefix(prefix, line);
-  if (unsolicited) {
+  const bool own = IsOwnPrefix(prefix, line);
+  const bool known =
+      prefix.empty() ? BeginsWithOneOf(kUnsolicitedWords, Upper(line)) : IsIn(kUnsolicitedPrefixes, prefix);
+  if (idle_ || (known && !own)) {
     takesNextLine_ = IsIn(kTwoLinePrefixes, prefix);
-    AddUnsolicited(line);
-    blank_.clear();
-    line_.clear();
-  } else if (prefixes_.empty()) {
-    AddOwn();
-  } else if (!prefix.empty() || sawPrefix_) {
-    // What came without the prefix before was none of the answer.
-    held_.clear();
-    for (std::string& held : heldLines_) AddUnsolicited(std::move(held));
-    heldLines_.clear();
-    sawPrefix_ = true;
+    AddUnsolicited(std::move(line));
+  } else if (own || prefixes_.empty() || (sawPrefix_ && prefix.empty())) {
+    sawPrefix_ = sawPrefix_ || own;
     AddOwn();
   } else {
-    heldLines_.push_back(line);
-    held_ += std::exchange(blank_, {}) + std::exchange(line_, {});
+    held_.push_back({blank_ + line_, std::move(line), !prefix.empty()});
   }
+}
+
+// Of lines with the command's prefix, without any, and with another, those of the first kind that came are the answer.
+void AnswerSorter::EndHeld() {
+  const bool anyBare = std::any_of(held_.begin(), held_.end(), [](const HeldLine& held) { return !held.hasPrefix; });
+  for (HeldLine& held : held_) {
+    if (sawPrefix_ || (held.hasPrefix && anyBare)) {
+      AddUnsolicited(std::move(held.line));
+    } else {
+      own_ += held.octets;
+    }
+  }
+  held_.clear();
+}
+
+void AnswerSorter::EndWithPrompt() {
+  sawPrefix_ = true;  // a prompt has no other lines
+  EndHeld();
+  AddOwn();
+  end_ = End::kPrompt;
 }
 
 void AnswerSorter::AddOwn() { own_ += std::exchange(blank_, {}) + std::exchange(line_, {}); }

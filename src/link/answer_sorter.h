@@ -5,7 +5,7 @@
 //   result      =/ "0" / "3" / "4"            numeric, while long result codes were not yet seen
 //   prompt      = ">" [ " " ]                 at the start of a line
 //   line end    = CR LF / LF / CR CR LF / CR  a quoted text of +CUSD may hold some
-//   own-line    = the command's own prefix, "+CSQ:" for AT+CSQ, or none at all
+//   own-line    = with the command's prefix, "+CSQ:" for AT+CSQ; else with none; else with another that is not known
 //   unsolicited = another prefix / "RING" / "Call Ready" ...; a second line belongs to +CMT, +CDS and +CBM
 #pragma once
 
@@ -49,7 +49,10 @@ class AnswerSorter {
   bool IsEcho(std::string_view line) const;
   End ResultOf(std::string_view line) const;
   bool IsOwnPrefix(std::string_view prefix, std::string_view line) const;
+  void Judge(std::string line);
   void AddOwn();
+  void EndHeld();
+  void EndWithPrompt();
   void AddUnsolicited(std::string line);
 
   std::vector<std::string> prefixes_;  // "+CSQ", in capitals
@@ -59,8 +62,11 @@ class AnswerSorter {
   std::string blank_, line_;  // line ends in front of the line, and the line
   bool carriageReturn_ = false;
   std::string own_;
-  std::string held_;  // lines without a prefix, which are the answer unless one with the prefix comes
-  std::vector<std::string> heldLines_;
+  struct HeldLine {
+    std::string octets, line;
+    bool hasPrefix;
+  };
+  std::vector<HeldLine> held_;  // lines that are the answer unless one with the command's prefix comes
   bool sawPrefix_ = false;
   bool takesNextLine_ = false;  // the next line belongs to the last unsolicited one
   std::vector<std::string> unsolicited_;

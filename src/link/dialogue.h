@@ -38,10 +38,13 @@ class DialoguePart {
         manner_(dialogue.manner) {}
   ~DialoguePart() = default;
 
-  // A name or number in an answer, also where the modem gives it in UCS2.
-  std::string PlainText(const std::string& field) const {
-    const auto text = manner_.readsUcs2Texts ? Ucs2Text(field) : std::nullopt;
+  // A name or a number in an answer, also where the modem gives it in UCS2.
+  std::string PlainName(const std::string& field) const {
+    const auto text = ReadsUcs2() ? Ucs2Text(field) : std::nullopt;
     return text ? platform_.ToCodePage(*text) : field;
+  }
+  std::string PlainNumber(const std::string& field) const {
+    return (ReadsUcs2() ? Ucs2Number(field) : std::nullopt).value_or(field);
   }
 
   Platform& platform_;
@@ -51,6 +54,9 @@ class DialoguePart {
   Settings& settings_;
   ConnectionState& state_;
   const Manner& manner_;
+
+ private:
+  bool ReadsUcs2() const { return manner_.readsUcs2Texts; }
 };
 
 }  // namespace tavro

@@ -15,7 +15,7 @@ bool ServiceCentre::QuerySmsc() {
   const Answer answer = exchange_.SendCommand("AT+CSCA?\r");
   if (!answer.IsGood()) return false;
   auto fields = AnswerFields(answer.Information("+CSCA:"));
-  fields[0] = PlainText(fields[0]);
+  fields[0] = PlainNumber(fields[0]);
   if (!IsInternationalNumber(fields[0]) && !IsNationalNumber(fields[0])) return false;
   number_ = WithTypeOfNumber(fields[0], fields.size() > 1 ? fields[1] : "");
   log_.WriteLog("SMSC: " + number_);
