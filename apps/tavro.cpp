@@ -1,20 +1,23 @@
 // tavro: short messages from the command line.
 //
 // Exit codes: 0 done; 1 the modem or the network refused, with the error's code and text on standard error; 2 the
-// command line is not understood.
+// command line is not understood; 128 and the signal's number when SIGINT, SIGTERM or SIGHUP ended it early.
 #include <CLI/CLI.hpp>
 #include <cstdint>
+#include <cstring>
 #include <exception>
 #include <iostream>
+#include <iterator>
 #include <map>
 #include <stdexcept>
 #include <string>
 
+#include "end_signals.h"
 #include "tavro_commands.h"
 
 namespace {
 
-constexpr int kDone = 0, kFailed = 1, kUsage = 2;
+constexpr int kDone = 0, kFailed = 1, kUsage = 2, kSignalled = 128;
 
 using Choices = std::map<std::string, std::int16_t>;
 const Choices kLongMessageActions = {{"truncate", tavro::MessageTruncate},
@@ -22,6 +25,12 @@ const Choices kLongMessageActions = {{"truncate", tavro::MessageTruncate},
                                      {"formatted", tavro::MessageFormattedSplit},
                                      {"concatenate", tavro::MessageConcatenate}};
 const Choices kActions = {{"low", 1}, {"medium", 2}, {"high", 3}};
+
+std::string ReadStandardInput() {
+  std::string text{std::istreambuf_iterator<char>(std::cin), {}};
+  if (!text.empty() && text.back() == '\n') text.pop_back();
+  return text;
+}
 
 // An option that takes one of the names and stores its value.
 CLI::Option* AddChoice(CLI::App& app, const char* name, std::int16_t& value, const Choices& choices,
@@ -118,6 +127,9 @@ int Run(int argc, char** argv) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }
 
+  // Whoever types the text keeps no modem waiting, and may end the program as any other.
+  if (*send && sendArguments.text == "-") sendArguments.text = ReadStandardInput();
+  EndSignals::Watch();
   Session session(connection);
   if (*info) session.Info(infoAsJson);
   if (*send) session.Send(sendArguments);
@@ -137,6 +149,10 @@ int main(int argc, char** argv) {
     if (!std::cout.flush()) throw std::runtime_error("cannot write the output");
     return exitCode;
   } catch (const std::exception& error) {
+    if (const int signal = EndSignals::Received(); signal != 0) {
+      std::cerr << "tavro: ended by signal " << signal << " (" << strsignal(signal) << ")\n";
+      return kSignalled + signal;
+    }
     std::cerr << "tavro: " << error.what() << '\n';
     return kFailed;
   }

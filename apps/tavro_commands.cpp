@@ -4,21 +4,23 @@
 #include <cstddef>
 #include <functional>
 #include <iostream>
-#include <iterator>
-#include <map>
 #include <nlohmann/json.hpp>
 #include <vector>
 
+#include "base/error_codes.h"
+#include "end_signals.h"
 #include "outgoing/encodings.h"
 
 namespace {
 
 using Json = nlohmann::ordered_json;
+using tavro::FromUtf8, tavro::ToUtf8;
 
-std::shared_ptr<tavro::Platform> CreatePlatform(const ConnectionArguments& arguments) {
-  std::map<int, std::string> devices;
-  if (!arguments.device.empty()) devices[1] = arguments.device;
-  return tavro::CreateSystemPlatform(devices);
+tavro::Options OptionsFor(const ConnectionArguments& arguments) {
+  tavro::Options options;
+  if (!arguments.device.empty()) options.devices[1] = arguments.device;
+  options.interrupted = [] { return EndSignals::Received() != 0; };
+  return options;
 }
 
 std::string Dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
@@ -44,15 +46,9 @@ bool IsRefusal(const std::string& answer) {
          answer.find("+CMS ERROR:") != std::string::npos;
 }
 
-std::string ReadStandardInput() {
-  std::string text{std::istreambuf_iterator<char>(std::cin), {}};
-  if (!text.empty() && text.back() == '\n') text.pop_back();
-  return text;
-}
-
 }  // namespace
 
-Session::Session(const ConnectionArguments& arguments) : platform_(CreatePlatform(arguments)), sms_(platform_) {
+Session::Session(const ConnectionArguments& arguments) : sms_(OptionsFor(arguments)) {
   if (!arguments.logFolder.empty()) {
     sms_.SetLogFolderPath(FromUtf8(arguments.logFolder));
     Check();
@@ -67,17 +63,20 @@ Session::Session(const ConnectionArguments& arguments) : platform_(CreatePlatfor
   Check();
   sms_.SetModemInitString(FromUtf8(arguments.initString));
   if (!arguments.pin.empty()) sms_.SetPIN(FromUtf8(arguments.pin));
-  sms_.Connect();
-  Check();
+  Check(sms_.Connect());
   if (!arguments.memory.empty()) {
     sms_.SetMessageMemory(FromUtf8(arguments.memory));
-    Check();
+    Check(false);
   }
 }
 
-void Session::Check() {
-  if (sms_.ErrorCode() == 0) return;
-  throw OperationFailed("error " + std::to_string(sms_.ErrorCode()) + ": " + ToUtf8(sms_.ErrorDescription()));
+void Session::Check(bool isDone) {
+  const std::int32_t code = sms_.ErrorCode();
+  if (code == 0) return;
+  const std::string error = "error " + std::to_string(code) + ": " + ToUtf8(sms_.ErrorDescription());
+  if (code != tavro::kCannotOpenLog.code || !isDone) throw OperationFailed(error);
+  std::cerr << "tavro: warning: " << error << '\n';
+  sms_.SetLogType(0);
 }
 
 void Session::Info(bool json) {
@@ -106,8 +105,9 @@ void Session::Info(bool json) {
     Json value = item.read();
     std::string shown = value.is_string() ? value.get<std::string>() : value.dump();
     try {
-      Check();
+      Check(shown != "" && shown != "-1");
     } catch (const OperationFailed& error) {  // few modems know everything
+      if (EndSignals::Received() != 0) throw;
       value = nullptr;
       failure = error.what();
       shown = "unknown (" + failure + ")";
@@ -122,7 +122,7 @@ void Session::Info(bool json) {
 }
 
 void Session::Send(const SendArguments& arguments) {
-  const std::u16string text = FromUtf8(arguments.text == "-" ? ReadStandardInput() : arguments.text);
+  const std::u16string text = FromUtf8(arguments.text);
   const std::int16_t fittingCoding = FitsGsmAlphabet(text) ? 7 : 16;
   sms_.SetCharacter(arguments.coding == 0 ? fittingCoding : arguments.coding);
   Check();
@@ -133,7 +133,7 @@ void Session::Send(const SendArguments& arguments) {
     Check();
   }
   const auto references = sms_.SendSMS(FromUtf8(arguments.number), text, arguments.flash);
-  Check();
+  Check(references.has_value());
   std::cout << ToUtf8(references.value_or(u"")) << '\n';
 }
 
@@ -149,8 +149,7 @@ void Session::Push(const PushArguments& arguments) {
   Check();
   push->SetExpiry(FromUtf8(arguments.expiry));
   Check();
-  push->Send();
-  Check();
+  Check(push->Send());
 }
 
 void Session::ReadInbox(const ListArguments& arguments) {
@@ -158,11 +157,9 @@ void Session::ReadInbox(const ListArguments& arguments) {
   if (arguments.type == ListArguments::kAll) {
     // A listing puts the read messages first and then makes all of them read. Done twice, the order is the same each
     // time, and a number shown by `list` names the same message in `delete`.
-    sms_.Inbox()->Refresh(ListArguments::kUnread);
-    Check();
+    Check(sms_.Inbox()->Refresh(ListArguments::kUnread));
   }
-  sms_.Inbox()->Refresh(arguments.type);
-  Check();
+  Check(sms_.Inbox()->Refresh(arguments.type));
 }
 
 void Session::Print(const tavro::Message& message, bool numbered) {
@@ -203,8 +200,7 @@ void Session::Delete(std::int16_t index, bool joined) {
   ReadInbox(all);
   const auto message = sms_.Inbox()->Message(index);
   Check();
-  message->Delete();
-  Check();
+  Check(message->Delete());
   std::cout << "Deleted:\n";
   Print(*message, true);
 }
@@ -213,8 +209,7 @@ void Session::Clear() {
   ReadInbox({});
   const std::int16_t count = sms_.Inbox()->Count();
   if (count > 0) {
-    sms_.Inbox()->Clear();
-    Check();
+    Check(sms_.Inbox()->Clear());
   }
   std::cout << count << (count == 1 ? " message" : " messages") << " deleted\n";
 }
@@ -222,7 +217,7 @@ void Session::Clear() {
 void Session::Command(std::string command) {
   if (command.empty() || command.back() != '\r') command += '\r';
   const std::string answer = ToUtf8(sms_.Command(FromUtf8(command)));
-  Check();
+  Check(!answer.empty());
   if (IsRefusal(answer)) throw OperationFailed("the modem answered " + answer);
   std::cout << answer << '\n';
 }

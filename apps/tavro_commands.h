@@ -2,11 +2,10 @@
 #pragma once
 
 #include <cstdint>
-#include <memory>
 #include <stdexcept>
 #include <string>
 
-#include "platform/platform.h"
+#include "platform/utf8.h"
 #include "tavro/sms.h"
 
 struct ConnectionArguments {
@@ -22,7 +21,7 @@ struct ConnectionArguments {
 
 struct SendArguments {
   std::string number;
-  std::string text;         // "-": what standard input holds
+  std::string text;
   std::int16_t coding = 0;  // 7, 8 or 16; 0: 7 where that keeps the text, 16 otherwise
   std::int16_t longMessage = tavro::MessageConcatenate;
   std::string validity;  // empty: the component's own
@@ -49,7 +48,9 @@ class OperationFailed : public std::runtime_error {
   using std::runtime_error::runtime_error;
 };
 
-// One connection to a modem. Each command prints its result on standard output and throws OperationFailed on failure.
+// One connection to a modem. Each command prints its result on standard output and throws OperationFailed on failure,
+// soon after one of EndSignals too. A log that cannot be written is no failure but a warning on standard error, and
+// nothing more is logged.
 class Session {
  public:
   // Sets everything up and connects.
@@ -65,13 +66,10 @@ class Session {
   void Command(std::string command);
 
  private:
-  std::u16string FromUtf8(const std::string& text) { return platform_->FromCodePage(text); }
-  std::string ToUtf8(const std::u16string& text) { return platform_->ToCodePage(text); }
-  // Throws when the last call failed.
-  void Check();
+  // Throws when the last call failed. The log's error may hide another one: `isDone` says what the call itself told.
+  void Check(bool isDone = true);
   void ReadInbox(const ListArguments& arguments);
   void Print(const tavro::Message& message, bool numbered);
 
-  std::shared_ptr<tavro::Platform> platform_;
   tavro::SMS sms_;
 };

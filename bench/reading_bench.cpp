@@ -54,7 +54,8 @@ class ListingLine : public Platform, public SerialDriver {
   void PumpMessages() override {}
   void ShowMessageBox(std::u16string_view, std::uint32_t, std::u16string_view) override {}
   PathKind KindOf(std::u16string_view) override { return PathKind::kMissing; }
-  std::FILE* OpenFile(std::u16string_view, const char*) override { return nullptr; }
+  std::FILE* OpenFile(std::u16string_view) override { return nullptr; }
+  bool WriteToFile(std::u16string_view, std::string_view, bool) override { return false; }
   char16_t PathSeparator() const override { return u'/'; }
   std::u16string ComponentFolder() override { return {}; }
   std::string ToCodePage(std::u16string_view text) override { return {text.begin(), text.end()}; }

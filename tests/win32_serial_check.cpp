@@ -73,10 +73,18 @@ void CheckPlatform(Platform& platform) {
   const std::u16string folder = platform.ComponentFolder();
   Step("the component's folder", platform.KindOf(folder) == PathKind::kFolder, platform.ToCodePage(folder));
   const std::u16string file = folder + u"\\tavro-check-\u00E9.txt";
-  std::FILE* written = platform.OpenFile(file, "wb");
-  Step("a file is made", written != nullptr && std::fclose(written) == 0 && platform.KindOf(file) == PathKind::kFile);
+  const bool written = platform.WriteToFile(file, "old", true) && platform.WriteToFile(file, "new", false) &&
+                       platform.WriteToFile(file, "er", true);
+  Step("a file is made", written && platform.KindOf(file) == PathKind::kFile);
+  char content[8] = {};
+  if (std::FILE* read = platform.OpenFile(file)) {
+    if (std::fread(content, 1, sizeof content - 1, read) == 0) content[0] = 0;
+    std::fclose(read);
+  }
+  Step("it holds what was written last", std::string(content) == "newer", content);
+  Step("a device is no file", !platform.OpenFile(u"NUL") && !platform.WriteToFile(u"NUL", "x", true));
   DeleteFileW(std::wstring(file.begin(), file.end()).c_str());
-  Step("a file is gone", platform.KindOf(file) == PathKind::kMissing && !platform.OpenFile(file, "rb"));
+  Step("a file is gone", platform.KindOf(file) == PathKind::kMissing && !platform.OpenFile(file));
 
   const std::int64_t now = platform.WallClock();
   const std::int64_t system =

@@ -80,7 +80,16 @@ class SMS {
   // "COM1" to "COM256", any letter case; 1001 otherwise. Empty at the start. Setting another port forgets all that was
   // read from the modem.
   std::u16string Port();
+#ifdef _WIN32  // a macro in <windows.h>, included before or after this header, makes one of the others of the name
+#pragma push_macro("SetPort")
+#undef SetPort
+  void SetPortA(const std::u16string& port) { SetPort(port); }
+  void SetPortW(const std::u16string& port) { SetPort(port); }
+#endif
   void SetPort(const std::u16string& port);
+#ifdef _WIN32
+#pragma pop_macro("SetPort")
+#endif
   // Bits per second: 110, 300, 1200, 2400, 4800, 9600, 14400, 19200 (the start), 38400, 57600, 115200, 230400, 460800
   // or 921600; 1002 otherwise.
   std::int32_t BaudRate();

@@ -23,19 +23,10 @@ struct CloseFile {
 };
 using File = std::unique_ptr<std::FILE, CloseFile>;
 
-// Writes all of it and closes the file; a full disk may show only then. One call of the system writes it: nothing is
-// buffered.
-bool WriteAndClose(std::FILE* file, std::string_view content) {
-  if (!file) return false;
-  std::setvbuf(file, nullptr, _IONBF, 0);
-  const bool written = content.empty() || std::fwrite(content.data(), 1, content.size(), file) == content.size();
-  return std::fclose(file) == 0 && written;
-}
-
 // Reads a file from its start and calls `visit` with each block. False when it cannot be read.
 template <typename Visit>
 bool ReadBlocks(Platform& platform, std::u16string_view path, Visit visit) {
-  const File file(platform.OpenFile(path, "rb"));
+  const File file(platform.OpenFile(path));
   if (!file) return false;
   std::vector<char> block(1 << 16);
   while (const std::size_t size = std::fread(block.data(), 1, block.size(), file.get())) {
@@ -115,7 +106,7 @@ void LogHandling::Append(std::string_view prefix, std::string_view text) {
   line_ += prefix;
   AppendOnOneLine(line_, text);
   line_ += kLineEnd;
-  if (!WriteAndClose(platform_.OpenFile(file_, "ab"), line_)) Report(kCannotOpenLog);
+  if (!platform_.WriteToFile(file_, line_, true)) Report(kCannotOpenLog);
 }
 
 // "YYYY-MM-DD HH:MM:SS: ", made once a second.
@@ -154,7 +145,7 @@ std::int32_t LogHandling::LineCount() {
 bool LogHandling::Clear(std::int16_t linesToKeep) {
   if (IsNotYetWritten()) return true;
   std::string kept;
-  if ((linesToKeep <= 0 || ReadLastLines(linesToKeep, kept)) && WriteAndClose(platform_.OpenFile(file_, "wb"), kept)) {
+  if ((linesToKeep <= 0 || ReadLastLines(linesToKeep, kept)) && platform_.WriteToFile(file_, kept, false)) {
     return true;
   }
   Report(kCannotClearLog);

@@ -42,9 +42,13 @@ class Platform {
   // Files, named in UTF-16. Thin calls instead of <fstream> and <filesystem>, which more than double the size of a
   // library that carries its own C++ run-time.
   virtual PathKind KindOf(std::u16string_view path) = 0;
-  // fopen with the mode "rb", "wb" or "ab"; null on failure. What is no regular file, such as a FIFO or a device,
-  // cannot be opened, and is not waited for.
-  virtual std::FILE* OpenFile(std::u16string_view path, const char* mode) = 0;
+  // Regular files alone: anything else by that name, such as a FIFO or a device, is a failure, and is not waited for.
+
+  // For reading; null on failure.
+  virtual std::FILE* OpenFile(std::u16string_view path) = 0;
+  // Puts the content behind what the file holds or in its place, and makes the file when it is not there. Opens, writes
+  // and closes it once. False on failure.
+  virtual bool WriteToFile(std::u16string_view path, std::string_view content, bool append) = 0;
   virtual char16_t PathSeparator() const = 0;
   // The folder that the component's binary was loaded from.
   virtual std::u16string ComponentFolder() = 0;

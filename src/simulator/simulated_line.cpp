@@ -110,8 +110,10 @@ std::int64_t SimulatedLine::NextEventUs(const Port& port) const {
 
 PathKind SimulatedLine::KindOf(std::u16string_view path) { return KindOfPath(ToUtf8(path)); }
 
-std::FILE* SimulatedLine::OpenFile(std::u16string_view path, const char* mode) {
-  return OpenRegularFile(ToUtf8(path), mode);
+std::FILE* SimulatedLine::OpenFile(std::u16string_view path) { return OpenRegularFile(ToUtf8(path)); }
+
+bool SimulatedLine::WriteToFile(std::u16string_view path, std::string_view content, bool append) {
+  return WriteRegularFile(ToUtf8(path), content, append);
 }
 
 }  // namespace tavro

@@ -105,7 +105,8 @@ class SimulatedLine : public Platform, public SerialDriver {
   void PumpMessages() override { ++pumpCount_; }
   void ShowMessageBox(std::u16string_view text, std::uint32_t style, std::u16string_view title) override;
   PathKind KindOf(std::u16string_view path) override;
-  std::FILE* OpenFile(std::u16string_view path, const char* mode) override;
+  std::FILE* OpenFile(std::u16string_view path) override;
+  bool WriteToFile(std::u16string_view path, std::string_view content, bool append) override;
   char16_t PathSeparator() const override { return u'/'; }
   std::u16string ComponentFolder() override { return componentFolder_; }
   std::string ToCodePage(std::u16string_view text) override;

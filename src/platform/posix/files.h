@@ -3,6 +3,7 @@
 
 #include <cstdio>
 #include <string>
+#include <string_view>
 
 #include "platform/platform.h"
 
@@ -10,7 +11,8 @@ namespace tavro {
 
 PathKind KindOfPath(const std::string& path);
 
-// Platform::OpenFile. A symbolic link to a regular file is one too.
-std::FILE* OpenRegularFile(const std::string& path, std::string_view mode);
+// Platform::OpenFile and WriteToFile. A symbolic link to a regular file is one too.
+std::FILE* OpenRegularFile(const std::string& path);
+bool WriteRegularFile(const std::string& path, std::string_view content, bool append);
 
 }  // namespace tavro

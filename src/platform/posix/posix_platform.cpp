@@ -65,8 +65,10 @@ void PosixPlatform::Sleep(std::uint32_t milliseconds) {
 
 PathKind PosixPlatform::KindOf(std::u16string_view path) { return KindOfPath(ToUtf8(path)); }
 
-std::FILE* PosixPlatform::OpenFile(std::u16string_view path, const char* mode) {
-  return OpenRegularFile(ToUtf8(path), mode);
+std::FILE* PosixPlatform::OpenFile(std::u16string_view path) { return OpenRegularFile(ToUtf8(path)); }
+
+bool PosixPlatform::WriteToFile(std::u16string_view path, std::string_view content, bool append) {
+  return WriteRegularFile(ToUtf8(path), content, append);
 }
 
 std::u16string PosixPlatform::ComponentFolder() { return FromUtf8(ComponentFile().parent_path().native()); }

@@ -24,7 +24,8 @@ class PosixPlatform : public Platform {
   void PumpMessages() override {}
   void ShowMessageBox(std::u16string_view, std::uint32_t, std::u16string_view) override {}
   PathKind KindOf(std::u16string_view path) override;
-  std::FILE* OpenFile(std::u16string_view path, const char* mode) override;
+  std::FILE* OpenFile(std::u16string_view path) override;
+  bool WriteToFile(std::u16string_view path, std::string_view content, bool append) override;
   char16_t PathSeparator() const override { return u'/'; }
   std::u16string ComponentFolder() override;
   std::string ToCodePage(std::u16string_view text) override;

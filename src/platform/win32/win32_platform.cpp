@@ -26,6 +26,8 @@ bool HasVisibleDesktop() {
          (flags.dwFlags & WSF_VISIBLE) != 0;
 }
 
+bool IsRegular(HANDLE file) { return GetFileType(file) == FILE_TYPE_DISK; }
+
 // Appends the text; false, with nothing appended, when an octet is no character of the code page.
 bool Decode(std::string_view text, std::u16string& out) {
   const int size = static_cast<int>(text.size());
@@ -90,12 +92,27 @@ PathKind Win32Platform::KindOf(std::u16string_view path) {
   return (attributes & FILE_ATTRIBUTE_DIRECTORY) != 0 ? PathKind::kFolder : PathKind::kFile;
 }
 
-std::FILE* Win32Platform::OpenFile(std::u16string_view path, const char* mode) {
-  const std::string_view narrow(mode);
-  std::FILE* file = _wfopen(ToWide(path).c_str(), std::wstring(narrow.begin(), narrow.end()).append(L"N").c_str());
-  if (!file || GetFileType(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file)))) == FILE_TYPE_DISK) return file;
+std::FILE* Win32Platform::OpenFile(std::u16string_view path) {
+  std::FILE* file = _wfopen(ToWide(path).c_str(), L"rbN");
+  if (!file || IsRegular(reinterpret_cast<HANDLE>(_get_osfhandle(_fileno(file))))) return file;
   std::fclose(file);
   return nullptr;
+}
+
+bool Win32Platform::WriteToFile(std::u16string_view path, std::string_view content, bool append) {
+  const HANDLE file =
+      CreateFileW(ToWide(path).c_str(), append ? FILE_APPEND_DATA : GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                  nullptr, append ? OPEN_ALWAYS : CREATE_ALWAYS, FILE_ATTRIBUTE_NORMAL, nullptr);
+  if (file == INVALID_HANDLE_VALUE) return false;
+  bool written = IsRegular(file);
+  while (written && !content.empty()) {
+    constexpr std::size_t kMost = 1 << 30;
+    DWORD count = 0;
+    written = WriteFile(file, content.data(), static_cast<DWORD>(std::min(content.size(), kMost)), &count, nullptr) &&
+              count > 0;
+    content.remove_prefix(count);
+  }
+  return CloseHandle(file) && written;
 }
 
 std::u16string Win32Platform::ComponentFolder() {

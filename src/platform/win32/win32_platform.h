@@ -26,7 +26,8 @@ class Win32Platform : public Platform {
   void PumpMessages() override;
   void ShowMessageBox(std::u16string_view text, std::uint32_t style, std::u16string_view title) override;
   PathKind KindOf(std::u16string_view path) override;
-  std::FILE* OpenFile(std::u16string_view path, const char* mode) override;
+  std::FILE* OpenFile(std::u16string_view path) override;
+  bool WriteToFile(std::u16string_view path, std::string_view content, bool append) override;
   char16_t PathSeparator() const override { return u'\\'; }
   std::u16string ComponentFolder() override;
   std::string ToCodePage(std::u16string_view text) override;
