@@ -34,6 +34,61 @@ std::vector<std::string> LoggedErrors(Engine& engine) {
   return codes;
 }
 
+TEST(ConnectTest, TheWholeDialogue) {
+  Engine engine;
+  EXPECT_TRUE(engine.sms.Connect());
+  EXPECT_EQ(engine.Transcript(), R"(
+     0 log Opening port COM1 [baud=19200 parity=N data=8 stop=1]
+     0 CreateFile \\.\COM1
+     0 SetupComm 4096 1024
+     0 PurgeComm 15
+     0 SetCommTimeouts 0 0 750 2 0
+     0 GetCommState
+     0 BuildCommDCB baud=19200 parity=N data=8 stop=1
+     0 SetCommState
+     0 EscapeCommFunction 3
+     0 EscapeCommFunction 5
+     0 PurgeComm 15
+     0 log Verifying if port connected
+     0 log Port is connected
+     0 log Verifying if modem is connected
+     0 log Send AT command [AT<cr>]
+     0 SetCommTimeouts 500 4294967295 4294967295 2 0
+   100 PurgeComm 15
+   100 log Send: AT<cr>
+   100 WriteFile AT<cr> -> 3
+   601 log Recv: <cr><lf>OK<cr><lf>
+   601 log Modem is connected
+   601 log Checking ME activity status
+   601 AT+CPAS > 701 > 1202 |+CPAS: 0||OK|
+  1202 log ME is in ready state
+  1202 AT+CMEE=1 > 1302 > 1803 |OK|
+  1803 log Checking PIN status
+  1803 AT+CPIN? > 1903 > 2404 |+CPIN: READY||OK|
+  2404 log Checking ME activity status
+  2404 AT+CPAS > 2504 > 3005 |+CPAS: 0||OK|
+  3005 log ME is in ready state
+  3005 log Disable modem echo
+  3005 ATE0 > 3105 > 3606 |OK|
+  3606 log Enable long result code format
+  3606 ATV1 > 3706 > 4207 |OK|
+  4207 AT+CMEE=1 > 4307 > 4808 |OK|
+  4808 log Disable network registration unsolicited result code
+  4808 AT+CREG=0 > 4908 > 5409 |OK|
+  5409 log Checking network registration status
+  5409 AT+CREG? > 5509 > 6010 |+CREG: 0,1||OK|
+  6010 log Setting PDU mode in GSM modem
+  6010 AT+CMGF=0 > 6110 > 6611 |OK|
+  6611 log Disable new message indication
+  6611 AT+CNMI=2,0,0,0,0 > 6711 > 7212 |OK|
+  7212 log Setting message memory as 'SM'
+  7212 AT+CPMS="SM",,"SM" > 7312 > 7813 |+CPMS: 0,100,0,100,0,100||OK|
+  7813 log Message memory set as 'SM'
+  7813 log Port COM1 opened [baud=19200 parity=N data=8 stop=1]
+error 0, connected
+)");
+}
+
 TEST(ConnectTest, SendsTheSequenceOnce) {
   Engine engine;
   EXPECT_TRUE(engine.sms.Connect());
