@@ -77,7 +77,7 @@ struct Engine {
     std::string text = dialogue + "error " + code;
     if (!error.empty()) text += " " + error;
     if (code == "0" && previous != "NONE") text += ", previous " + previous;
-    const bool connected = sms.IsConnected(), open = line->IsOpen(1);
+    const bool connected = sms.IsConnected(), open = line->IsAnyOpen();
     text +=
         std::string(connected ? ", connected" : ", disconnected") + (connected == open ? "\n" : " unlike its handle\n");
     line->StartTranscript();

@@ -26,16 +26,6 @@ class SerialPortTest : public testing::Test {
   clsCOMM comm_{line_};
 };
 
-TEST_F(SerialPortTest, OpensInOrder) {
-  std::string name = "COM1";
-  EXPECT_EQ(comm_.CommOpen(1, name, kMode), 0);
-  EXPECT_EQ(name, "\\\\.\\COM1");
-  EXPECT_TRUE(comm_.IsOpen(1));
-  EXPECT_THAT(line_.CallTexts(), ElementsAre("CreateFile \\\\.\\COM1", "SetupComm 4096 1024", "PurgeComm 15",
-                                             "SetCommTimeouts 0 0 750 2 0", "GetCommState",
-                                             std::string("BuildCommDCB ") + kMode, "SetCommState"));
-}
-
 TEST_F(SerialPortTest, PortInUseAndPortOutOfRangeTouchNothing) {
   Open();
   line_.ForgetCalls();

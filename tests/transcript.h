@@ -48,7 +48,7 @@ class TranscriptLine : public SimulatedLine {
  public:
   using SimulatedLine::SimulatedLine;
 
-  // From here on; forgets the calls of before.
+  // Forgets what happened before.
   void StartTranscript() {
     SettleLog();
     ForgetCalls();
@@ -58,6 +58,7 @@ class TranscriptLine : public SimulatedLine {
 
   // What happened since StartTranscript, or the part from the first line that holds `from` to the one in front of the
   // next that holds `to`; its times then count from its first line. Begins with a line end, as R"( and a new line does.
+  // "nothing" when there is no such line.
   std::string Transcript(std::string_view from = {}, std::string_view to = {}) {
     SettleLog();
     std::vector<Call> lines = Merged();
@@ -79,6 +80,13 @@ class TranscriptLine : public SimulatedLine {
       text += shown + "\n";
     }
     return text;
+  }
+
+  bool IsAnyOpen() const {
+    for (int port = 1; port <= 256; ++port) {
+      if (IsOpen(port)) return true;
+    }
+    return false;
   }
 
   std::FILE* OpenFile(std::u16string_view path, const char* mode) override {
@@ -144,8 +152,8 @@ class TranscriptLine : public SimulatedLine {
     if (text(4).starts_with("log ERROR [1012]") && text(5) == kReceived && line[4].ms == line[5].ms) {
       answer = text(4).substr(4);
       length = 6;
-    } else if (text(4).starts_with(kReceived) && text(4) != kReceived) {
-      answer = ReplaceAll(text(4).substr(kReceived.size()), "<cr><lf>", "|");
+    } else if (text(4).starts_with(kReceived)) {
+      answer = text(4) == kReceived ? "(empty)" : ReplaceAll(text(4).substr(kReceived.size()), "<cr><lf>", "|");
     } else {
       return {};
     }
