@@ -391,7 +391,7 @@ TEST(ConnectTest, FailsClosesAndCanBeRepeated) {
       {"", {}, 1006, kError, "", [](Engine& e) { e.line->FailCall("SetCommState", 87); }},
       {"*", silence, 1034, kLines, "AT"},
       {"*", ModemReply::Bytes("\x01\xFF#!"), 1034, kLines, "AT"},
-      {"*", ModemReply::Own().Late(40000), 1034, kLines, "AT"},
+      {"*", ModemReply::Own().Late(4000), 1034, kLines, "AT"},
       {"AT+CPAS", ok("+CPAS: 1"), 2027, End::kErrorThenLines, "AT+CPAS"},
       {"", {}, 2005, kLines, "AT+CPIN?", [](Engine& e) { e.modem.Settings().simPresent = false; }},
       {"AT+CPIN?", line("+CME ERROR: 13"), 2004, kLines, "AT+CPIN?"},
@@ -427,6 +427,7 @@ TEST(ConnectTest, FailsClosesAndCanBeRepeated) {
   const std::string lines = "     0 EscapeCommFunction 6\n     0 EscapeCommFunction 4\n";
   for (const auto& c : kCases) {
     Engine engine;
+    engine.sms.SetTimeout(2000);
     engine.sms.SetPIN(u"1234");
     if (std::string_view(c.command) == "AT+CPIN=*") engine.modem.Settings().pin = "1234";
     c.prepare(engine);
@@ -455,6 +456,7 @@ TEST(ConnectTest, FailsClosesAndCanBeRepeated) {
 TEST(ConnectTest, IsNoSuccessWhenTheLineIsLostOnTheWay) {
   for (int commands = 0; commands <= 13; ++commands) {
     Engine engine;
+    engine.sms.SetTimeout(1000);
     engine.modem.LoseLineAfter(commands);
     EXPECT_EQ(engine.sms.Connect(), commands == 13) << commands;
     EXPECT_EQ(engine.line->IsOpen(1), commands == 13) << commands;
@@ -510,6 +512,7 @@ TEST(ConnectTest, OneCallSendsAWrongPinOnce) {
       engine.modem.Answer("AT+CPIN?", ModemReply::Ok("+CPIN: SIM PIN"));
       engine.modem.Answer("AT+CPIN=*", ModemReply::Line("+CME ERROR: 16"));
       engine.sms.SetPIN(u"9999");
+      engine.sms.SetTimeout(1000);
       call(engine.sms);
       const auto commands = engine.modem.CommandTexts();
       const auto sent = std::count(commands.begin(), commands.end(), "AT+CPIN=\"9999\"");

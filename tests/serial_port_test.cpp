@@ -7,7 +7,6 @@
 namespace tavro {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
 using testing::HasSubstr;
 using testing::IsEmpty;
@@ -31,6 +30,9 @@ TEST_F(SerialPortTest, PortInUseAndPortOutOfRangeTouchNothing) {
   line_.ForgetCalls();
   EXPECT_EQ(Open(), -1);
   EXPECT_EQ(comm_.ErrorText(), "Error (-1): CommOpen - Port in use.");
+  line_.FailCall("PurgeComm", 87);
+  comm_.CommFlush(1);
+  line_.ForgetCalls();
   for (const int port : {0, -1, 257}) {
     std::string name = "COMx", data;
     bool on = true;
@@ -69,7 +71,9 @@ TEST_F(SerialPortTest, EachFailingStepOfOpeningHasItsLabel) {
 TEST_F(SerialPortTest, ReadTakesTheLargerOfQueuedAndRequested) {
   Open();
   std::string data = "old";
+  const auto pumped = line_.PumpCount();
   EXPECT_EQ(comm_.CommRead(1, data, 10), 0);  // nothing queued: at once
+  EXPECT_EQ(line_.PumpCount(), pumped + 1);
   EXPECT_EQ(data, "");
   EXPECT_EQ(line_.Elapsed(), 0);
   line_.QueueInput(1, "0123456789");

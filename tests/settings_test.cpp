@@ -8,96 +8,59 @@ namespace {
 
 using testing::IsEmpty;
 
-// Setting each value in turn gives the error (0: accepted) and reads back.
-template <typename T>
-struct SettingCase {
-  T value;
-  std::int32_t error;
-  T readBack;
-};
+using Text = std::u16string;
 
+// The value at the start; those that are accepted, which read back as they are or as the second of a pair; and those
+// that are rejected with this error and leave the last accepted one.
 template <typename T, typename Get, typename Set>
-void Check(Get get, Set set, T start, std::initializer_list<SettingCase<T>> cases) {
+void Check(Get get, Set set, T start, std::initializer_list<T> accepted,
+           std::initializer_list<std::pair<T, T>> aliases = {}, std::int32_t error = 0,
+           std::initializer_list<T> rejected = {}) {
   Engine engine;
-  EXPECT_EQ((engine.sms.*get)(), start);
-  for (const auto& c : cases) {
-    (engine.sms.*set)(c.value);
-    EXPECT_EQ(engine.sms.ErrorCode(), c.error) << testing::PrintToString(c.value);
-    EXPECT_EQ((engine.sms.*get)(), c.readBack) << testing::PrintToString(c.value);
-    EXPECT_EQ(engine.sms.ErrorCode(), 0);  // the getter has cleared it
+  SMS& sms = engine.sms;
+  T last = start;
+  const auto expect = [&](const T& value, std::int32_t code) {
+    EXPECT_EQ(sms.ErrorCode(), code) << testing::PrintToString(value);
+    EXPECT_EQ((sms.*get)(), last) << testing::PrintToString(value);
+    EXPECT_EQ(sms.ErrorCode(), 0);  // the getter has cleared it
+  };
+  expect(start, 0);
+  const auto accept = [&](const T& value, const T& readBack) {
+    (sms.*set)(value);
+    last = readBack;
+    expect(value, 0);
+  };
+  for (const T& value : accepted) accept(value, value);
+  for (const auto& [value, readBack] : aliases) accept(value, readBack);
+  for (const T& value : rejected) {
+    (sms.*set)(value);
+    expect(value, error);
   }
 }
 
-using Text = std::u16string;
-
 TEST(SettingsTest, AcceptRejectAndReadBack) {
-  Check<Text>(&SMS::Port, &SMS::SetPort, u"COM1",
-              {{u" com3 ", 0, u"COM3"},
-               {u"COM256", 0, u"COM256"},
-               {u"COM0", 1001, u"COM256"},
-               {u"COM257", 1001, u"COM256"},
-               {u"COM", 1001, u"COM256"},
-               {u"COM1.5", 1001, u"COM256"},
-               {u"COM1,2", 1001, u"COM256"},
-               {u"LPT1", 1001, u"COM256"},
-               {u"COMx", 1001, u"COM256"},
-               {u"COM99999999999", 1001, u"COM256"},
-               {u"", 1001, u"COM256"},
-               {Text(u"COM1\0", 5), 1001, u"COM256"}});
+  Check<Text>(
+      &SMS::Port, &SMS::SetPort, u"COM1", {u"COM9", u"COM10", u"COM256"}, {{u" com3 ", u"COM3"}}, 1001,
+      {u"COM0", u"COM257", u"COM", u"COM1.5", u"COM1,2", u"LPT1", u"COMx", u"COM99999999999", u"", Text(u"COM1\0", 5)});
   Check<std::int32_t>(&SMS::BaudRate, &SMS::SetBaudRate, 19200,
-                      {{110, 0, 110},
-                       {300, 0, 300},
-                       {1200, 0, 1200},
-                       {2400, 0, 2400},
-                       {4800, 0, 4800},
-                       {9600, 0, 9600},
-                       {14400, 0, 14400},
-                       {19200, 0, 19200},
-                       {38400, 0, 38400},
-                       {57600, 0, 57600},
-                       {115200, 0, 115200},
-                       {230400, 0, 230400},
-                       {460800, 0, 460800},
-                       {921600, 0, 921600},
-                       {28800, 1002, 921600},
-                       {0, 1002, 921600}});
-  Check<Text>(&SMS::Parity, &SMS::SetParity, u"N",
-              {{u" even ", 0, u"E"},
-               {u"o", 0, u"O"},
-               {u"E", 0, u"E"},
-               {u"mark", 0, u"M"},
-               {u"n", 0, u"N"},
-               {u"M", 0, u"M"},
-               {u"Odd", 0, u"O"},
-               {u"space", 0, u"S"},
-               {u"none", 0, u"N"},
-               {u"S", 0, u"S"},
-               {u"X", 1003, u"S"},
-               {u"", 1003, u"S"},
-               {u"NO", 1003, u"S"}});
-  Check<std::int16_t>(&SMS::DataBits, &SMS::SetDataBits, 8,
-                      {{4, 0, 4}, {5, 0, 5}, {6, 0, 6}, {8, 0, 8}, {7, 0, 7}, {3, 1004, 7}, {9, 1004, 7}});
-  Check<Text>(&SMS::StopBits, &SMS::SetStopBits, u"1",
-              {{u"1.5", 0, u"1.5"}, {u"1", 0, u"1"}, {u"2", 0, u"2"}, {u"1.0", 1005, u"2"}, {u" 1", 1005, u"2"}});
-  Check<std::int32_t>(&SMS::Timeout, &SMS::SetTimeout, 30000,
-                      {{1, 0, 1}, {60000, 0, 60000}, {0, 1008, 60000}, {60001, 1008, 60000}});
-  Check<std::int16_t>(&SMS::LongMessage, &SMS::SetLongMessage, 3,
-                      {{0, 0, 0}, {1, 0, 1}, {3, 0, 3}, {2, 0, 2}, {4, 4005, 2}, {-1, 4005, 2}});
-  Check<bool>(&SMS::DisableCheckPIN, &SMS::SetDisableCheckPIN, false, {{true, 0, true}, {false, 0, false}});
-  Check<std::int32_t>(&SMS::DelayAfterPin, &SMS::SetDelayAfterPin, 15000,
-                      {{1, 0, 1}, {60000, 0, 60000}, {0, 2024, 60000}, {60001, 2024, 60000}});
-  Check<std::int32_t>(&SMS::SendDelay, &SMS::SetSendDelay, 1000,
-                      {{1, 0, 1}, {30000, 0, 30000}, {0, 4013, 30000}, {30001, 4013, 30000}});
-  Check<std::int16_t>(&SMS::SendRetry, &SMS::SetSendRetry, 2, {{0, 0, 0}, {10, 0, 10}, {11, 4013, 10}, {-1, 4013, 10}});
-  Check<std::int16_t>(
-      &SMS::Character, &SMS::SetCharacter, 7,
-      {{16, 0, 16}, {8, 0, 8}, {7, 0, 7}, {2, 0, 16}, {1, 0, 8}, {0, 0, 7}, {3, 4015, 7}, {-8, 4015, 7}});
-  Check<bool>(&SMS::DebugMode, &SMS::SetDebugMode, false, {{true, 0, true}});
-  Check<std::int16_t>(&SMS::LogType, &SMS::SetLogType, 2,
-                      {{0, 0, 0}, {2, 0, 2}, {1, 0, 1}, {3, 8001, 1}, {-1, 8001, 1}});
-  Check<Text>(&SMS::ModemInitString, &SMS::SetModemInitString, u"", {{u"AT&F", 0, u"AT&F"}, {u"", 0, u""}});
-  Check<std::int32_t>(&SMS::ModemCommandDelay, &SMS::SetModemCommandDelay, 100,
-                      {{50, 0, 50}, {5000, 0, 5000}, {49, 1041, 5000}, {5001, 1041, 5000}});
+                      {110, 300, 1200, 2400, 4800, 9600, 14400, 19200, 38400, 57600, 115200, 230400, 460800, 921600},
+                      {}, 1002, {28800, 0});
+  Check<Text>(&SMS::Parity, &SMS::SetParity, u"N", {u"O", u"E", u"M", u"S", u"N"},
+              {{u" even ", u"E"}, {u"o", u"O"}, {u"mark", u"M"}, {u"Odd", u"O"}, {u"space", u"S"}, {u"none", u"N"}},
+              1003, {u"X", u"", u"NO"});
+  Check<std::int16_t>(&SMS::DataBits, &SMS::SetDataBits, 8, {4, 5, 6, 8, 7}, {}, 1004, {3, 9});
+  Check<Text>(&SMS::StopBits, &SMS::SetStopBits, u"1", {u"1.5", u"1", u"2"}, {}, 1005, {u"1.0", u" 1"});
+  Check<std::int32_t>(&SMS::Timeout, &SMS::SetTimeout, 30000, {1, 60000}, {}, 1008, {0, 60001});
+  Check<std::int16_t>(&SMS::LongMessage, &SMS::SetLongMessage, 3, {0, 1, 3, 2}, {}, 4005, {4, -1});
+  Check<bool>(&SMS::DisableCheckPIN, &SMS::SetDisableCheckPIN, false, {true, false});
+  Check<std::int32_t>(&SMS::DelayAfterPin, &SMS::SetDelayAfterPin, 15000, {1, 60000}, {}, 2024, {0, 60001});
+  Check<std::int32_t>(&SMS::SendDelay, &SMS::SetSendDelay, 1000, {1, 30000}, {}, 4013, {0, 30001});
+  Check<std::int16_t>(&SMS::SendRetry, &SMS::SetSendRetry, 2, {0, 10}, {}, 4013, {11, -1});
+  Check<std::int16_t>(&SMS::Character, &SMS::SetCharacter, 7, {16, 8, 7}, {{2, 16}, {1, 8}, {0, 7}}, 4015, {3, -8});
+  Check<bool>(&SMS::DebugMode, &SMS::SetDebugMode, false, {true, false});
+  Check<std::int16_t>(&SMS::LogType, &SMS::SetLogType, 2, {0, 2, 1}, {}, 8001, {3, -1});
+  Check<Text>(&SMS::ModemInitString, &SMS::SetModemInitString, u"", {u"AT&F", u""});
+  Check<std::int32_t>(&SMS::ModemCommandDelay, &SMS::SetModemCommandDelay, 100, {50, 5000}, {}, 1041, {49, 5001});
 }
 
 TEST(SettingsTest, LogWhatIsAcceptedAndWhatIsNot) {
