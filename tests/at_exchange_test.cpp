@@ -8,8 +8,6 @@
 namespace tavro {
 namespace {
 
-using testing::ElementsAre;
-
 class AtExchangeTest : public testing::Test {
  protected:
   AtExchangeTest() {
@@ -27,7 +25,7 @@ class AtExchangeTest : public testing::Test {
 
   TempFolder folder_;
   SimulatedModem modem_;
-  SimulatedLine line_{modem_};
+  TranscriptLine line_{modem_};
   Settings settings_;
   LogHandling log_{line_};
   ErrorState errors_{line_, log_, settings_};
@@ -35,11 +33,19 @@ class AtExchangeTest : public testing::Test {
   AtExchange exchange_{line_, comm_, errors_, log_, settings_};
 };
 
-TEST_F(AtExchangeTest, RemovesTheEchoAndKeepsLineEnds) {
+TEST_F(AtExchangeTest, SendsPacesPurgesReadsAndLogs) {
+  line_.StartTranscript();
   EXPECT_EQ(exchange_.SendCommand("AT+CSQ\r").Text(), "\r\n+CSQ: 23,0\r\n\r\nOK\r\n");
-  EXPECT_EQ(line_.Elapsed(), 100 + 1 + 500);  // pacing from the engine's creation, one poll, the gap
-  EXPECT_THAT(folder_.LogLines(), ElementsAre("Send AT command [AT+CSQ<cr>]", "Send: AT+CSQ<cr>",
-                                              "Recv: <cr><lf>+CSQ: 23,0<cr><lf><cr><lf>OK<cr><lf>"));
+  exchange_.SendCommand("AT\r");
+  EXPECT_EQ(line_.Transcript(), R"(
+     0 log Send AT command [AT+CSQ<cr>]
+     0 SetCommTimeouts 500 4294967295 4294967295 2 0
+   100 PurgeComm 15
+   100 log Send: AT+CSQ<cr>
+   100 WriteFile AT+CSQ<cr> -> 7
+   601 log Recv: <cr><lf>+CSQ: 23,0<cr><lf><cr><lf>OK<cr><lf>
+   601 AT > 701 > 1202 |OK|
+)");
 }
 
 TEST_F(AtExchangeTest, CommandsAreApartByTheDelayAtAnyTickCount) {
@@ -49,8 +55,8 @@ TEST_F(AtExchangeTest, CommandsAreApartByTheDelayAtAnyTickCount) {
       line_.SetTickCount(tick);
       exchange_.MarkCommandEnd();
       const auto start = line_.Elapsed();
-      exchange_.SendCommand("AT\r").Text();
-      exchange_.SendCommand("AT\r").Text();
+      exchange_.SendCommand("AT\r");
+      exchange_.SendCommand("AT\r");
       EXPECT_EQ(line_.Elapsed() - start, 2 * (delay + 501)) << delay << " " << tick;
     }
   }
@@ -72,7 +78,7 @@ TEST_F(AtExchangeTest, SilenceAndAnEchoAloneEndByTheClocksSeconds) {
   } kCases[] = {{1, 1000}, {800, 1000}, {1000, 1000}, {1500, 2000}, {30000, 30000}};
   for (const char* echo : {"ATE0\r", "ATE1\r"}) {
     modem_.ForgetAnswers();
-    exchange_.SendCommand(echo).Text();
+    exchange_.SendCommand(echo);
     modem_.Answer("*", ModemReply::Silence());
     for (const auto& c : kCases) {
       settings_.timeout = c.timeout;
@@ -87,14 +93,25 @@ TEST_F(AtExchangeTest, SilenceAndAnEchoAloneEndByTheClocksSeconds) {
   }
 }
 
-TEST_F(AtExchangeTest, AClockSetBackDoesNotMakeTheWaitEndless) {
-  exchange_.SendCommand("ATE0\r").Text();
+TEST_F(AtExchangeTest, AClockThatIsSetNeitherEndsNorLengthensTheWait) {
+  exchange_.SendCommand("ATE0\r");
   modem_.Answer("*", ModemReply::Silence());
-  settings_.timeout = 2000;
-  const auto start = line_.Elapsed();
-  line_.At(start + 500, [this] { line_.SetWallClock(0); });
-  EXPECT_EQ(exchange_.SendCommand("AT\r").Text(), "");
-  EXPECT_LE(line_.Elapsed() - start, 3200);
+  settings_.timeout = 5000;
+  for (const std::int64_t clock : {std::int64_t{0}, std::int64_t{4000000000000}}) {
+    const auto start = line_.Elapsed();
+    line_.At(start + 500, [this, clock] { line_.SetWallClock(clock); });
+    EXPECT_EQ(exchange_.SendCommand("AT\r").Text(), "");
+    EXPECT_GE(line_.Elapsed() - start, 4000) << clock;
+    EXPECT_LE(line_.Elapsed() - start, 6200) << clock;
+  }
+}
+
+TEST_F(AtExchangeTest, OctetsThatNeverStopEndAfterTenTimesTheTimeout) {
+  settings_.timeout = 1000;
+  modem_.Answer("AT+X", ModemReply::Bytes(std::string(1000, 'x')).InPieces(1, 400));
+  EXPECT_THAT(exchange_.SendCommand("AT+X\r").Text(), testing::StartsWith("xxxxxxxx"));
+  EXPECT_GE(line_.Elapsed(), 10000);
+  EXPECT_LE(line_.Elapsed(), 12000);
 }
 
 TEST_F(AtExchangeTest, OnlyTheBareTextsGetSettlingTime) {
@@ -103,14 +120,14 @@ TEST_F(AtExchangeTest, OnlyTheBareTextsGetSettlingTime) {
     std::int64_t settling;
   } kCases[] = {{"AT+COPS?", 2000}, {"at+cops=?", 2500}, {"AT+CPIN=\"", 3500},
                 {"AT+COPS?\r", 0},  {"AT+COPS=?\r", 0},  {"AT+CPIN=\"1234\"\r", 0}};
-  exchange_.SendCommand("ATE0\r").Text();
+  exchange_.SendCommand("ATE0\r");
   modem_.Answer("*", ModemReply::Silence());
   settings_.timeout = 1;
   for (const auto& c : kCases) {
     line_.SetWallClock(1000000);
     exchange_.MarkCommandEnd();
     const auto start = line_.Elapsed();
-    exchange_.SendCommand(c.command).Text();
+    exchange_.SendCommand(c.command);
     EXPECT_EQ(line_.Elapsed() - start, c.settling > 0 ? 100 + c.settling : 1000) << c.command;
   }
 }
@@ -133,14 +150,22 @@ TEST_F(AtExchangeTest, LostDeviceIsAnErrorWithinTheTimeout) {
 }
 
 TEST_F(AtExchangeTest, BusyModemIsAskedThirtyTimes) {
-  modem_.Answer("AT+CPIN?", ModemReply::Bytes("\r\n+CME ERROR: 515\r\n"));
-  const std::string answer = exchange_.CheckCommandResponse("AT+CPIN?\r").Text();
-  EXPECT_EQ(CleanResponse(answer), "+CME ERROR: 515");
+  exchange_.SendCommand("ATE0\r");
+  modem_.ForgetReceived();
+  line_.StartTranscript();
+  modem_.Answer("AT+CPIN?", ModemReply::Line("+CME ERROR: 515"));
+  EXPECT_EQ(CleanResponse(exchange_.CheckCommandResponse("AT+CPIN?\r").Text()), "+CME ERROR: 515");
   EXPECT_EQ(modem_.Commands().size(), 30u);
+  EXPECT_EQ(line_.Elapsed(), 601 + 601 + 29 * 1501);
   EXPECT_EQ(errors_.LastErrorCode(), 0);
-  EXPECT_EQ(folder_.LogLinesWith("Modem is busy initializing or previous command processing in progress").size(), 29u);
-  EXPECT_EQ(folder_.LogLinesWith("Retrying command after 1000ms delay").size(), 29u);
-  for (std::size_t i = 1; i < 30; ++i) EXPECT_GE(modem_.Commands()[i].ms - modem_.Commands()[i - 1].ms, 1500);
+  const std::string transcript = line_.Transcript();
+  EXPECT_THAT(transcript, testing::StartsWith(R"(
+     0 AT+CPIN? > 100 > 601 |+CME ERROR: 515|
+   601 log Modem is busy initializing or previous command processing in progress
+  1601 log Retrying command after 1000ms delay
+  1601 AT+CPIN? > 1601 > 2102 |+CME ERROR: 515|
+  2102 log Modem is busy)"));
+  EXPECT_THAT(transcript, testing::EndsWith("AT+CPIN? > 43629 > 44130 |+CME ERROR: 515|\n"));
 }
 
 TEST_F(AtExchangeTest, OtherErrorsAreNotRepeated) {
@@ -152,7 +177,7 @@ TEST_F(AtExchangeTest, OtherErrorsAreNotRepeated) {
     modem_.ForgetReceived();
     modem_.ForgetAnswers();
     modem_.Answer("AT+B", ModemReply::Bytes(reply));
-    exchange_.CheckCommandResponse("AT+B\r").Text();
+    exchange_.CheckCommandResponse("AT+B\r");
     EXPECT_EQ(modem_.Commands().size(), 1u) << reply;
   }
 }

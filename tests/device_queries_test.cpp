@@ -8,9 +8,7 @@
 namespace tavro {
 namespace {
 
-using testing::Contains;
 using testing::ElementsAre;
-using testing::IsSupersetOf;
 
 struct TextQuery {
   const char* name;
@@ -71,20 +69,113 @@ TEST(DeviceQueryTest, TextAnswers) {
   }
 }
 
-TEST(DeviceQueryTest, SecondCommandWhereTheFirstIsUnknown) {
+// By the second command where there is one.
+TEST(DeviceQueryTest, AllDialogues) {
   Engine engine;
-  for (const char* first : {"AT+GMI", "AT+GMM", "AT+CGSN", "AT+GMR"})
-    engine.modem.Answer(first, ModemReply::Line("ERROR"));
-  EXPECT_EQ(engine.sms.Manufacturer(), u"Simulated");
-  EXPECT_EQ(engine.sms.Model(), u"Tavro Modem");
-  EXPECT_EQ(engine.sms.IMEI(), u"490154203237518");
-  EXPECT_EQ(engine.sms.Revision(), u"1.0");
-  EXPECT_EQ(engine.sms.ErrorCode(), 0);
-  EXPECT_THAT(engine.modem.CommandTexts(), IsSupersetOf({"AT+CGMI", "AT+CGMM", "AT+GSN", "AT+CGMR"}));
-  EXPECT_THAT(engine.folder.LogLines(),
-              IsSupersetOf({"AT+GMI not supported. Trying AT+CGMI", "AT+CGSN not supported. Trying AT+GSN",
-                            "Reading modem manufacturer information", "Modem manufacturer: 'Simulated'",
-                            "Modem Firmware Revision: '1.0'"}));
+  SMS& sms = engine.sms;
+  for (const char* lacking : {"AT+GMI", "AT+GMM", "AT+CGSN", "AT+GMR"}) {
+    engine.modem.Answer(lacking, ModemReply::Line("ERROR"));
+  }
+  sms.Connect();
+  engine.line->StartTranscript();
+  EXPECT_EQ(sms.Manufacturer(), u"Simulated");
+  EXPECT_EQ(sms.Model(), u"Tavro Modem");
+  EXPECT_EQ(sms.IMEI(), u"490154203237518");
+  EXPECT_EQ(sms.Revision(), u"1.0");
+  EXPECT_EQ(sms.IMSI(), u"262019876543210");
+  EXPECT_EQ(sms.BatteryLevel(), 80);
+  EXPECT_EQ(sms.OwnNumber(), u"+491701234567");
+  EXPECT_EQ(sms.SignalStrength(), 74);  // 46 of 62 dB: 74.2
+  EXPECT_EQ(sms.SignalStrengthDB(), -67);
+  sms.SetSMSC(u"+919812345678");
+  EXPECT_EQ(sms.SMSC(), u"+919812345678");
+  EXPECT_EQ(sms.Network(), u"TAVRONET");
+  EXPECT_EQ(sms.NetworkEx(), u"Tavronet");
+  sms.SetMessageMemory(u" me ");
+  EXPECT_EQ(sms.MessageMemory(), u"ME");
+  EXPECT_EQ(engine.Transcript(), R"(
+     0 log Reading modem manufacturer information
+     0 AT+GMI > 100 > 601 |ERROR|
+   601 log AT+GMI not supported. Trying AT+CGMI
+   601 AT+CGMI > 701 > 1202 |Simulated||OK|
+  1202 log Modem manufacturer: 'Simulated'
+  1202 log Reading modem model information
+  1202 AT+GMM > 1302 > 1803 |ERROR|
+  1803 log AT+GMM not supported. Trying AT+CGMM
+  1803 AT+CGMM > 1903 > 2404 |Tavro Modem||OK|
+  2404 log Modem model: 'Tavro Modem'
+  2404 log Reading modem IMEI
+  2404 AT+CGSN > 2504 > 3005 |ERROR|
+  3005 log AT+CGSN not supported. Trying AT+GSN
+  3005 AT+GSN > 3105 > 3606 |490154203237518||OK|
+  3606 log Modem IMEI: '490154203237518'
+  3606 log Reading modem firmware revision
+  3606 AT+GMR > 3706 > 4207 |ERROR|
+  4207 log AT+GMR not supported. Trying AT+CGMR
+  4207 AT+CGMR > 4307 > 4808 |1.0||OK|
+  4808 log Modem Firmware Revision: '1.0'
+  4808 log Reading IMSI
+  4808 AT+CIMI > 4908 > 5409 |262019876543210||OK|
+  5409 log IMSI: '262019876543210'
+  5409 log Reading battery charge level
+  5409 AT+CBC > 5509 > 6010 |+CBC: 0,80||OK|
+  6010 log Battery charge level: '80%'
+  6010 log Reading own number
+  6010 AT+CNUM > 6110 > 6611 |+CNUM: "Own","+491701234567",145||OK|
+  6611 log Own Number: +491701234567
+  6611 log Reading GSM signal strength in DB
+  6611 AT+CSQ > 6711 > 7212 |+CSQ: 23,0||OK|
+  7212 log GSM signal strength: '-67dB'
+  7212 log Reading GSM signal strength in DB
+  7212 AT+CSQ > 7312 > 7813 |+CSQ: 23,0||OK|
+  7813 log GSM signal strength: '-67dB'
+  7813 log Setting SMSC as '+919812345678'
+  7813 AT+CSCA="+919812345678" > 7913 > 8414 |OK|
+  8414 log SMSC number set as '+919812345678'
+  8414 log Reading SMSC number
+  8414 AT+CSCA? > 8514 > 9015 |+CSCA: "+919812345678",145||OK|
+  9015 log SMSC: +919812345678
+  9015 log Reading network information
+  9015 AT+COPS? > 9115 > 9616 |+COPS: 0,0,"Tavronet"||OK|
+  9616 log Network: TAVRONET
+  9616 log Reading network information (NetworkEx)
+  9616 AT+COPS=? > 9716 > 10217 |+COPS: (2,"Tavronet","Tavro","26299"),(1,"Othernet","Other","26298"),,(0,1,3),(0-2)||OK|
+ 10217 log Network: Tavronet
+ 10217 log Setting message memory as 'ME'
+ 10217 AT+CPMS="ME",,"ME" > 10317 > 10818 |+CPMS: 0,255,0,100,0,255||OK|
+ 10818 log Message memory set as 'ME'
+ 10818 log Reading message memory setting
+ 10818 AT+CPMS? > 10918 > 11419 |+CPMS: "ME",0,255,"SM",0,100,"ME",0,255||OK|
+ 11419 log Message memory type: 'ME'
+error 0, connected
+)");
+}
+
+// Those that need the SIM ask for its state when the port is closed, and raise its error.
+TEST(DeviceQueryTest, SomeNeedAModemThatIsReady) {
+  const std::pair<const char*, void (*)(SMS&)> kCalls[] = {
+      {"AT+CNUM", [](SMS& sms) { sms.OwnNumber(); }},
+      {"AT+CSQ", [](SMS& sms) { sms.SignalStrength(); }},
+      {"AT+CSQ", [](SMS& sms) { sms.SignalStrengthDB(); }},
+      {"AT+CSCA?", [](SMS& sms) { sms.SMSC(); }},
+      {"AT+CSCA=\"1\"", [](SMS& sms) { sms.SetSMSC(u"1"); }},
+      {"AT+COPS?", [](SMS& sms) { sms.Network(); }},
+      {"AT+COPS=?", [](SMS& sms) { sms.NetworkEx(); }},
+      {"AT+CPMS?", [](SMS& sms) { sms.MessageMemory(); }},
+      {"AT+CPMS=\"ME\",,\"ME\"", [](SMS& sms) { sms.SetMessageMemory(u"ME"); }},
+      {"AT+CREG?", [](SMS& sms) { sms.Validity(); }},
+  };
+  for (const auto& [command, call] : kCalls) {
+    Engine engine;
+    engine.line->StartTranscript();
+    call(engine.sms);
+    EXPECT_EQ(engine.modem.CommandTexts().back(), command);
+    EXPECT_THAT(engine.Transcript(), testing::StartsWith("\n     0 log Send AT command [AT+CMEE=1<cr>]\n")) << command;
+    Engine locked;
+    locked.modem.Settings().pin = "1234";
+    call(locked.sms);
+    EXPECT_EQ(locked.ErrorText(), "Blank PIN is not allowed (Modem is waiting for PIN)") << command;
+  }
 }
 
 TEST(DeviceQueryTest, Battery) {
@@ -132,37 +223,41 @@ TEST(DeviceQueryTest, Signal) {
   EXPECT_EQ(NetworkInfo::SignalPercent(99), -1);
 }
 
-TEST(DeviceQueryTest, ServiceCentreIsSetAndNeverBecomesACommand) {
+TEST(DeviceQueryTest, WhatCannotBeSet) {
   Engine engine;
   engine.sms.Connect();
-  engine.sms.SetSMSC(u"+919812345678");
-  EXPECT_EQ(engine.sms.ErrorCode(), 0);
-  EXPECT_EQ(engine.modem.CommandTexts().back(), "AT+CSCA=\"+919812345678\"");
-  EXPECT_THAT(engine.folder.LogLines(),
-              IsSupersetOf({"Setting SMSC as '+919812345678'", "SMSC number set as '+919812345678'"}));
   engine.modem.ForgetReceived();
-  for (const char16_t* bad : {u"1\"", u"1\r", u"1\n"}) {
+  for (const char16_t* bad : {u"1\"", u"1\r", u"1\n", u"12\b", u"1\x7F", u"\x1A", u"1\x1F"}) {
     engine.sms.SetSMSC(bad);
-    EXPECT_EQ(engine.sms.ErrorCode(), 4002);
+    EXPECT_EQ(engine.ErrorText(), "Unable to save SMSC");
+  }
+  for (const char16_t* bad : {u"XX", u"MT", u"", u"SME"}) {
+    engine.sms.SetMessageMemory(bad);
+    EXPECT_EQ(engine.ErrorText(), "Invalid message memory setting");
   }
   EXPECT_TRUE(engine.modem.Commands().empty());
-  EXPECT_EQ(engine.sms.SMSC(), u"+919812345678");
-}
-
-TEST(DeviceQueryTest, MessageMemory) {
-  Engine engine;
-  engine.sms.Connect();
-  engine.sms.SetMessageMemory(u" me ");
-  EXPECT_EQ(engine.sms.ErrorCode(), 0);
-  EXPECT_EQ(engine.modem.CommandTexts().back(), "AT+CPMS=\"ME\",,\"ME\"");
-  EXPECT_EQ(engine.sms.MessageMemory(), u"ME");
-  engine.sms.SetMessageMemory(u"XX");
-  EXPECT_EQ(engine.sms.ErrorCode(), 2001);
+  engine.modem.Answer("AT+CSCA=*", ModemReply::Line("ERROR"));
+  engine.sms.SetSMSC(u"12345");
+  EXPECT_EQ(engine.sms.ErrorCode(), 4002);
+  EXPECT_EQ(engine.sms.SMSC(), u"+491710760000");
   engine.modem.ForgetReceived();
   engine.modem.Answer("AT+CPMS=*", ModemReply::Line("ERROR"));
-  engine.sms.SetMessageMemory(u"SM");
+  engine.sms.SetMessageMemory(u"ME");
   EXPECT_EQ(engine.ErrorText(), "Modem does not support selected message memory");
-  EXPECT_THAT(engine.modem.CommandTexts(), ElementsAre("AT+CPMS=\"SM\",,\"SM\"", "AT+CPMS=\"SM\",,\"SM\""));
+  EXPECT_THAT(engine.modem.CommandTexts(), ElementsAre("AT+CPMS=\"ME\",,\"ME\"", "AT+CPMS=\"ME\",,\"ME\""));
+}
+
+// A modem that is set to MT by other means keeps it.
+TEST(DeviceQueryTest, MemoryThatTheModemReportsIsRestored) {
+  for (const char* memory : {"MT", "SR"}) {
+    Engine engine;
+    engine.modem.Answer("AT+CPMS?", ModemReply::Ok("+CPMS: \"" + std::string(memory) + "\" , 1,255,\"SM\",0,10,,,"));
+    EXPECT_EQ(engine.line->ToCodePage(engine.sms.MessageMemory()), memory);
+    engine.sms.Disconnect();
+    engine.sms.Connect();
+    EXPECT_EQ(engine.modem.CommandTexts().back(),
+              memory == std::string("MT") ? "AT+CPMS=\"MT\",,\"MT\"" : "AT+CPMS=\"SM\",,\"SM\"");
+  }
 }
 
 TEST(DeviceQueryTest, SilenceGivesTheExchangesError) {

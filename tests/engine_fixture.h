@@ -11,9 +11,9 @@
 #include <vector>
 
 #include "base/text.h"
-#include "simulator/simulated_line.h"
 #include "simulator/simulated_modem.h"
 #include "tavro/sms.h"
+#include "transcript.h"
 
 namespace tavro {
 
@@ -70,9 +70,38 @@ struct Engine {
 
   std::string ErrorText() { return line->ToCodePage(sms.ErrorDescription()); }
 
+  // The transcript (see transcript.h) with a last line that says how the call ended: its error, or else the warning
+  // that it left as the previous one, and whether the port is open. Clears the error.
+  std::string Transcript(std::string_view from = {}, std::string_view to = {}) {
+    const std::string dialogue = line->Transcript(from, to), code = std::to_string(sms.ErrorCode());
+    const std::string error = ErrorText(), previous = PreviousError();
+    std::string text = dialogue + "error " + code;
+    if (!error.empty()) text += " " + error;
+    if (code == "0" && previous != "NONE") text += ", previous " + previous;
+    const bool connected = sms.IsConnected(), open = line->IsAnyOpen();
+    text +=
+        std::string(connected ? ", connected" : ", disconnected") + (connected == open ? "\n" : " unlike its handle\n");
+    line->StartTranscript();
+    return text;
+  }
+
+  // The error before the last one, "NONE" when there was none since this was asked last. Raises one itself.
+  std::string PreviousError() {
+    const bool debug = sms.DebugMode();
+    const std::int16_t logType = sms.LogType();
+    sms.SetLogType(0);
+    sms.SetDebugMode(true);
+    sms.SetCharacter(-1);
+    const std::string box = line->ToCodePage(line->MessageBoxes().back().text);
+    sms.SetDebugMode(debug);
+    sms.SetLogType(logType);
+    const std::string previous = RemoveAll(box.substr(box.find("Previous Error: ") + 16), "\r\n");
+    return previous == "ERROR 4015: Invalid character encoding" ? "NONE" : previous;
+  }
+
   TempFolder folder;
   SimulatedModem modem;
-  std::shared_ptr<SimulatedLine> line = std::make_shared<SimulatedLine>(modem);
+  std::shared_ptr<TranscriptLine> line = std::make_shared<TranscriptLine>(modem);
   SMS sms;
 };
 

@@ -20,7 +20,7 @@ class ErrorStateTest : public testing::Test {
   }
 
   TempFolder folder_;
-  SimulatedLine line_;
+  TranscriptLine line_;
   Settings settings_;
   LogHandling log_{line_};
   ErrorState errors_{line_, log_, settings_};
@@ -52,16 +52,18 @@ TEST_F(ErrorStateTest, NegativeCodeIsSilentAndSurvivesClearing) {
   EXPECT_THAT(line_.MessageBoxes(), IsEmpty());
 }
 
-TEST_F(ErrorStateTest, DebugModeShowsErrorAndPreviousOne) {
+TEST_F(ErrorStateTest, DebugModeShowsErrorAndPreviousOneBeforeTheyAreLogged) {
   settings_.debugMode = true;
   errors_.SetError(kNoSim);
   errors_.Warn(kModemNotFound);  // dropped: the first one stands
-  errors_.SetError(kBlankPin);
-  ASSERT_EQ(line_.MessageBoxes().size(), 2u);
+  errors_.SetError(1006, "a\r\nb");
+  EXPECT_EQ(line_.Transcript(), R"(
+     0 box ERROR 2005: No SIM card is inserted<cr><lf><cr><lf>Previous Error: NONE
+     0 log ERROR [2005] No SIM card is inserted
+     0 box ERROR 1006: a<cr><lf>b<cr><lf><cr><lf>Previous Error: <cr><lf>ERROR 2005: No SIM card is inserted
+     0 log ERROR [1006] a<cr><lf>b
+)");
   EXPECT_EQ(line_.MessageBoxes()[0].text, u"ERROR 2005: No SIM card is inserted\r\n\r\nPrevious Error: NONE");
-  EXPECT_EQ(line_.MessageBoxes()[1].text,
-            u"ERROR 2014: Blank PIN is not allowed (Modem is waiting for PIN)\r\n\r\nPrevious Error: \r\n"
-            u"ERROR 2005: No SIM card is inserted");
   EXPECT_EQ(line_.MessageBoxes()[1].style, 16u);
   EXPECT_EQ(line_.MessageBoxes()[1].title, u"Tavro SMS Component");
 }

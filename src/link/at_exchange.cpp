@@ -80,14 +80,17 @@ Answer AtExchange::SendCommand(const std::string& command) {
     if (written < 0 && closeConnection_) closeConnection_();
     return {};
   }
-  const Answer answer = ReadAnswer(command);
-  if (answer.IsEmpty()) errors_.SetError(kCannotReadResponse);
-  log_.WriteLog("Recv: " + answer.Text());
-  return answer;
+  std::optional<Answer> answer = ReadAnswer(command);
+  if (!answer) {
+    errors_.SetError(kCannotReadResponse);
+    answer.emplace();
+  }
+  log_.WriteLog("Recv: " + answer->Text());
+  return *answer;
 }
 
 // The first read that brings more than the command's own echo.
-Answer AtExchange::ReadAnswer(const std::string& command) {
+std::optional<Answer> AtExchange::ReadAnswer(const std::string& command) {
   if (const std::uint32_t settling = SettlingTime(command)) platform_.Sleep(settling);
   const std::string echo = Upper(Trim(command));
   std::string answer;
@@ -101,7 +104,7 @@ Answer AtExchange::ReadAnswer(const std::string& command) {
   // An echo goes; line ends stay.
   switch (lastEnd_) {
     case AnswerSorter::End::kNone:
-      return Answer(RemoveAll(answer, command));
+      return Answer(RemoveAll(answer, command));  // which may leave nothing
     case AnswerSorter::End::kOk:
       return Answer(answer, Answer::Result::kOk);
     default:

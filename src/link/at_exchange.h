@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <string>
 #include <string_view>
 
@@ -79,7 +80,7 @@ class AtExchange {
 
  private:
   std::int32_t WriteOctets(std::string_view data);
-  Answer ReadAnswer(const std::string& command);
+  std::optional<Answer> ReadAnswer(const std::string& command);
   bool AwaitAtInterval(std::uint32_t interval, const Completion& isComplete);
   bool AwaitResult(std::int32_t limit, const Completion& isComplete);
   bool Sort(AnswerSorter& sorter);
