@@ -4,7 +4,6 @@
 
 #include "outgoing/encodings.h"
 #include "outgoing/message_parts.h"
-#include "outgoing/message_reference.h"
 #include "tavro/long_message_type.h"
 
 namespace tavro {
@@ -150,15 +149,6 @@ TEST(MessagePartsTest, MarksFormattedParts) {
   ASSERT_EQ(parts.texts.size(), 3u);
   EXPECT_EQ(parts.texts[1], Letters(148) + u"..\r-Msg 2/3-");
   EXPECT_EQ(parts.texts[2], Letters(4) + u"\r-Msg 3/3-");
-}
-
-TEST(MessageReferenceTest, RunsFrom1To255) {
-  MessageReference reference;
-  EXPECT_EQ(reference.Value(), 1);
-  for (int i = 0; i < 254; ++i) reference.Advance();
-  EXPECT_EQ(reference.Value(), 255);
-  reference.Advance();
-  EXPECT_EQ(reference.Value(), 1);
 }
 
 }  // namespace
