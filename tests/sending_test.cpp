@@ -298,6 +298,16 @@ TEST(SendingTest, NeverSendsThePartsBehindAFailure) {
   EXPECT_EQ(sender.line->Elapsed() - sender.modem.Pdus()[1].ms, 1000);  // it does not wait on after the error
 }
 
+// The message is out, but an error that an event of the application's left while it waited is not passed over.
+TEST(SendingTest, AnErrorThatIsStillPendingFailsIt) {
+  Sender sender;
+  sender.line->At(sender.line->Elapsed() + 700, [&] { sender.sms.SetBaudRate(9600); });
+  EXPECT_EQ(sender.Send(), "-");
+  EXPECT_EQ(sender.sms.ErrorCode(), 1009);
+  EXPECT_EQ(sender.modem.Pdus().size(), 1u);
+  EXPECT_EQ(sender.folder.LogLines().back(), "Message sending failed");
+}
+
 TEST(SendingTest, NumbersMessagesFrom1To255) {
   Sender sender;
   sender.sms.SetLogType(0);
