@@ -122,6 +122,9 @@ TEST(SendingTest, TheWholeDialogueOfAFailure) {
    100 WriteFile AT+CMGS=19<cr> -> )";
   const std::string prompt = "\n   601 log Recv: >\n   601 WriteFile " + std::string(kHelloPdu) + "<sub> -> ";
   const std::string pdu = "\n   601 log PDU: " + std::string(kHelloPdu) + "\n";
+  const auto cancelled = [](const std::string& ms, const std::string& escapeMs) {
+    return ms + " log Cancelling the message\n" + escapeMs + " WriteFile <esc> -> 1\n";
+  };
   const auto end = [](const std::string& ms, const std::string& code, const std::string& text) {
     return ms + " EscapeCommFunction 6\n" + ms + " EscapeCommFunction 4\n" + ms + " CloseHandle\n" + ms +
            " log ERROR [" + code + "] " + text + "\nerror " + code + " " + text + ", disconnected\n";
@@ -132,21 +135,15 @@ TEST(SendingTest, TheWholeDialogueOfAFailure) {
   } cases[] = {
       {[](Sender& s) { s.line->ShortenWrite(3); },
        command + "3\n   100 log Comm Error: [0] \n" + end("   100", "4009", "Send message command error")},
-      {[](Sender& s) { s.modem.ApplyFault("no-prompt"); }, command + "11\n" + R"(  5000 log Recv: 
-  5000 log Modem Response: 
-  5000 log Cancelling the message
-  5000 WriteFile <esc> -> 1
-)" + end("  5000", "4010", "Invalid response to send message command")},
+      {[](Sender& s) { s.modem.ApplyFault("no-prompt"); },
+       command + "11\n  5000 log Recv: \n  5000 log Modem Response: \n" + cancelled("  5000", "  5000") +
+           end("  5000", "4010", "Invalid response to send message command")},
       {[](Sender& s) { s.line->ShortenWrite(20, 1); },
-       command + "11" + prompt + "20" + pdu + R"(   601 log Comm Error: [0] 
-   601 log Cancelling the message
-   701 WriteFile <esc> -> 1
-)" + end("   701", "4011", "Submit PDU error")},
+       command + "11" + prompt + "20" + pdu + "   601 log Comm Error: [0] \n" + cancelled("   601", "   701") +
+           end("   701", "4011", "Submit PDU error")},
       {[](Sender& s) { s.modem.AnswerPdu(ModemReply::Silence()); },
-       command + "11" + prompt + "55" + pdu + R"(  5101 log Modem Response: 
-  5101 log Cancelling the message
-  5101 WriteFile <esc> -> 1
-)" + end("  5101", "4012", "Invalid response to submit PDU [Response: ]")},
+       command + "11" + prompt + "55" + pdu + "  5101 log Modem Response: \n" + cancelled("  5101", "  5101") +
+           end("  5101", "4012", "Invalid response to submit PDU [Response: ]")},
   };
   for (const auto& c : cases) {
     Sender sender;
@@ -316,12 +313,12 @@ TEST(SendingTest, NumbersMessagesFrom1To255) {
   const auto next = [&] { return ByteToHex(static_cast<std::int16_t>(reference % 255 + 1)); };
   for (int i = 0; i <= 255; ++i) {
     sender.modem.ForgetReceived();
-    sender.Send(std::u16string(161, u'x'));
+    sender.Send(std::u16string(400, u'x'));
     if (i > 0) {
-      ASSERT_EQ(sender.Concatenation(0), next() + "0201");
+      ASSERT_EQ(sender.Concatenation(0), next() + "0301");
     }
     reference = static_cast<int>(HexToLong(sender.Concatenation(0).substr(0, 2)));
-    ASSERT_EQ(sender.Concatenation(1).substr(2), "0202");
+    ASSERT_EQ(sender.Concatenation(1).substr(2), "0302");
   }
   sender.sms.SetLongMessage(MessageSplit);
   EXPECT_EQ(Split(sender.Send(std::u16string(161, u'x')), ",").size(), 2u);
