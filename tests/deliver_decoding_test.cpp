@@ -121,13 +121,26 @@ TEST(DeliverDecoding, AlphanumericSenders) {
   } cases[] = {
       {"07919471016700000409D0D4B05DFE060000423050417090400735D0181D96CF01", u"Tavro"},  // five spare bits
       {"0791947101670000040DD0D4F29C9E769F0100004230504170904001F8", u"Testing"},        // seven: no "@" behind it
-      {"0791947101670000040ED0D637396C7EBBCB0000423050417090400178", u"Vodafone"},       // none
+      {"0791947101670000040DD1D4F29C9E769F0100004230504170904001F8", u"Testing"},        // whatever the numbering plan
+      {"0791947101670000040DDFD4F29C9E769F0100004230504170904001F8", u"Testing"},
+      {"0791947101670000040ED0D637396C7EBBCB0000423050417090400178", u"Vodafone"},  // no spare bits
       {"07919471016700000415D0C3B0B900DAA0829B1428060000423050417090400178", u"Caf\u00E9 {A} 1"},
   };
   for (const auto& c : cases) {
     const DecodedEntry entry = Decode(c.pdu);
     ASSERT_EQ(entry.action, Action::kStore) << c.pdu;
     EXPECT_EQ(entry.record.content->phone, c.phone);
+  }
+}
+
+TEST(DeliverDecoding, OnlyAnInternationalNumberOfTheTelephonePlanHasAPlus) {
+  for (const std::string type : {"91", "81", "90", "92", "99", "11", "A1", "B1"}) {
+    const DecodedEntry entry =
+        Decode("02" + type + "21040C" + type + "947110325476" + "0000" + "42305041709040" + "00");
+    ASSERT_EQ(entry.action, Action::kStore) << type << ": " << entry.remark;
+    const std::u16string plus = type == "91" ? u"+" : u"";
+    EXPECT_EQ(entry.record.content->smsc, plus + u"12") << type;
+    EXPECT_EQ(entry.record.content->phone, plus + u"491701234567") << type;
   }
 }
 
@@ -186,7 +199,10 @@ TEST(DeliverDecoding, ConcatenationHeaders) {
       {Pdu("44", "00", "16050003110302E6E5F1DB4D066D78F0B09CBEF101"), 17, 3, 2, u"second [part]"},
       {Pdu("44", "04", "0C050003FFFFFE6F6374657473"), 255, 255, 254, u"octets"},
       {Pdu("44", "08", "8C050003010201" + ideographs), 1, 2, 1, std::u16string(67, u'\u4E16')},
+      // Specific to the service centre: read in the same layout, whatever the element's own length says.
       {Pdu("44", "00", "1205C003010203E663D01C5E1EA7CDE931"), 1, 2, 3, u"sc specific"},
+      {Pdu("44", "00", "1205CF00010203E663D01C5E1EA7CDE931"), 1, 2, 3, u"sc specific"},
+      {Pdu("44", "00", "1205DF09010203E663D01C5E1EA7CDE931"), 1, 2, 3, u"sc specific"},
       {Pdu("44", "00", "07050003000000" + std::string("00")), 0, 0, 0, u""},  // no text, and numbers without sense
   };
   for (const auto& c : cases) {
@@ -219,7 +235,11 @@ TEST(DeliverDecoding, WhatIsDeletedAndWhatIsSkipped) {
        "its user-data header is not supported"},
       {Pdu("44", "04", "0B0605040B8423F070757368"), Action::kDelete, "its user-data header is not supported"},
       {Pdu("44", "04", "09040402F0F170757368"), Action::kDelete, "its user-data header is not supported"},
-      {Pdu("44", "04", "0A0525030102034142434400"), Action::kDelete, "its user-data header is not supported"},
+      {Pdu("44", "04", "0A05BF030102034142434400"), Action::kDelete, "its user-data header is not supported"},
+      {Pdu("44", "04", "0A05E0030102034142434400"), Action::kDelete, "its user-data header is not supported"},
+      {Pdu("44", "04", "0C0A00030102010003010202" + std::string("41")), Action::kDelete,
+       "its user-data header is not supported"},  // two concatenations
+      {Pdu("44", "C0", "0A0525030102034142434400"), Action::kSkip, "data coding scheme C0 is not supported"},
       {Pdu("44", "04", "0A0500010B000041424344"), Action::kDelete, "its user-data header is not supported"},
       {Pdu("44", "04", "0A0500040102034142434400"), Action::kSkip, "the user-data header contradicts its length"},
       {Pdu("44", "04", "0A0A00030102034142434400"), Action::kSkip, "the user-data header contradicts its length"},
@@ -292,20 +312,30 @@ TEST(DeliverDecoding, TimeStamps) {
   }
 }
 
-// A message that lost octets on the line may look like one of another kind: it must not be deleted for that.
+// A message that lost octets on the line, a UART's queue of 16 digits perhaps, may look like one of another kind: it
+// must not be deleted for that.
 TEST(DeliverDecoding, WhatIsNotAsLongAsAnnouncedIsNotDeleted) {
   const std::string whole = Pdu("04", "00", "076376783E07C100");
-  for (std::size_t lost = 0; lost + 2 <= whole.size(); lost += 2) {
-    EXPECT_NE(DecodeEntry("7,1,," + LengthOf(whole), whole.substr(0, lost) + whole.substr(lost + 2)).action,
-              Action::kDelete)
-        << lost;
+  for (const std::size_t digits : {2, 16}) {
+    for (std::size_t lost = 0; lost + digits <= whole.size(); lost += 2) {
+      EXPECT_NE(DecodeEntry("7,1,," + LengthOf(whole), whole.substr(0, lost) + whole.substr(lost + digits)).action,
+                Action::kDelete)
+          << lost;
+    }
   }
+  // Its 25 octets are counted without the service centre's, and without those that fill the record on the SIM.
   const std::string report = "07911326040000F006050B911346610089F6208062917314082080629173140800";
   for (const char* header : {"7,1,,25", "7,1,\"a,b\",25"}) {
     EXPECT_EQ(DecodeEntry(header, report).action, Action::kDelete) << header;
+    EXPECT_EQ(DecodeEntry(header, report + "FFFF").action, Action::kDelete) << header;
   }
-  for (const char* header : {"7,1,,26", "7,1,,33", "7,1", "7,1,,"}) {
+  for (const char* header : {"7,1,,24", "7,1,,26", "7,1,,33", "7,1", "7,1,,"}) {
     EXPECT_EQ(DecodeEntry(header, report).action, Action::kSkip) << header;
+  }
+  for (const char* header : {"7,1,,24", "7,1,,33"}) {
+    const DecodedEntry stored = DecodeEntry(header, whole);
+    EXPECT_EQ(stored.action, Action::kStore);
+    EXPECT_EQ(stored.remark, "it is not as long as the modem says");
   }
 }
 

@@ -2,11 +2,8 @@
 
 #include <gtest/gtest.h>
 
-#include <set>
-
 #include "outgoing/encodings.h"
 #include "outgoing/message_parts.h"
-#include "outgoing/message_reference.h"
 #include "tavro/long_message_type.h"
 
 namespace tavro {
@@ -152,20 +149,6 @@ TEST(MessagePartsTest, MarksFormattedParts) {
   ASSERT_EQ(parts.texts.size(), 3u);
   EXPECT_EQ(parts.texts[1], Letters(148) + u"..\r-Msg 2/3-");
   EXPECT_EQ(parts.texts[2], Letters(4) + u"\r-Msg 3/3-");
-}
-
-TEST(MessageReferenceTest, StartsByTheTimeAndRunsFrom1To255) {
-  std::set<int> starts;
-  for (std::int64_t now = 1709647629000; now < 1709647629255; ++now) starts.insert(MessageReference(now).Value());
-  EXPECT_EQ(starts.size(), 255u);
-  EXPECT_EQ(*starts.begin(), 1);
-
-  MessageReference reference(0);
-  EXPECT_EQ(reference.Value(), 1);
-  for (int i = 0; i < 254; ++i) reference.Advance();
-  EXPECT_EQ(reference.Value(), 255);
-  reference.Advance();
-  EXPECT_EQ(reference.Value(), 1);
 }
 
 }  // namespace

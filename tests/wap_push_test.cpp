@@ -43,6 +43,8 @@ const PushCase kPushes[] = {
      "080F03412E4200870378000AC30620091231233010C306201001010130010378000101"},
     {"no prefix, 'u' .edu/, created 2010-01-31T09:05:00, U+1F600", u"u.edu", u"\U0001F600", 2, kJanuary, u"0", "30",
      "070B037500860AC3062010013109050103F09F9880000101"},
+    {"http:// 'a' .net/, created 2009-11-15T16:30:00, 'Hi'", u"http://a.Net", u"Hi", 2, kAutumn, u"0", "2E",
+     "070C036100870AC30620091115163001034869000101"},
     // .com/ comes first of the domains, wherever it stands.
     {"http:// 'a.org/b' .com/, created 2009-11-15T16:30:00, 'Hi'", u"http://a.org/b.com", u"Hi", 2, kAutumn, u"0", "34",
      "070C03612E6F72672F6200850AC30620091115163001034869000101"},
@@ -80,19 +82,39 @@ TEST(WapPushTest, IsWhatTheStandardsDecode) {
   }
 }
 
-TEST(WapPushTest, LogsAPushOfNow) {
-  Pusher pusher;
-  pusher.line->SetWallClock(1257206400000);  // 2009-11-03 00:00:00
-  pusher.wap->SetExpiry(u"24H");
-  EXPECT_TRUE(pusher.wap->Send());
-  const auto log = pusher.folder.LogLines();
-  EXPECT_EQ(log[log.size() - 6],
-            "Sending WAP push to +919812345678 [Action: 2; Create: 2009-11-03 00:00:00; Expiry: 2009-11-04 00:00:00]");
-  EXPECT_EQ(log.back(), "Wap push sent");
-  EXPECT_TRUE(Contains(pusher.modem.Pdus().at(0).text,
-                       "0AC30420091103"
-                       "10C30420091104"
-                       "01"));
+// Created at the time of sending, which is midnight; valid for 4 days.
+TEST(WapPushTest, TheWholeDialogue) {
+  Engine engine;
+  ASSERT_TRUE(engine.sms.Connect());
+  engine.sms.SetValidity(u"4D");
+  const auto wap = engine.sms.WapPush();
+  wap->SetDestination(u"+919812345678");
+  wap->SetText(u"Hi");
+  wap->SetURL(u"http://www.a.com/b");
+  wap->SetAction(3);
+  wap->SetExpiry(u"24H");
+  engine.line->SetWallClock(1257206400000);  // 2009-11-03 00:00:00
+  engine.line->StartTranscript();
+  EXPECT_TRUE(wap->Send());
+  const std::string pdu = "079194710167000051000C9119892143658700F5AA36"s + kDocumentStart +
+                          "080D036100850362000AC3042009110310C30420091104010348690001"
+                          "01";
+  EXPECT_EQ(engine.Transcript(), R"(
+     0 log Sending WAP push to +919812345678 [Action: 3; Create: 2009-11-03 00:00:00; Expiry: 2009-11-04 00:00:00]
+     0 log Reading SMSC number
+     0 AT+CSCA? > 100 > 601 |+CSCA: "+491710760000",145||OK|
+   601 log SMSC: +491710760000
+   601 SetCommTimeouts 500 4294967295 4294967295 3 0
+   701 PurgeComm 15
+   701 log Modem Command: AT+CMGS=68<cr>
+   701 WriteFile AT+CMGS=68<cr> -> 11
+  1202 log Recv: >
+  1202 WriteFile )" + pdu + R"(<sub> -> 153
+  1202 log PDU: )" + pdu + R"(
+  2202 log Modem Response: <cr><lf>+CMGS: 1<cr><lf><cr><lf>OK<cr><lf>
+  2202 log Wap push sent
+error 0, connected
+)");
 }
 
 TEST(WapPushTest, HoldsTheLengthOfOneMessage) {

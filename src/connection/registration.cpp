@@ -111,16 +111,21 @@ bool Registration::VerifySim() {
   return false;
 }
 
-bool Registration::Verify() { return manner_.needsNetworkForAll ? VerifyNetwork() : VerifySim(); }
+// Whether a connection stands only with a network.
+bool Registration::ConnectionNeedsNetwork() const { return manner_.needsNetworkForAll; }
+
+bool Registration::Verify() { return ConnectionNeedsNetwork() ? VerifyNetwork() : VerifySim(); }
 
 bool Registration::EnsureRegistered() { return (state_.IsReady() && state_.registered) || Verify(); }
 
-bool Registration::EnsureNetwork() { return (state_.IsReady() && state_.registered) || VerifyNetwork(); }
+bool Registration::EnsureNetwork() {
+  return ConnectionNeedsNetwork() || (state_.IsReady() && state_.registered) || VerifyNetwork();
+}
 
 bool Registration::EnsureReady() { return RaiseUnless((state_.IsReady() && exchange_.IsPortOpen()) || Verify()); }
 
 bool Registration::EnsureReadyForNetwork() {
-  return EnsureReady() && RaiseUnless(state_.registered || VerifyNetwork());
+  return EnsureReady() && RaiseUnless(EnsureNetwork());
 }
 
 bool Registration::RaiseUnless(bool ready) {

@@ -20,7 +20,7 @@ class Registration : DialoguePart {
 
   // Whether the modem is ready and known to be registered; verifies it when not. On failure Error holds the reason.
   bool EnsureRegistered();
-  // The same for what cannot be done without a network, in either manner: sending.
+  // Before something is sent: the same, where it was not asked while connecting.
   bool EnsureNetwork();
   // Before a query: whether the modem is ready on an open port; verifies the registration when not, and raises the
   // reason on failure.
@@ -29,6 +29,7 @@ class Registration : DialoguePart {
   bool EnsureReadyForNetwork();
 
  private:
+  bool ConnectionNeedsNetwork() const;
   bool VerifyNetwork();
   bool VerifySim();
   bool RaiseUnless(bool ready);

@@ -9,9 +9,10 @@ namespace tavro {
 
 class MessageReference {
  public:
-  // `now` in milliseconds.
+  // `now` in milliseconds, multiplied by an odd number without pattern (Knuth, 6.4), so that also the starts of a
+  // program that runs every full minute are spread.
   explicit MessageReference(std::int64_t now)
-      : wide_(static_cast<int>(1 + static_cast<std::uint64_t>(now) % kLargestWide)) {}
+      : wide_(1 + static_cast<int>((static_cast<std::uint64_t>(now) * 11400714819323198485U >> 32) % kLargestWide)) {}
 
   int Value() const { return 1 + (wide_ - 1) % 255; }
   // The same of 16 bits: 1 to 65535.
