@@ -1,6 +1,7 @@
 // The commands of ITU-T V.250 and 3GPP TS 27.007.
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "simulator/looped_message.h"
 #include "simulator/modem_state.h"
@@ -82,23 +83,55 @@ CommandResult EnterPin(ModemState& modem, const AtCommand& command) {
 
 CommandResult Pin(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return {};
-  if (!modem.settings.simPresent) return EquipmentError(kCmeNoSim);
+  const ModemSettings& settings = modem.settings;
+  if (!settings.simPresent) return EquipmentError(kCmeNoSim);
+  if (modem.FindsSimBusy()) return EquipmentError(kCmeSimBusy);
   if (command.kind == Kind::kSet) return EnterPin(modem, command);
   if (command.kind != Kind::kRead) return Error();
-  if (!modem.IsLocked()) return Info("+CPIN: READY");
-  return Info(modem.settings.pinAttempts > 0 ? "+CPIN: SIM PIN" : "+CPIN: SIM PUK");
+  const std::string state = !modem.IsLocked() ? settings.readyState : settings.pinAttempts > 0 ? "SIM PIN" : "SIM PUK";
+  return Info("+CPIN: " + (settings.quotesPinState ? "\"" + state + "\"" : state));
+}
+
+// The attempts that are left for one password, or all of them.
+CommandResult PinAttempts(ModemState& modem, const AtCommand& command) {
+  const ModemSettings& settings = modem.settings;
+  if (!settings.tellsPinAttempts || command.kind == Kind::kRead) return Error();
+  if (!settings.simPresent) return EquipmentError(kCmeNoSim);
+  if (modem.FindsSimBusy()) return EquipmentError(kCmeSimBusy);
+  if (command.kind == Kind::kTest) return {};
+  std::string wanted = command.kind == Kind::kSet ? command.Values()[0] : "*";
+  const bool isPrefix = wanted.ends_with('*');
+  if (isPrefix) wanted.pop_back();
+  const std::pair<std::string_view, std::string> kAttempts[] = {
+      {"SIM PIN", std::to_string(settings.pinAttempts) + ",3"},
+      {"SIM PUK", "10,10"},
+      {"SIM PIN2", "3,3"},
+      {"SIM PUK2", "10,10"}};
+  CommandResult result;
+  for (const auto& [name, attempts] : kAttempts) {
+    if (isPrefix ? !name.starts_with(wanted) : name != wanted) continue;
+    result.info += (result.info.empty() ? "+CPINR: " : "\r\n+CPINR: ") + std::string(name) + "," + attempts;
+  }
+  return result.info.empty() ? EquipmentError(kCmeBadParameter) : result;
 }
 
 CommandResult Registration(ModemState& modem, const AtCommand& command) {
+  const std::vector<int>& statuses = modem.Registrations(command.name);
+  if (statuses.empty() && command.name != "+CREG" && command.name != "+CGREG") return Error();
   if (command.kind != Kind::kRead) return RunOption(modem, command);
-  const int format = modem.Option(command.name), status = modem.Registration();
+  const int format = modem.Option(command.name), status = modem.Registration(command.name);
   const bool registered = modem.IsRegistered();
-  if (command.name == "+CREG" && modem.functionality == 1 && !modem.IsLocked() &&
-      modem.registrationQueries + 1 < modem.settings.registration.size()) {
-    ++modem.registrationQueries;
+  std::size_t& queries = modem.registrationQueries[command.name];
+  if (modem.functionality == 1 && !modem.IsLocked() && queries + 1 < statuses.size()) ++queries;
+  constexpr std::pair<std::string_view, std::string_view> kPlaces[] = {{"+CREG", ",\"00C3\",\"0A1B\""},
+                                                                       {"+CGREG", ",\"00C3\",\"0A1B\""},
+                                                                       {"+CEREG", ",\"00C3\",\"00000A1B\",7"},
+                                                                       {"+C5GREG", ",\"0000C3\",\"0000000A1B\",11"}};
+  std::string info = command.name + ": " + std::to_string(format) + "," + std::to_string(status);
+  for (const auto& [name, place] : kPlaces) {
+    if (format == 2 && registered && name == command.name) info += place;
   }
-  return Info(command.name + ": " + std::to_string(format) + "," + std::to_string(status) +
-              (format == 2 && registered ? ",\"00C3\",\"0A1B\"" : ""));
+  return Info(std::move(info));
 }
 
 CommandResult Battery(ModemState& modem, const AtCommand& command) {
@@ -235,8 +268,11 @@ constexpr Entry kGeneralCommands[] = {
     {"+CPAS", Activity},
     {"+CFUN", Functionality},
     {"+CPIN", Pin},
+    {"+CPINR", PinAttempts},
     {"+CREG", Registration},
     {"+CGREG", Registration},
+    {"+CEREG", Registration},
+    {"+C5GREG", Registration},
     {"+CGATT", RunOption},
     {"+CBC", Battery},
     {"+CSQ", Signal},

@@ -211,6 +211,7 @@ CommandHandler FindMessageCommand(std::string_view name) {
 }
 
 CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex) {
+  if (entry == ModemState::Entry::kUnexpected) return Error();
   if (!OctetsFromHex(pduHex) || TpduLength(pduHex) != modem.entryLength) return MessageError(kCmsBadPdu);
   if (entry == ModemState::Entry::kSend) return Send(modem, pduHex, "+CMGS: ");
   const int location = modem.store.Put(modem.memories[1], pduHex, modem.entryStat);
@@ -224,8 +225,8 @@ int ReceiveMessage(ModemState& modem, std::string_view pduHex) {
   const int location = modem.store.Put(modem.memories[2], pduHex, 0);
   const bool announced = modem.indications[0] != 0 && modem.indications[isReport ? 3 : 1] != 0;
   if (location != 0 && announced) {
-    modem.unsolicited.push_back((isReport ? "\r\n+CDSI: \"" : "\r\n+CMTI: \"") + modem.memories[2] + "\"," +
-                                std::to_string(location) + "\r\n");
+    modem.unsolicited.push_back((isReport ? "+CDSI: \"" : "+CMTI: \"") + modem.memories[2] + "\"," +
+                                std::to_string(location));
   }
   return location;
 }
