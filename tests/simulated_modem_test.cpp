@@ -12,6 +12,7 @@
 #include <utility>
 #include <vector>
 
+#include "simulator/long_message.h"
 #include "simulator/printable.h"
 #include "simulator/simulated_line.h"
 
@@ -111,6 +112,15 @@ ModemSettings WithTwoAttempts() {
   return settings;
 }
 
+ModemSettings InUcs2() {
+  ModemSettings settings;
+  settings.ucs2 = true;
+  settings.serviceCentre = "+1";
+  settings.ownNumber = "4";
+  settings.operators = {{2, "\u00C9", "E", "26299"}};
+  return settings;
+}
+
 ModemSettings OddOperator() {
   ModemSettings settings;
   settings.operators = {{1, "A,B;C", "A", "26299"}};
@@ -160,6 +170,12 @@ const Dialogue kDialogues[] = {
      {"ATE0\r", "AT+CEREG?\r", "AT+CMGS=19\r", std::string(kSubmit) + "\x1a"},
      "\r\n+CMGS: 1\r\n\r\nOK\r\n",
      OnLteForMessages()},
+    {"CentreInUcs2",
+     {"ATE0\r", "AT+CSCA?;+CNUM;+COPS?;+CSCS?\r"},
+     "\r\n+CSCA: \"002B0031\",145\r\n\r\n+CNUM: \"004F0077006E\",\"0034\",129\r\n\r\n+COPS: 0,0,\"00C9\"\r\n"
+     "\r\n+CSCS: \"UCS2\"\r\n\r\nOK\r\n",
+     InUcs2()},
+    {"Ucs2Left", {"ATE0\r", "AT+CSCS=\"GSM\"\r", "AT+CSCA?\r"}, "\r\n+CSCA: \"+1\",145\r\n\r\nOK\r\n", InUcs2()},
     {"Prompt", {"ATE0\r", "AT+CMGS=19\r"}, "\r\n> "},
     {"Escape", {"ATE0\r", "AT+CMGS=19\r", "0011\x1b"}, "\r\nOK\r\n"},
     {"WrongLength", {"ATE0+CMEE=1\r", "AT+CMGS=19\r", "0011\x1a"}, "\r\n+CMS ERROR: 304\r\n"},
@@ -290,6 +306,51 @@ TEST(SimulatedModemTest, MemoriesHaveTheirCapacities) {
   EXPECT_EQ(Talk(modem, "AT+CMGD=1\r"), "\r\nOK\r\n");
   EXPECT_EQ(Talk(modem, "AT+CMGR=3\r"), "\r\n+CMGR: 0,,0\r\n03\r\n\r\nOK\r\n") << "ME follows SM";
   EXPECT_EQ(modem.Store("04"), 1) << "the place that became free";
+}
+
+TEST(SimulatedModemTest, ListsInOtherForms) {
+  SimulatedModem modem;
+  modem.Settings().echo = false;
+  modem.Store("0001", 1);
+  modem.Store("0002", 2);
+  modem.Settings().listsEverything = true;
+  modem.Settings().listing = "{location},{stat},{pdu}";
+  modem.Settings().pduFilledTo = 4;
+  EXPECT_EQ(Talk(modem, "AT+CMGL=0\r"), "\r\n+CMGL: 1,1,0001FFFF\r\n+CMGL: 2,2,0002FFFF\r\n\r\nOK\r\n");
+  modem.Settings().lineEnd = "\n";
+  EXPECT_EQ(Talk(modem, "AT+CMGR=2\r"), "\n+CMGR: 2,0002FFFF\n\nOK\n");
+}
+
+TEST(SimulatedModemTest, AnotherMessageTakesThePlaceOfADeletedOne) {
+  SimulatedModem modem;
+  modem.Settings().echo = false;
+  modem.Store("0001");
+  modem.Store("0002");
+  modem.IncomingWhenFreed("0003");
+  ASSERT_TRUE(modem.ApplyFault("delete-silence-once"));
+  EXPECT_EQ(Talk(modem, "AT+CNMI=2,1;+CMGD=1\r"), "\r\nOK\r\n\r\n+CMTI: \"SM\",1\r\n");
+  EXPECT_EQ(Talk(modem, "AT+CMGD=2\r"), "") << "deleted, but it does not say so";
+  EXPECT_EQ(Talk(modem, "AT+CMGL=4\r"), "\r\n+CMGL: 1,0,,1\r\n0003\r\n\r\nOK\r\n");
+}
+
+// The octets from 3GPP TS 23.040, 9.2.2.1 and 9.2.3.24.1.
+TEST(SimulatedModemTest, LongMessages) {
+  const std::string front =
+      "0791947101670000"
+      "44"
+      "0C91947110325486"
+      "0008"
+      "42305041709000";
+  EXPECT_THAT(MakeLongMessage({.parts = {"a", "\u20AC"}, .reference = 255}), ElementsAre(front + "08"
+                                                                                                 "050003FF0201"
+                                                                                                 "0061",
+                                                                                         front + "08"
+                                                                                                 "050003FF0202"
+                                                                                                 "20AC"));
+  EXPECT_THAT(MakeLongMessage({.parts = {"a"}, .reference = 258, .hasWideReference = true}),
+              ElementsAre(front + "09"
+                                  "06080401020101"
+                                  "0061"));
 }
 
 TEST(SimulatedModemTest, RulesReplaceAnswersInTheirOrder) {

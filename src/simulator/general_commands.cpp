@@ -146,13 +146,14 @@ CommandResult Signal(ModemState& modem, const AtCommand& command) {
   return Info("+CSQ: " + std::to_string(signal) + (signal == 99 ? ",99" : ",0"));
 }
 
-// The two that have the same characters where our answers have any.
-CommandResult CharacterSet(ModemState&, const AtCommand& command) {
+// The two that have the same characters where our answers have any; UCS2 is left and never entered.
+CommandResult CharacterSet(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return Info("+CSCS: (\"GSM\",\"IRA\")");
-  if (command.kind == Kind::kRead) return Info("+CSCS: \"GSM\"");
+  if (command.kind == Kind::kRead) return Info(modem.settings.ucs2 ? "+CSCS: \"UCS2\"" : "+CSCS: \"GSM\"");
   const std::vector<std::string> values = command.Values();
-  return values.size() == 1 && (values[0] == "GSM" || values[0] == "IRA") ? CommandResult{}
-                                                                          : EquipmentError(kCmeBadParameter);
+  if (values.size() != 1 || (values[0] != "GSM" && values[0] != "IRA")) return EquipmentError(kCmeBadParameter);
+  if (!modem.settings.characterSetStuck) modem.settings.ucs2 = false;
+  return {};
 }
 
 CommandResult Capabilities(ModemState&, const AtCommand&) { return Info("+GCAP: +CGSM"); }
@@ -187,7 +188,8 @@ CommandResult FacilityLock(ModemState& modem, const AtCommand& command) {
 CommandResult SubscriberNumber(ModemState& modem, const AtCommand& command) {
   const std::string& number = modem.settings.ownNumber;
   if (command.kind == Kind::kTest || number.empty()) return {};
-  return Info("+CNUM: \"Own\",\"" + number + "\"," + (number.starts_with('+') ? "145" : "129"));
+  return Info("+CNUM: " + Quoted(modem, "Own") + "," + Quoted(modem, number) + "," +
+              (number.starts_with('+') ? "145" : "129"));
 }
 
 std::string OperatorName(const NetworkOperator& network, int format) {
@@ -197,8 +199,8 @@ std::string OperatorName(const NetworkOperator& network, int format) {
 CommandResult ListOperators(const ModemState& modem) {
   std::string text = "+COPS: ";
   for (const NetworkOperator& network : modem.settings.operators) {
-    text += "(" + std::to_string(network.status) + ",\"" + network.longName + "\",\"" + network.shortName + "\",\"" +
-            network.number + "\"),";
+    text += "(" + std::to_string(network.status) + "," + Quoted(modem, network.longName) + "," +
+            Quoted(modem, network.shortName) + "," + Quoted(modem, network.number) + "),";
   }
   return Info(text + ",(0,1,3),(0-2)");
 }
@@ -229,8 +231,8 @@ CommandResult Operator(ModemState& modem, const AtCommand& command) {
   const auto current = std::find_if(operators.begin(), operators.end(),
                                     [](const NetworkOperator& network) { return network.status == 2; });
   if (!modem.IsRegistered() || current == operators.end()) return Info("+COPS: 0");
-  return Info("+COPS: 0," + std::to_string(modem.operatorFormat) + ",\"" +
-              OperatorName(*current, modem.operatorFormat) + "\"");
+  return Info("+COPS: 0," + std::to_string(modem.operatorFormat) + "," +
+              Quoted(modem, OperatorName(*current, modem.operatorFormat)));
 }
 
 struct Entry {

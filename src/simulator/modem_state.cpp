@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "platform/utf8.h"
+#include "simulator/looped_message.h"
+
 namespace tavro {
 
 namespace {
@@ -127,6 +130,13 @@ CommandResult RunOption(ModemState& modem, const AtCommand& command) {
     default:
       return Error();
   }
+}
+
+std::string Quoted(const ModemState& modem, std::string_view text) {
+  if (!modem.settings.ucs2) return "\"" + std::string(text) + "\"";
+  std::string octets;
+  for (const char16_t unit : FromUtf8(text)) octets.append({static_cast<char>(unit >> 8), static_cast<char>(unit)});
+  return "\"" + HexFromOctets(octets) + "\"";
 }
 
 CommandResult RunCommand(ModemState& modem, const AtCommand& command) {

@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
@@ -72,6 +73,8 @@ struct ModemState {
   Entry entry = Entry::kNone;
   int entryLength = 0, entryStat = 0;
 
+  std::deque<std::string> waiting;  // messages of the network that come when a location becomes free
+
   // Lines of the modem's own accord that a command brought about, said behind its answer.
   std::vector<std::string> unsolicited;
 
@@ -91,8 +94,10 @@ struct ModemState {
 CommandResult RunCommand(ModemState& modem, const AtCommand& command);
 // Ends the entry that a prompt began.
 CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex);
-// A message from the network; its location, 0 when the memory is full.
-int ReceiveMessage(ModemState& modem, std::string_view pduHex);
+// A message from the network, at the first free location or this one; its location, 0 when the memory is full.
+int ReceiveMessage(ModemState& modem, std::string_view pduHex, int location = 0);
+// A text of an answer that depends on AT+CSCS, in quotes; the text is in UTF-8.
+std::string Quoted(const ModemState& modem, std::string_view text);
 
 // The handlers, by command name; null when the name is none of theirs.
 using CommandHandler = CommandResult (*)(ModemState& modem, const AtCommand& command);

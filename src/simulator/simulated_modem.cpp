@@ -15,7 +15,6 @@ namespace {
 
 constexpr char kBackspace = 8, kDelete = 127, kEndOfPdu = 26, kEscape = 27;
 constexpr std::size_t kLongestLine = 1024;  // of a command or a PDU
-constexpr std::string_view kPdu = "PDU";    // stands for a PDU where rules name commands
 
 struct Rule {
   CommandPattern pattern;
@@ -226,11 +225,8 @@ void SimulatedModem::Earlier(std::string_view bytes) {
 ModemSettings& SimulatedModem::Settings() { return state_->modem.settings; }
 
 void SimulatedModem::Answer(std::string_view command, ModemReply reply, int times) {
-  state_->commandRules.push_back({CommandPattern(command, times), std::move(reply)});
-}
-
-void SimulatedModem::AnswerPdu(ModemReply reply, int times) {
-  state_->pduRules.push_back({CommandPattern(kPdu, times), std::move(reply)});
+  std::vector<Rule>& rules = command == kPdu ? state_->pduRules : state_->commandRules;
+  rules.push_back({CommandPattern(command, times), std::move(reply)});
 }
 
 void SimulatedModem::Interject(Interjection interjection, std::string_view command, int times) {
@@ -273,6 +269,8 @@ int SimulatedModem::Incoming(std::string_view pdu, std::int64_t nowMs) {
   state_->FlushUnsolicited();
   return location;
 }
+
+void SimulatedModem::IncomingWhenFreed(std::string pdu) { state_->modem.waiting.push_back(std::move(pdu)); }
 
 std::vector<StoredMessage> SimulatedModem::Stored(std::string_view memory) const {
   std::vector<StoredMessage> stored;

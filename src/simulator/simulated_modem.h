@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "simulator/message_store.h"
@@ -33,6 +34,7 @@ class SimulatedModem {
   };
 
   static constexpr int kAlways = -1;
+  static constexpr std::string_view kPdu = "PDU";  // stands for a PDU where rules name commands
 
   explicit SimulatedModem(ModemSettings settings = {});
   ~SimulatedModem();
@@ -62,7 +64,7 @@ class SimulatedModem {
   // command that ends with "> " it takes one too, and refuses it.
   void Answer(std::string_view command, ModemReply reply, int times = kAlways);
   // The same for the PDUs that follow a prompt. Unless the reply is Executed, the message is not sent.
-  void AnswerPdu(ModemReply reply, int times = kAlways);
+  void AnswerPdu(ModemReply reply, int times = kAlways) { Answer(kPdu, std::move(reply), times); }
   // Removes all rules of both kinds.
   void ForgetAnswers();
 
@@ -72,7 +74,7 @@ class SimulatedModem {
   // Every so many milliseconds, but never within another line.
   void UnsolicitedEvery(std::string_view line, std::int64_t everyMs, std::int64_t fromMs = 0);
   // In the answers to the next `times` commands that match the pattern, as Answer has it, whatever rule answers them.
-  // "PDU" is the result of a PDU, "*" every answer.
+  // kPdu is the result of a PDU, "*" every answer.
   void Interject(Interjection interjection, std::string_view command = "*", int times = kAlways);
   // Bytes at a later time, as they are.
   void Output(std::string bytes, std::int64_t dueMs);
@@ -98,6 +100,8 @@ class SimulatedModem {
   // An SMS-DELIVER or SMS-STATUS-REPORT from the network: stored where the modem receives into, and announced when
   // AT+CNMI asked for it. Returns the location, 0 when the memory is full.
   int Incoming(std::string_view pdu, std::int64_t nowMs);
+  // One that comes as soon as a location becomes free, and takes that one.
+  void IncomingWhenFreed(std::string pdu);
   // In the order of their locations.
   std::vector<StoredMessage> Stored(std::string_view memory = "SM") const;
 
