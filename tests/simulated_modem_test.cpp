@@ -1,4 +1,4 @@
-// The simulated modem and the line to it in virtual time, on which the other tests stand.
+// The simulated modem, on which the other tests stand.
 #include "simulator/simulated_modem.h"
 
 #include <gmock/gmock.h>
@@ -6,24 +6,18 @@
 
 #include <cstdint>
 #include <limits>
-#include <stdexcept>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 #include "simulator/long_message.h"
-#include "simulator/printable.h"
-#include "simulator/simulated_line.h"
 
 namespace tavro {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr std::int64_t kLater = std::numeric_limits<std::int64_t>::max();
-constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
 
 std::string Talk(SimulatedModem& modem, std::string_view bytes, std::int64_t ms = 0) {
   modem.Receive(bytes, ms);
@@ -393,267 +387,6 @@ TEST(SimulatedModemTest, RulesReplaceAnswersInTheirOrder) {
   EXPECT_THAT(modem.CommandTexts(),
               ElementsAre("AT+CSQ", "AT+CSQ", "AT+CSQ", "AT+CSQ", "AT", "AT+CMGS=19", "ATI", "AT"));
   EXPECT_EQ(modem.Commands()[3].ms, 1000);
-}
-
-// What is sent, and when, and what comes back until 10 s have passed.
-struct Situation {
-  const char* name;
-  void (*prepare)(SimulatedModem& modem);
-  std::vector<std::pair<std::int64_t, std::string>> sent;
-  std::vector<std::string> heard;  // "<milliseconds> <bytes>"
-};
-
-void PrintTo(const Situation& situation, std::ostream* out) { *out << situation.name; }
-
-class ModemSituation : public testing::TestWithParam<Situation> {};
-
-TEST_P(ModemSituation, IsHeardAtItsTime) {
-  SimulatedModem modem;
-  modem.Settings().echo = false;
-  GetParam().prepare(modem);
-  std::vector<std::string> heard;
-  const auto listenUntil = [&](std::int64_t ms) {
-    for (auto due = modem.NextOutput(); due && *due < ms; due = modem.NextOutput()) {
-      heard.push_back(std::to_string(*due) + " " + Printable(modem.TakeOutput(*due)));
-    }
-  };
-  for (const auto& [ms, bytes] : GetParam().sent) {
-    listenUntil(ms);
-    modem.Receive(bytes, ms);
-  }
-  listenUntil(10000);
-  EXPECT_EQ(heard, GetParam().heard);
-}
-
-using Moment = Interjection::Moment;
-
-const Situation kSituations[] = {
-    {"LinesOfItsOwnBeforeInsideAndBehindAnAnswer",
-     [](SimulatedModem& modem) {
-       modem.Interject({Moment::kBehind, "CALL"}, "AT+CSQ");
-       modem.Interject({Moment::kBefore, "+CMT: ,19\r\n0011"}, "AT+CSQ", 1);
-       modem.Interject({Moment::kBeforeResult, "RING"}, "at+c*", 1);
-       modem.Interject({Moment::kBeforeResult, "NEVER"}, "PDU");
-     },
-     {{0, "AT+CSQ\r"}, {10, "AT+CSQ\r"}},
-     {"0 <cr><lf>+CMT: ,19<cr><lf>0011<cr><lf><cr><lf>+CSQ: 23,0<cr><lf><cr><lf>RING<cr><lf><cr><lf>OK<cr><lf>"
-      "<cr><lf>CALL<cr><lf>",
-      "10 <cr><lf>+CSQ: 23,0<cr><lf><cr><lf>OK<cr><lf><cr><lf>CALL<cr><lf>"}},
-    {"BetweenTheLinesOfAListingInTwoPieces",
-     [](SimulatedModem& modem) {
-       modem.Store("0001");
-       modem.Store("0002", 2);
-       modem.Interject({Moment::kBeforeLine, "RING", 3, 400}, "AT+CMGL=4");
-       modem.Interject({Moment::kBeforeLine, "NEVER", 5}, "AT+CMGL=4");
-     },
-     {{0, "AT+CMGL=4\r"}},
-     {"0 <cr><lf>+CMGL: 1,0,,1<cr><lf>0001<cr><lf><cr><lf>RI",
-      "400 NG<cr><lf>+CMGL: 2,2,,1<cr><lf>0002<cr><lf><cr><lf>OK<cr><lf>"}},
-    {"AroundThePromptAndTheResultOfAMessage",
-     [](SimulatedModem& modem) {
-       modem.Interject({Moment::kBefore, "A"}, "AT+CMGS=*");
-       modem.Interject({Moment::kBehind, "B"}, "AT+CMGS=*");
-       modem.Interject({Moment::kBefore, "C"}, "PDU");
-       modem.Settings().sendMs = 3000;
-     },
-     {{0, "AT+CMGS=19\r"}, {100, kSubmitNational + std::string("\x1a")}},
-     {"0 <cr><lf>A<cr><lf><cr><lf>> <cr><lf>B<cr><lf>",
-      "3100 <cr><lf>C<cr><lf><cr><lf>+CMGS: 1<cr><lf><cr><lf>OK<cr><lf>"}},
-    {"PeriodicLinesNeverWithinAnother",
-     [](SimulatedModem& modem) {
-       modem.UnsolicitedEvery("^RSSI: 17", 4000, 1000);
-       modem.Settings().pieceSize = 8;
-       modem.Settings().pieceGapMs = 1500;
-     },
-     {{4000, "AT+CSQ\r"}},
-     {"1000 <cr><lf>^RSSI: 17<cr><lf>", "4000 <cr><lf>+CSQ: ", "5500 23,0<cr><lf><cr><lf><cr><lf>^RSSI: 17<cr><lf>",
-      "7000 OK<cr><lf>", "9000 <cr><lf>^RSSI: 17<cr><lf>"}},
-    {"ResultLateLostAndFirst",
-     [](SimulatedModem& modem) {
-       modem.Answer("AT+CSQ", ModemReply::Own().ResultLate(2000), 1);
-       modem.Answer("AT+CSQ", ModemReply::Own().WithoutResult(), 1);
-       modem.Settings().resultFirst = true;
-       modem.Settings().lineEnd = "\r\r\n";
-     },
-     {{0, "AT+CPIN?\r"}, {1000, "AT+CSQ\r"}, {4000, "AT+CSQ\r"}},
-     {"0 <cr><cr><lf>OK<cr><cr><lf><cr><cr><lf>+CPIN: READY<cr><cr><lf>",
-      "3000 <cr><cr><lf>OK<cr><cr><lf><cr><cr><lf>+CSQ: 23,0<cr><cr><lf>", "4000 <cr><cr><lf>+CSQ: 23,0<cr><cr><lf>"}},
-    {"EndlessAnswerEndsWithTheNextByte",
-     [](SimulatedModem& modem) { modem.Answer("AT+CSQ", ModemReply::Endless("x", 300), 1); },
-     {{0, "AT+CSQ\r"}, {700, "AT\r"}},
-     {"0 x", "300 x", "600 x", "700 <cr><lf>OK<cr><lf>"}},
-    {"PromptWithoutReason",
-     [](SimulatedModem& modem) { modem.Answer("AT+CSQ", ModemReply::Bytes("\r\n> ")); },
-     {{0, "AT+CSQ\r"}, {1, "AT\r"}, {2, "\x1b"}, {3, "AT+CSQ\r"}, {4, "00\x1a"}},
-     {"0 <cr><lf>> ", "2 <cr><lf>OK<cr><lf>", "3 <cr><lf>> ", "4 <cr><lf>ERROR<cr><lf>"}},
-    {"LearnsTheBaudRate",
-     [](SimulatedModem& modem) {
-       modem.Settings().echo = true;
-       modem.Settings().deafCommands = 2;
-     },
-     {{0, "AT\r\n"}, {1, "\r"}, {2, "AT\r\n"}, {3, "AT\r"}},
-     {"3 AT<cr><cr><lf>OK<cr><lf>"}},
-    {"StartsAndReadsItsSim",
-     [](SimulatedModem& modem) {
-       modem.Settings().startMs = 2000;
-       modem.Settings().simBusyMs = 4000;
-       modem.Settings().simBusyCommands = 1;
-       modem.Unsolicited("^SYSSTART", 2500);
-     },
-     {{1000, "AT\r"}, {3000, "AT+CMEE=1\r"}, {4000, "AT+CPIN?\r"}, {4500, "AT+CMGL\r"}, {5000, "AT+CPIN?\r"}},
-     {"2500 <cr><lf>^SYSSTART<cr><lf>", "3000 <cr><lf>OK<cr><lf>", "4000 <cr><lf>+CME ERROR: 14<cr><lf>",
-      "4500 <cr><lf>+CMS ERROR: 314<cr><lf>", "5000 <cr><lf>+CPIN: READY<cr><lf><cr><lf>OK<cr><lf>"}},
-    {"LeftAtItsPrompt",
-     [](SimulatedModem& modem) { modem.Earlier("AT+CMGS=19\r0011"); },
-     {{0, "AT\r"}, {1, "\x1b"}, {2, "AT\r"}},
-     {"1 <cr><lf>OK<cr><lf>", "2 <cr><lf>OK<cr><lf>"}},
-    {"LeftWithHalfACommand",
-     [](SimulatedModem& modem) { modem.Earlier("ATE0\rAT+CM"); },
-     {{0, "AT\r"}, {1, "AT\r"}},
-     {"0 <cr><lf>ERROR<cr><lf>", "1 <cr><lf>OK<cr><lf>"}},
-    {"LeftWithNumbersForResults",
-     [](SimulatedModem& modem) { modem.Earlier("ATV0\r"); },
-     {{0, "AT\r"}, {1, "ATV1\r"}},
-     {"0 0<cr>", "1 <cr><lf>OK<cr><lf>"}},
-};
-
-INSTANTIATE_TEST_SUITE_P(Situations, ModemSituation, testing::ValuesIn(kSituations),
-                         [](const auto& instance) { return std::string(instance.param.name); });
-
-struct TimedRead {
-  const char* name;
-  SerialTimeOuts timeOuts;
-  std::uint32_t size;
-  std::vector<std::pair<std::int64_t, std::string>> output;  // when, what
-  std::string expected;
-  std::int64_t elapsedMs;
-};
-
-void PrintTo(const TimedRead& read, std::ostream* out) { *out << read.name; }
-
-class LineRead : public testing::TestWithParam<TimedRead> {};
-
-TEST_P(LineRead, EndsAsTheTimeOutsSay) {
-  SimulatedModem modem;
-  SimulatedLine line(modem, 7);
-  const SerialDriver::Handle handle = line.Open("\\\\.\\COM7");
-  ASSERT_GT(handle, 0);
-  ASSERT_TRUE(line.SetTimeOuts(handle, GetParam().timeOuts));
-  for (const auto& [ms, bytes] : GetParam().output) modem.Output(bytes, ms);
-  char buffer[16];
-  std::uint32_t count = 0;
-  ASSERT_TRUE(line.Read(handle, buffer, GetParam().size, count));
-  EXPECT_EQ(std::string(buffer, count), GetParam().expected);
-  EXPECT_EQ(line.Elapsed(), GetParam().elapsedMs);
-}
-
-constexpr SerialTimeOuts kTotal{0, 0, 750, 0, 0}, kPerByte{0, 100, 50, 0, 0}, kGap{500, kNoLimit, kNoLimit, 0, 0},
-    kGapAndTotal{500, 0, 750, 0, 0}, kAtOnce{kNoLimit, 0, 0, 0, 0}, kNone{};
-
-const TimedRead kReads[] = {
-    {"TotalEndsIt", kTotal, 9, {{100, "ab"}, {740, "c"}, {760, "d"}}, "abc", 750},
-    {"FullEndsIt", kTotal, 3, {{100, "ab"}, {740, "cd"}}, "abc", 740},
-    {"NothingComes", kTotal, 3, {}, "", 750},
-    {"MultiplierCountsTheSize", kPerByte, 4, {{400, "a"}}, "a", 450},
-    {"GapEndsIt", kGap, 9, {{0, "ab"}, {499, "c"}, {999, "d"}}, "abc", 999},
-    {"FirstByteHasNoLimit", kGap, 9, {{100000, "a"}}, "a", 100500},
-    {"TotalInFrontOfGap", kGapAndTotal, 9, {{400, "a"}}, "a", 750},
-    {"AtOnce", kAtOnce, 9, {{0, "ab"}, {1, "c"}}, "ab", 0},
-    {"NoLimitButTheSize", kNone, 2, {{5000, "a"}, {90000, "bc"}}, "ab", 90000},
-};
-
-INSTANTIATE_TEST_SUITE_P(Reads, LineRead, testing::ValuesIn(kReads),
-                         [](const auto& instance) { return std::string(instance.param.name); });
-
-TEST(SimulatedLineTest, TimeMovesOnlyInSleepsAndWaits) {
-  SimulatedModem modem;
-  SimulatedLine line(modem);
-  line.SetTickCount(0xFFFFFFFF);
-  line.SetWallClock(1000000);
-  line.At(300, [&] { line.SetWallClock(0); });
-  line.At(400, [&] { modem.Unsolicited("RING", line.Elapsed()); });
-  line.Sleep(1);
-  EXPECT_EQ(line.TickCount(), 0u) << "wraps round";
-  EXPECT_EQ(line.WallClock(), 1000001);
-
-  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
-  line.SetTimeOuts(handle, kGap);
-  char buffer[64];
-  std::uint32_t count = 0;
-  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(std::string(buffer, count), "\r\nRING\r\n");
-  EXPECT_EQ(line.Elapsed(), 900);
-  EXPECT_EQ(line.WallClock(), 600) << "set back at 300";
-  EXPECT_THROW(line.Read(handle, buffer, sizeof buffer, count), std::logic_error) << "it would hang";
-}
-
-TEST(SimulatedLineTest, CharactersTakeTheirTime) {
-  SimulatedModem modem;
-  SimulatedLine line(modem);
-  line.SetCharacterTiming(true);
-  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
-  LineState state;
-  ASSERT_TRUE(line.BuildLineState("baud=1000 parity=N data=8 stop=1", state));  // 10 ms per character
-  ASSERT_TRUE(line.SetLineState(handle, state));
-  line.SetTimeOuts(handle, {20, 0, 0, 2, 0});
-  std::uint32_t count = 0;
-  ASSERT_TRUE(line.Write(handle, "ATE0\r", 5, count));
-  EXPECT_EQ(count, 1u) << "5 characters may take 10 ms";
-  EXPECT_EQ(line.Elapsed(), 10);
-  line.SetTimeOuts(handle, {20, 0, 0, 0, 0});
-  ASSERT_TRUE(line.Write(handle, "TE0\r", 4, count));
-  char buffer[64];
-  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(std::string(buffer, count), "ATE0\r\r\nOK\r\n");
-  EXPECT_EQ(line.Elapsed(), 170) << "5 out, 10 back (the first echo came while we wrote), and the gap";
-}
-
-TEST(SimulatedLineTest, LostLineGivesWhatArrivedAndThenFailsForGood) {
-  SimulatedModem modem;
-  SimulatedLine line(modem);
-  EXPECT_EQ(line.Open("\\\\.\\COM2"), SerialDriver::kInvalidHandle);
-  EXPECT_EQ(line.LastError(), 2u);
-  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
-  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
-  EXPECT_EQ(line.LastError(), 5u);
-  line.SetTimeOuts(handle, kGap);
-  modem.Answer("AT", ModemReply::Own().Late(10).LineLostAfter(4));
-  std::uint32_t count = 0, flags = 0;
-  char buffer[64];
-  ASSERT_TRUE(line.Write(handle, "AT\r", 3, count));
-  line.Sleep(10);
-  EXPECT_TRUE(line.ClearError(handle, flags, count));
-  EXPECT_EQ(count, 7u);
-  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(std::string(buffer, count), "AT\r\r\nOK");
-  EXPECT_FALSE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(line.LastError(), 1167u);
-  EXPECT_FALSE(line.ClearError(handle, flags, count));
-  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
-
-  // Plugged in again, the device is there for a new handle alone.
-  modem.RestoreLine();
-  modem.ForgetAnswers();
-  modem.ForgetReceived();
-  modem.Unsolicited("RING", line.Elapsed());
-  EXPECT_FALSE(line.Write(handle, "AT\r", 3, count));
-  EXPECT_FALSE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(line.LastError(), 1167u);
-  EXPECT_THAT(modem.CommandTexts(), IsEmpty());
-  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
-  EXPECT_TRUE(line.Close(handle));
-  EXPECT_FALSE(line.Close(handle));
-  const SerialDriver::Handle again = line.Open("\\\\.\\COM1");
-  EXPECT_GT(again, handle);
-  EXPECT_TRUE(line.Write(again, "AT\r", 3, count));
-  EXPECT_THAT(
-      line.CallTexts(),
-      ElementsAre("CreateFile \\\\.\\COM2 -> error 2", "CreateFile \\\\.\\COM1", "CreateFile \\\\.\\COM1 -> error 5",
-                  "SetCommTimeouts 500 4294967295 4294967295 0 0", "WriteFile AT<cr> -> 3", "ClearCommError -> 7",
-                  "ReadFile 64 -> 7", "ReadFile 64 -> error 1167", "ClearCommError -> error 1167",
-                  "CreateFile \\\\.\\COM1 -> error 2", "WriteFile AT<cr> -> error 1167", "ReadFile 64 -> error 1167",
-                  "CreateFile \\\\.\\COM1 -> error 5", "CloseHandle", "CloseHandle -> error 6",
-                  "CreateFile \\\\.\\COM1", "WriteFile AT<cr> -> 3"));
 }
 
 }  // namespace
