@@ -234,6 +234,9 @@ void ModemOptions::Describe(CLI::App& app) {
                  "file of received messages, one PDU in hexadecimal digits a line; # starts a comment")
       ->type_name("FILE")
       ->allow_extra_args(false);
+  app.add_option("--drafts", drafts_, "the same with messages that were stored and not sent")
+      ->type_name("FILE")
+      ->allow_extra_args(false);
   app.add_option("--incoming-when-freed", waiting_,
                  "file of messages, each of which takes the next place that a deletion leaves")
       ->type_name("FILE")
@@ -285,8 +288,12 @@ void ModemOptions::Apply(SimulatedModem& modem) const {
   for (const auto& [command, ms] : delays_) modem.Answer(command, ModemReply::Own().Late(ms));
   for (const auto& [moment, line] : unsolicited_) AddUnsolicited(modem, moment, Unescaped(line), unsolicitedGapMs_);
   for (const std::string& fault : faults_) modem.ApplyFault(fault);
+  constexpr int kReceivedUnread = 0, kStoredUnsent = 2;
   for (const std::string& path : inboxes_) {
-    LoadPdus(path, [&](const std::string& pdu) { return modem.Store(pdu) != 0; });
+    LoadPdus(path, [&](const std::string& pdu) { return modem.Store(pdu, kReceivedUnread) != 0; });
+  }
+  for (const std::string& path : drafts_) {
+    LoadPdus(path, [&](const std::string& pdu) { return modem.Store(pdu, kStoredUnsent) != 0; });
   }
   for (const std::string& path : waiting_) {
     LoadPdus(path, [&](const std::string& pdu) {

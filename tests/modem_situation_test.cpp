@@ -109,6 +109,11 @@ const Situation kSituations[] = {
      [](SimulatedModem& modem) { modem.Answer("AT+CSQ", ModemReply::Bytes("\r\n> ")); },
      {{0, "AT+CSQ\r"}, {1, "AT\r"}, {2, "\x1b"}, {3, "AT+CSQ\r"}, {4, "00\x1a"}},
      {"0 <cr><lf>> ", "2 <cr><lf>OK<cr><lf>", "3 <cr><lf>> ", "4 <cr><lf>ERROR<cr><lf>"}},
+    {"EchoesPdusWhateverItIsTold",
+     [](SimulatedModem& modem) { modem.Settings().echo = modem.Settings().echoStuck = true; },
+     {{0, "ATE0\r"}, {1, "AT+CMGS=19\r"}, {2, kSubmit}, {3, "\x1a"}},
+     {"0 ATE0<cr><cr><lf>OK<cr><lf>", "1 AT+CMGS=19<cr><cr><lf>> ", std::string("2 ") + kSubmit,
+      "3 <cr><lf>+CMGS: 1<cr><lf><cr><lf>OK<cr><lf>"}},
     {"LearnsTheBaudRate",
      [](SimulatedModem& modem) {
        modem.Settings().echo = true;

@@ -1,6 +1,7 @@
 #include "simulator/modem_speech.h"
 
 #include <algorithm>
+#include <iterator>
 #include <limits>
 
 namespace tavro {
@@ -96,16 +97,15 @@ ModemSpeech::Pieces ModemSpeech::Compose(std::string_view command, const ModemRe
         break;
     }
   }
-  text.push_back({0, own.text.substr(textDone)});
+  const bool hasText = !own.text.empty();
+  text.push_back({0, textDone == 0 ? std::move(own.text) : own.text.substr(textDone)});
   Pieces result;
   for (const Interjection* interjection : beforeResult) AppendInterjection(result, *interjection);
-  result.push_back({0, own.result});
-  if (!own.text.empty()) result.back().delayMs = reply.resultDelayMs;
+  result.push_back({hasText ? reply.resultDelayMs : 0, std::move(own.result)});
   if (settings_.resultFirst) std::swap(text, result);
 
   pieces.insert(pieces.begin(), before.begin(), before.end());
-  pieces.insert(pieces.end(), text.begin(), text.end());
-  pieces.insert(pieces.end(), result.begin(), result.end());
+  for (Pieces* part : {&text, &result}) std::move(part->begin(), part->end(), std::back_inserter(pieces));
   for (const Interjection* interjection : behind) AppendInterjection(pieces, *interjection);
   pieces = Joined(std::move(pieces));
   for (Piece& piece : pieces) ReplaceLineEnds(piece.bytes, settings_.lineEnd);
