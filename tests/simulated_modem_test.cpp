@@ -1,4 +1,4 @@
-// The simulated modem and the line to it in virtual time, on which the other tests stand.
+// The simulated modem, on which the other tests stand.
 #include "simulator/simulated_modem.h"
 
 #include <gmock/gmock.h>
@@ -6,21 +6,18 @@
 
 #include <cstdint>
 #include <limits>
-#include <stdexcept>
 #include <string>
 #include <string_view>
 #include <vector>
 
-#include "simulator/simulated_line.h"
+#include "simulator/long_message.h"
 
 namespace tavro {
 namespace {
 
 using testing::ElementsAre;
-using testing::IsEmpty;
 
 constexpr std::int64_t kLater = std::numeric_limits<std::int64_t>::max();
-constexpr std::uint32_t kNoLimit = 0xFFFFFFFF;
 
 std::string Talk(SimulatedModem& modem, std::string_view bytes, std::int64_t ms = 0) {
   modem.Receive(bytes, ms);
@@ -86,6 +83,38 @@ ModemSettings Unregistered() {
   return settings;
 }
 
+ModemSettings OnLteForMessages() {
+  ModemSettings settings;
+  settings.registration = {0};
+  settings.packetRegistration = {2, 3};
+  settings.lteRegistration = {2, 6};
+  return settings;
+}
+
+ModemSettings ReadyInItsOwnWords() {
+  ModemSettings settings;
+  settings.readyState = "SIM PUK2";
+  settings.quotesPinState = true;
+  settings.blankBehindColon = false;
+  return settings;
+}
+
+ModemSettings WithTwoAttempts() {
+  ModemSettings settings = WithPin();
+  settings.pinAttempts = 2;
+  settings.tellsPinAttempts = true;
+  return settings;
+}
+
+ModemSettings InUcs2() {
+  ModemSettings settings;
+  settings.ucs2 = true;
+  settings.serviceCentre = "+1";
+  settings.ownNumber = "4";
+  settings.operators = {{2, "\u00C9", "E", "26299"}};
+  return settings;
+}
+
 ModemSettings OddOperator() {
   ModemSettings settings;
   settings.operators = {{1, "A,B;C", "A", "26299"}};
@@ -121,6 +150,26 @@ const Dialogue kDialogues[] = {
      {"ATE0\r", "AT+CPIN=0\r", "AT+CPIN=0\r", "AT+CPIN=0\r", "AT+CPIN?\r"},
      "\r\n+CPIN: SIM PUK\r\n\r\nOK\r\n",
      WithPin()},
+    {"PinStateInOtherWords", {"ATE0\r", "AT+CPIN?\r"}, "\r\n+CPIN:\"SIM PUK2\"\r\n\r\nOK\r\n", ReadyInItsOwnWords()},
+    {"PinAttempts",
+     {"ATE0\r", "AT+CPIN=0\r", "AT+CPINR=\"SIM PIN\";+CPINR=\"SIM PUK*\"\r"},
+     "\r\n+CPINR: SIM PIN,1,3\r\n\r\n+CPINR: SIM PUK,10,10\r\n+CPINR: SIM PUK2,10,10\r\n\r\nOK\r\n",
+     WithTwoAttempts()},
+    {"EachDomainHasItsRegistration",
+     {"ATE0\r", "AT+CEREG=2;+CEREG?;+CREG?;+CGREG?\r", "AT+CEREG?;+CREG?;+CGREG?\r"},
+     "\r\n+CEREG: 2,6,\"00C3\",\"00000A1B\",7\r\n\r\n+CREG: 0,0\r\n\r\n+CGREG: 0,3\r\n\r\nOK\r\n",
+     OnLteForMessages()},
+    {"UnknownDomain", {"ATE0\r", "AT+C5GREG?\r"}, "\r\nERROR\r\n", OnLteForMessages()},
+    {"SendsOnLte",
+     {"ATE0\r", "AT+CEREG?\r", "AT+CMGS=19\r", std::string(kSubmit) + "\x1a"},
+     "\r\n+CMGS: 1\r\n\r\nOK\r\n",
+     OnLteForMessages()},
+    {"CentreInUcs2",
+     {"ATE0\r", "AT+CSCA?;+CNUM;+COPS?;+CSCS?\r"},
+     "\r\n+CSCA: \"002B0031\",145\r\n\r\n+CNUM: \"004F0077006E\",\"0034\",129\r\n\r\n+COPS: 0,0,\"00C9\"\r\n"
+     "\r\n+CSCS: \"UCS2\"\r\n\r\nOK\r\n",
+     InUcs2()},
+    {"Ucs2Left", {"ATE0\r", "AT+CSCS=\"GSM\"\r", "AT+CSCA?\r"}, "\r\n+CSCA: \"+1\",145\r\n\r\nOK\r\n", InUcs2()},
     {"Prompt", {"ATE0\r", "AT+CMGS=19\r"}, "\r\n> "},
     {"Escape", {"ATE0\r", "AT+CMGS=19\r", "0011\x1b"}, "\r\nOK\r\n"},
     {"WrongLength", {"ATE0+CMEE=1\r", "AT+CMGS=19\r", "0011\x1a"}, "\r\n+CMS ERROR: 304\r\n"},
@@ -253,6 +302,51 @@ TEST(SimulatedModemTest, MemoriesHaveTheirCapacities) {
   EXPECT_EQ(modem.Store("04"), 1) << "the place that became free";
 }
 
+TEST(SimulatedModemTest, ListsInOtherForms) {
+  SimulatedModem modem;
+  modem.Settings().echo = false;
+  modem.Store("0001", 1);
+  modem.Store("0002", 2);
+  modem.Settings().listsEverything = true;
+  modem.Settings().listing = "{location},{stat},{pdu}";
+  modem.Settings().pduFilledTo = 4;
+  EXPECT_EQ(Talk(modem, "AT+CMGL=0\r"), "\r\n+CMGL: 1,1,0001FFFF\r\n+CMGL: 2,2,0002FFFF\r\n\r\nOK\r\n");
+  modem.Settings().lineEnd = "\n";
+  EXPECT_EQ(Talk(modem, "AT+CMGR=2\r"), "\n+CMGR: 2,0002FFFF\n\nOK\n");
+}
+
+TEST(SimulatedModemTest, AnotherMessageTakesThePlaceOfADeletedOne) {
+  SimulatedModem modem;
+  modem.Settings().echo = false;
+  modem.Store("0001");
+  modem.Store("0002");
+  modem.IncomingWhenFreed("0003");
+  ASSERT_TRUE(modem.ApplyFault("delete-silence-once"));
+  EXPECT_EQ(Talk(modem, "AT+CNMI=2,1;+CMGD=1\r"), "\r\nOK\r\n\r\n+CMTI: \"SM\",1\r\n");
+  EXPECT_EQ(Talk(modem, "AT+CMGD=2\r"), "") << "deleted, but it does not say so";
+  EXPECT_EQ(Talk(modem, "AT+CMGL=4\r"), "\r\n+CMGL: 1,0,,1\r\n0003\r\n\r\nOK\r\n");
+}
+
+// The octets from 3GPP TS 23.040, 9.2.2.1 and 9.2.3.24.1.
+TEST(SimulatedModemTest, LongMessages) {
+  const std::string front =
+      "0791947101670000"
+      "44"
+      "0C91947110325486"
+      "0008"
+      "42305041709000";
+  EXPECT_THAT(MakeLongMessage({.parts = {"a", "\u20AC"}, .reference = 255}), ElementsAre(front + "08"
+                                                                                                 "050003FF0201"
+                                                                                                 "0061",
+                                                                                         front + "08"
+                                                                                                 "050003FF0202"
+                                                                                                 "20AC"));
+  EXPECT_THAT(MakeLongMessage({.parts = {"a"}, .reference = 258, .hasWideReference = true}),
+              ElementsAre(front + "09"
+                                  "06080401020101"
+                                  "0061"));
+}
+
 TEST(SimulatedModemTest, RulesReplaceAnswersInTheirOrder) {
   SimulatedModem modem;
   modem.Settings().echo = false;
@@ -293,142 +387,6 @@ TEST(SimulatedModemTest, RulesReplaceAnswersInTheirOrder) {
   EXPECT_THAT(modem.CommandTexts(),
               ElementsAre("AT+CSQ", "AT+CSQ", "AT+CSQ", "AT+CSQ", "AT", "AT+CMGS=19", "ATI", "AT"));
   EXPECT_EQ(modem.Commands()[3].ms, 1000);
-}
-
-struct TimedRead {
-  const char* name;
-  SerialTimeOuts timeOuts;
-  std::uint32_t size;
-  std::vector<std::pair<std::int64_t, std::string>> output;  // when, what
-  std::string expected;
-  std::int64_t elapsedMs;
-};
-
-void PrintTo(const TimedRead& read, std::ostream* out) { *out << read.name; }
-
-class LineRead : public testing::TestWithParam<TimedRead> {};
-
-TEST_P(LineRead, EndsAsTheTimeOutsSay) {
-  SimulatedModem modem;
-  SimulatedLine line(modem, 7);
-  const SerialDriver::Handle handle = line.Open("\\\\.\\COM7");
-  ASSERT_GT(handle, 0);
-  ASSERT_TRUE(line.SetTimeOuts(handle, GetParam().timeOuts));
-  for (const auto& [ms, bytes] : GetParam().output) modem.Output(bytes, ms);
-  char buffer[16];
-  std::uint32_t count = 0;
-  ASSERT_TRUE(line.Read(handle, buffer, GetParam().size, count));
-  EXPECT_EQ(std::string(buffer, count), GetParam().expected);
-  EXPECT_EQ(line.Elapsed(), GetParam().elapsedMs);
-}
-
-constexpr SerialTimeOuts kTotal{0, 0, 750, 0, 0}, kPerByte{0, 100, 50, 0, 0}, kGap{500, kNoLimit, kNoLimit, 0, 0},
-    kGapAndTotal{500, 0, 750, 0, 0}, kAtOnce{kNoLimit, 0, 0, 0, 0}, kNone{};
-
-const TimedRead kReads[] = {
-    {"TotalEndsIt", kTotal, 9, {{100, "ab"}, {740, "c"}, {760, "d"}}, "abc", 750},
-    {"FullEndsIt", kTotal, 3, {{100, "ab"}, {740, "cd"}}, "abc", 740},
-    {"NothingComes", kTotal, 3, {}, "", 750},
-    {"MultiplierCountsTheSize", kPerByte, 4, {{400, "a"}}, "a", 450},
-    {"GapEndsIt", kGap, 9, {{0, "ab"}, {499, "c"}, {999, "d"}}, "abc", 999},
-    {"FirstByteHasNoLimit", kGap, 9, {{100000, "a"}}, "a", 100500},
-    {"TotalInFrontOfGap", kGapAndTotal, 9, {{400, "a"}}, "a", 750},
-    {"AtOnce", kAtOnce, 9, {{0, "ab"}, {1, "c"}}, "ab", 0},
-    {"NoLimitButTheSize", kNone, 2, {{5000, "a"}, {90000, "bc"}}, "ab", 90000},
-};
-
-INSTANTIATE_TEST_SUITE_P(Reads, LineRead, testing::ValuesIn(kReads),
-                         [](const auto& instance) { return std::string(instance.param.name); });
-
-TEST(SimulatedLineTest, TimeMovesOnlyInSleepsAndWaits) {
-  SimulatedModem modem;
-  SimulatedLine line(modem);
-  line.SetTickCount(0xFFFFFFFF);
-  line.SetWallClock(1000000);
-  line.At(300, [&] { line.SetWallClock(0); });
-  line.At(400, [&] { modem.Unsolicited("RING", line.Elapsed()); });
-  line.Sleep(1);
-  EXPECT_EQ(line.TickCount(), 0u) << "wraps round";
-  EXPECT_EQ(line.WallClock(), 1000001);
-
-  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
-  line.SetTimeOuts(handle, kGap);
-  char buffer[64];
-  std::uint32_t count = 0;
-  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(std::string(buffer, count), "\r\nRING\r\n");
-  EXPECT_EQ(line.Elapsed(), 900);
-  EXPECT_EQ(line.WallClock(), 600) << "set back at 300";
-  EXPECT_THROW(line.Read(handle, buffer, sizeof buffer, count), std::logic_error) << "it would hang";
-}
-
-TEST(SimulatedLineTest, CharactersTakeTheirTime) {
-  SimulatedModem modem;
-  SimulatedLine line(modem);
-  line.SetCharacterTiming(true);
-  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
-  LineState state;
-  ASSERT_TRUE(line.BuildLineState("baud=1000 parity=N data=8 stop=1", state));  // 10 ms per character
-  ASSERT_TRUE(line.SetLineState(handle, state));
-  line.SetTimeOuts(handle, {20, 0, 0, 2, 0});
-  std::uint32_t count = 0;
-  ASSERT_TRUE(line.Write(handle, "ATE0\r", 5, count));
-  EXPECT_EQ(count, 1u) << "5 characters may take 10 ms";
-  EXPECT_EQ(line.Elapsed(), 10);
-  line.SetTimeOuts(handle, {20, 0, 0, 0, 0});
-  ASSERT_TRUE(line.Write(handle, "TE0\r", 4, count));
-  char buffer[64];
-  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(std::string(buffer, count), "ATE0\r\r\nOK\r\n");
-  EXPECT_EQ(line.Elapsed(), 170) << "5 out, 10 back (the first echo came while we wrote), and the gap";
-}
-
-TEST(SimulatedLineTest, LostLineGivesWhatArrivedAndThenFailsForGood) {
-  SimulatedModem modem;
-  SimulatedLine line(modem);
-  EXPECT_EQ(line.Open("\\\\.\\COM2"), SerialDriver::kInvalidHandle);
-  EXPECT_EQ(line.LastError(), 2u);
-  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
-  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
-  EXPECT_EQ(line.LastError(), 5u);
-  line.SetTimeOuts(handle, kGap);
-  modem.Answer("AT", ModemReply::Own().Late(10).LineLostAfter(4));
-  std::uint32_t count = 0, flags = 0;
-  char buffer[64];
-  ASSERT_TRUE(line.Write(handle, "AT\r", 3, count));
-  line.Sleep(10);
-  EXPECT_TRUE(line.ClearError(handle, flags, count));
-  EXPECT_EQ(count, 7u);
-  ASSERT_TRUE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(std::string(buffer, count), "AT\r\r\nOK");
-  EXPECT_FALSE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(line.LastError(), 1167u);
-  EXPECT_FALSE(line.ClearError(handle, flags, count));
-  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
-
-  // Plugged in again, the device is there for a new handle alone.
-  modem.RestoreLine();
-  modem.ForgetAnswers();
-  modem.ForgetReceived();
-  modem.Unsolicited("RING", line.Elapsed());
-  EXPECT_FALSE(line.Write(handle, "AT\r", 3, count));
-  EXPECT_FALSE(line.Read(handle, buffer, sizeof buffer, count));
-  EXPECT_EQ(line.LastError(), 1167u);
-  EXPECT_THAT(modem.CommandTexts(), IsEmpty());
-  EXPECT_EQ(line.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
-  EXPECT_TRUE(line.Close(handle));
-  EXPECT_FALSE(line.Close(handle));
-  const SerialDriver::Handle again = line.Open("\\\\.\\COM1");
-  EXPECT_GT(again, handle);
-  EXPECT_TRUE(line.Write(again, "AT\r", 3, count));
-  EXPECT_THAT(
-      line.CallTexts(),
-      ElementsAre("CreateFile \\\\.\\COM2 -> error 2", "CreateFile \\\\.\\COM1", "CreateFile \\\\.\\COM1 -> error 5",
-                  "SetCommTimeouts 500 4294967295 4294967295 0 0", "WriteFile AT<cr> -> 3", "ClearCommError -> 7",
-                  "ReadFile 64 -> 7", "ReadFile 64 -> error 1167", "ClearCommError -> error 1167",
-                  "CreateFile \\\\.\\COM1 -> error 2", "WriteFile AT<cr> -> error 1167", "ReadFile 64 -> error 1167",
-                  "CreateFile \\\\.\\COM1 -> error 5", "CloseHandle", "CloseHandle -> error 6",
-                  "CreateFile \\\\.\\COM1", "WriteFile AT<cr> -> 3"));
 }
 
 }  // namespace

@@ -1,6 +1,7 @@
 // The commands of ITU-T V.250 and 3GPP TS 27.007.
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
 
 #include "simulator/looped_message.h"
 #include "simulator/modem_state.h"
@@ -82,23 +83,55 @@ CommandResult EnterPin(ModemState& modem, const AtCommand& command) {
 
 CommandResult Pin(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return {};
-  if (!modem.settings.simPresent) return EquipmentError(kCmeNoSim);
+  const ModemSettings& settings = modem.settings;
+  if (!settings.simPresent) return EquipmentError(kCmeNoSim);
+  if (modem.FindsSimBusy()) return EquipmentError(kCmeSimBusy);
   if (command.kind == Kind::kSet) return EnterPin(modem, command);
   if (command.kind != Kind::kRead) return Error();
-  if (!modem.IsLocked()) return Info("+CPIN: READY");
-  return Info(modem.settings.pinAttempts > 0 ? "+CPIN: SIM PIN" : "+CPIN: SIM PUK");
+  const std::string state = !modem.IsLocked() ? settings.readyState : settings.pinAttempts > 0 ? "SIM PIN" : "SIM PUK";
+  return Info("+CPIN: " + (settings.quotesPinState ? "\"" + state + "\"" : state));
+}
+
+// The attempts that are left for one password, or all of them.
+CommandResult PinAttempts(ModemState& modem, const AtCommand& command) {
+  const ModemSettings& settings = modem.settings;
+  if (!settings.tellsPinAttempts || command.kind == Kind::kRead) return Error();
+  if (!settings.simPresent) return EquipmentError(kCmeNoSim);
+  if (modem.FindsSimBusy()) return EquipmentError(kCmeSimBusy);
+  if (command.kind == Kind::kTest) return {};
+  std::string wanted = command.kind == Kind::kSet ? command.Values()[0] : "*";
+  const bool isPrefix = wanted.ends_with('*');
+  if (isPrefix) wanted.pop_back();
+  const std::pair<std::string_view, std::string> kAttempts[] = {
+      {"SIM PIN", std::to_string(settings.pinAttempts) + ",3"},
+      {"SIM PUK", "10,10"},
+      {"SIM PIN2", "3,3"},
+      {"SIM PUK2", "10,10"}};
+  CommandResult result;
+  for (const auto& [name, attempts] : kAttempts) {
+    if (isPrefix ? !name.starts_with(wanted) : name != wanted) continue;
+    result.info += (result.info.empty() ? "+CPINR: " : "\r\n+CPINR: ") + std::string(name) + "," + attempts;
+  }
+  return result.info.empty() ? EquipmentError(kCmeBadParameter) : result;
 }
 
 CommandResult Registration(ModemState& modem, const AtCommand& command) {
+  const std::vector<int>& statuses = modem.Registrations(command.name);
+  if (statuses.empty() && command.name != "+CREG" && command.name != "+CGREG") return Error();
   if (command.kind != Kind::kRead) return RunOption(modem, command);
-  const int format = modem.Option(command.name), status = modem.Registration();
+  const int format = modem.Option(command.name), status = modem.Registration(command.name);
   const bool registered = modem.IsRegistered();
-  if (command.name == "+CREG" && modem.functionality == 1 && !modem.IsLocked() &&
-      modem.registrationQueries + 1 < modem.settings.registration.size()) {
-    ++modem.registrationQueries;
+  std::size_t& queries = modem.registrationQueries[command.name];
+  if (modem.functionality == 1 && !modem.IsLocked() && queries + 1 < statuses.size()) ++queries;
+  constexpr std::pair<std::string_view, std::string_view> kPlaces[] = {{"+CREG", ",\"00C3\",\"0A1B\""},
+                                                                       {"+CGREG", ",\"00C3\",\"0A1B\""},
+                                                                       {"+CEREG", ",\"00C3\",\"00000A1B\",7"},
+                                                                       {"+C5GREG", ",\"0000C3\",\"0000000A1B\",11"}};
+  std::string info = command.name + ": " + std::to_string(format) + "," + std::to_string(status);
+  for (const auto& [name, place] : kPlaces) {
+    if (format == 2 && registered && name == command.name) info += place;
   }
-  return Info(command.name + ": " + std::to_string(format) + "," + std::to_string(status) +
-              (format == 2 && registered ? ",\"00C3\",\"0A1B\"" : ""));
+  return Info(std::move(info));
 }
 
 CommandResult Battery(ModemState& modem, const AtCommand& command) {
@@ -113,13 +146,14 @@ CommandResult Signal(ModemState& modem, const AtCommand& command) {
   return Info("+CSQ: " + std::to_string(signal) + (signal == 99 ? ",99" : ",0"));
 }
 
-// The two that have the same characters where our answers have any.
-CommandResult CharacterSet(ModemState&, const AtCommand& command) {
+// The two that have the same characters where our answers have any; UCS2 is left and never entered.
+CommandResult CharacterSet(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return Info("+CSCS: (\"GSM\",\"IRA\")");
-  if (command.kind == Kind::kRead) return Info("+CSCS: \"GSM\"");
+  if (command.kind == Kind::kRead) return Info(modem.settings.ucs2 ? "+CSCS: \"UCS2\"" : "+CSCS: \"GSM\"");
   const std::vector<std::string> values = command.Values();
-  return values.size() == 1 && (values[0] == "GSM" || values[0] == "IRA") ? CommandResult{}
-                                                                          : EquipmentError(kCmeBadParameter);
+  if (values.size() != 1 || (values[0] != "GSM" && values[0] != "IRA")) return EquipmentError(kCmeBadParameter);
+  if (!modem.settings.characterSetStuck) modem.settings.ucs2 = false;
+  return {};
 }
 
 CommandResult Capabilities(ModemState&, const AtCommand&) { return Info("+GCAP: +CGSM"); }
@@ -154,7 +188,8 @@ CommandResult FacilityLock(ModemState& modem, const AtCommand& command) {
 CommandResult SubscriberNumber(ModemState& modem, const AtCommand& command) {
   const std::string& number = modem.settings.ownNumber;
   if (command.kind == Kind::kTest || number.empty()) return {};
-  return Info("+CNUM: \"Own\",\"" + number + "\"," + (number.starts_with('+') ? "145" : "129"));
+  return Info("+CNUM: " + Quoted(modem, "Own") + "," + Quoted(modem, number) + "," +
+              (number.starts_with('+') ? "145" : "129"));
 }
 
 std::string OperatorName(const NetworkOperator& network, int format) {
@@ -164,8 +199,8 @@ std::string OperatorName(const NetworkOperator& network, int format) {
 CommandResult ListOperators(const ModemState& modem) {
   std::string text = "+COPS: ";
   for (const NetworkOperator& network : modem.settings.operators) {
-    text += "(" + std::to_string(network.status) + ",\"" + network.longName + "\",\"" + network.shortName + "\",\"" +
-            network.number + "\"),";
+    text += "(" + std::to_string(network.status) + "," + Quoted(modem, network.longName) + "," +
+            Quoted(modem, network.shortName) + "," + Quoted(modem, network.number) + "),";
   }
   return Info(text + ",(0,1,3),(0-2)");
 }
@@ -196,8 +231,8 @@ CommandResult Operator(ModemState& modem, const AtCommand& command) {
   const auto current = std::find_if(operators.begin(), operators.end(),
                                     [](const NetworkOperator& network) { return network.status == 2; });
   if (!modem.IsRegistered() || current == operators.end()) return Info("+COPS: 0");
-  return Info("+COPS: 0," + std::to_string(modem.operatorFormat) + ",\"" +
-              OperatorName(*current, modem.operatorFormat) + "\"");
+  return Info("+COPS: 0," + std::to_string(modem.operatorFormat) + "," +
+              Quoted(modem, OperatorName(*current, modem.operatorFormat)));
 }
 
 struct Entry {
@@ -235,8 +270,11 @@ constexpr Entry kGeneralCommands[] = {
     {"+CPAS", Activity},
     {"+CFUN", Functionality},
     {"+CPIN", Pin},
+    {"+CPINR", PinAttempts},
     {"+CREG", Registration},
     {"+CGREG", Registration},
+    {"+CEREG", Registration},
+    {"+C5GREG", Registration},
     {"+CGATT", RunOption},
     {"+CBC", Battery},
     {"+CSQ", Signal},

@@ -1,5 +1,6 @@
 // The commands of 3GPP TS 27.005, in PDU mode.
 #include <algorithm>
+#include <utility>
 
 #include "simulator/looped_message.h"
 #include "simulator/modem_state.h"
@@ -34,7 +35,7 @@ CommandResult ServiceCentre(ModemState& modem, const AtCommand& command) {
   std::string& number = modem.settings.serviceCentre;
   if (command.kind == Kind::kTest) return {};
   if (command.kind == Kind::kRead) {
-    return Info("+CSCA: \"" + number + "\"," + (number.starts_with('+') ? "145" : "129"));
+    return Info("+CSCA: " + Quoted(modem, number) + "," + (number.starts_with('+') ? "145" : "129"));
   }
   const std::vector<std::string> values = command.Values();
   if (command.kind != Kind::kSet || !IsNumber(values[0])) return MessageError(kCmsBadPdu);
@@ -92,8 +93,20 @@ CommandResult SelectMemories(ModemState& modem, const AtCommand& command) {
   return Info(text);
 }
 
-void AppendMessage(std::string& text, const StoredMessage& message) {
-  text += std::to_string(message.stat) + ",," + std::to_string(TpduLength(message.pdu)) + "\r\n" + message.pdu;
+// A message in the form that the settings give; with location 0 without one.
+std::string Listed(const ModemSettings& settings, const StoredMessage& message, int location) {
+  std::string pdu = message.pdu, text = settings.listing;
+  while (pdu.size() < 2 * static_cast<std::size_t>(settings.pduFilledTo)) pdu += "FF";
+  const std::pair<std::string_view, std::string> kFields[] = {
+      {"{location},", location == 0 ? "" : std::to_string(location) + ","},
+      {"{stat}", std::to_string(message.stat)},
+      {"{length}", std::to_string(TpduLength(message.pdu))},
+      {"{pdu}", std::move(pdu)}};
+  for (const auto& [name, value] : kFields) {
+    const std::size_t at = text.find(name);
+    if (at != std::string::npos) text.replace(at, name.size(), value);
+  }
+  return text;
 }
 
 void MarkRead(StoredMessage& message) {
@@ -107,10 +120,9 @@ CommandResult List(ModemState& modem, const AtCommand& command) {
   if (!stat || *stat > kAll) return MessageError(kCmsBadPdu);
   CommandResult result;
   modem.store.ForEach(modem.memories[0], [&](int location, StoredMessage& message) {
-    if (*stat != kAll && message.stat != *stat) return;
+    if (*stat != kAll && message.stat != *stat && !modem.settings.listsEverything) return;
     if (!result.info.empty()) result.info += "\r\n";
-    result.info += "+CMGL: " + std::to_string(location) + ",";
-    AppendMessage(result.info, message);
+    result.info += "+CMGL: " + Listed(modem.settings, message, location);
     MarkRead(message);
   });
   return result;
@@ -120,10 +132,20 @@ CommandResult Read(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return {};
   StoredMessage* message = modem.store.Find(modem.memories[0], command.Number().value_or(0));
   if (!message) return MessageError(kCmsBadIndex);
-  std::string text = "+CMGR: ";
-  AppendMessage(text, *message);
+  std::string text = "+CMGR: " + Listed(modem.settings, *message, 0);
   MarkRead(*message);
   return Info(std::move(text));
+}
+
+// False when nothing is there. A message that waits takes its place.
+bool Erase(ModemState& modem, int location) {
+  if (!modem.store.Erase(modem.memories[0], location)) return false;
+  if (!modem.waiting.empty()) {
+    const std::string pdu = std::move(modem.waiting.front());
+    modem.waiting.pop_front();
+    ReceiveMessage(modem, pdu, modem.memories[2] == modem.memories[0] ? location : 0);
+  }
+  return true;
 }
 
 CommandResult Delete(ModemState& modem, const AtCommand& command) {
@@ -138,14 +160,14 @@ CommandResult Delete(ModemState& modem, const AtCommand& command) {
   const std::optional<int> location = command.Number();
   const int flag = command.Number(1).value_or(0);
   if (command.kind != Kind::kSet || !location || flag > 4) return MessageError(kCmsBadIndex);
-  if (flag == 0) return modem.store.Erase(memory, *location) ? CommandResult{} : MessageError(kCmsBadIndex);
+  if (flag == 0) return Erase(modem, *location) ? CommandResult{} : MessageError(kCmsBadIndex);
   // 1 the read ones, 2 and those sent, 3 and those not sent, 4 and those not read.
   constexpr int kFirstFlagOf[] = {4, 1, 3, 2};  // by stat
   std::vector<int> locations;
   modem.store.ForEach(memory, [&](int place, StoredMessage& message) {
     if (flag >= kFirstFlagOf[message.stat & 3]) locations.push_back(place);
   });
-  for (const int place : locations) modem.store.Erase(memory, place);
+  for (const int place : locations) Erase(modem, place);
   return {};
 }
 
@@ -211,21 +233,22 @@ CommandHandler FindMessageCommand(std::string_view name) {
 }
 
 CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex) {
+  if (entry == ModemState::Entry::kUnexpected) return Error();
   if (!OctetsFromHex(pduHex) || TpduLength(pduHex) != modem.entryLength) return MessageError(kCmsBadPdu);
   if (entry == ModemState::Entry::kSend) return Send(modem, pduHex, "+CMGS: ");
   const int location = modem.store.Put(modem.memories[1], pduHex, modem.entryStat);
   return location == 0 ? MessageError(kCmsFull) : Info("+CMGW: " + std::to_string(location));
 }
 
-int ReceiveMessage(ModemState& modem, std::string_view pduHex) {
+int ReceiveMessage(ModemState& modem, std::string_view pduHex, int location) {
   const std::optional<std::string> octets = OctetsFromHex(pduHex);
   const std::size_t serviceCentre = octets && !octets->empty() ? static_cast<std::uint8_t>((*octets)[0]) : 0;
   const bool isReport = octets && octets->size() > serviceCentre + 1 && ((*octets)[serviceCentre + 1] & 3) == 2;
-  const int location = modem.store.Put(modem.memories[2], pduHex, 0);
+  location = modem.store.Put(modem.memories[2], pduHex, 0, location);
   const bool announced = modem.indications[0] != 0 && modem.indications[isReport ? 3 : 1] != 0;
   if (location != 0 && announced) {
-    modem.unsolicited.push_back((isReport ? "\r\n+CDSI: \"" : "\r\n+CMTI: \"") + modem.memories[2] + "\"," +
-                                std::to_string(location) + "\r\n");
+    modem.unsolicited.push_back((isReport ? "+CDSI: \"" : "+CMTI: \"") + modem.memories[2] + "\"," +
+                                std::to_string(location));
   }
   return location;
 }

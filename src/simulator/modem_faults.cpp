@@ -1,6 +1,7 @@
 // The named faults of a simulated modem.
 #include <algorithm>
 
+#include "simulator/long_message.h"
 #include "simulator/simulated_modem.h"
 
 namespace tavro {
@@ -8,6 +9,15 @@ namespace tavro {
 namespace {
 
 using Reply = ModemReply;
+
+void StoreLongMessages(SimulatedModem& modem) {
+  constexpr std::int64_t kDay = 86400000;
+  LongMessage first{.parts = {"This is the first mess", "age in two parts."}, .reference = 42};
+  LongMessage second{.parts = {"This is another one, ", "a day later, with the ", "same reference."}, .reference = 42};
+  second.wallClockMs = first.wallClockMs + kDay;
+  for (const std::string& pdu : MakeLongMessage(first)) modem.Store(pdu);
+  for (const std::string& pdu : MakeLongMessage(second)) modem.Store(pdu);
+}
 
 constexpr SimulatedModem::Fault kFaults[] = {
     {"silent", "nothing comes back, not even the echo",
@@ -40,6 +50,21 @@ constexpr SimulatedModem::Fault kFaults[] = {
        modem.Answer("AT", Reply::Own());
        modem.Answer("*", Reply::Line("ERROR"));
      }},
+    {"endless", "an answer to AT+CMGL does not end before the next command",
+     [](SimulatedModem& modem) { modem.Answer("AT+CMGL*", Reply::Endless("\r\n+CMGL: 1,1,,0\r\n00", 20)); }},
+    {"ok-to-all", "every command and every PDU is answered with OK alone",
+     [](SimulatedModem& modem) {
+       modem.Answer("*", Reply::Line("OK"));
+       modem.AnswerPdu(Reply::Line("OK"));
+     }},
+    {"unexpected-prompt", "AT+CSQ is answered with a prompt",
+     [](SimulatedModem& modem) { modem.Answer("AT+CSQ", Reply::Bytes("\r\n> ")); }},
+    {"at-prompt", "another application left the modem at its prompt, with half a PDU",
+     [](SimulatedModem& modem) { modem.Earlier("AT+CMGS=23\r0011"); }},
+    {"half-command", "another application left half a command in the modem's input",
+     [](SimulatedModem& modem) { modem.Earlier("AT+CM"); }},
+    {"numeric", "another application left the modem with numbers for result codes",
+     [](SimulatedModem& modem) { modem.Earlier("ATV0\r"); }},
     {"echo-stuck", "the echo cannot be switched off", [](SimulatedModem& modem) { modem.Settings().echoStuck = true; }},
     {"ring", "every answer has RING in front of it",
      [](SimulatedModem& modem) {
@@ -91,6 +116,12 @@ constexpr SimulatedModem::Fault kFaults[] = {
      [](SimulatedModem& modem) { modem.AnswerPdu(Reply::Line("+CMS ERROR: 500"), 1); }},
     {"send-silence", "a message goes out but the modem never says so",
      [](SimulatedModem& modem) { modem.AnswerPdu(Reply::Silence().Executed()); }},
+    {"send-silence-once", "the first message goes out but the modem does not say so",
+     [](SimulatedModem& modem) { modem.AnswerPdu(Reply::Silence().Executed(), 1); }},
+    {"send-ok-lost", "of the answer to a message that goes out, OK is lost",
+     [](SimulatedModem& modem) { modem.AnswerPdu(Reply::Own().WithoutResult()); }},
+    {"send-ok-lost-once", "the same with the first message alone",
+     [](SimulatedModem& modem) { modem.AnswerPdu(Reply::Own().WithoutResult(), 1); }},
     {"bad-reference", "a message's reference is no number",
      [](SimulatedModem& modem) { modem.AnswerPdu(Reply::Ok("+CMGS: none").Executed()); }},
     {"memory-error", "the message memory cannot be listed",
@@ -99,6 +130,9 @@ constexpr SimulatedModem::Fault kFaults[] = {
      [](SimulatedModem& modem) { modem.Answer("AT+CMGL*", Reply::Line("+CMS ERROR: 321")); }},
     {"delete-error", "no message can be deleted",
      [](SimulatedModem& modem) { modem.Answer("AT+CMGD=*", Reply::Line("+CMS ERROR: 321")); }},
+    {"delete-silence-once", "the first message is deleted but the modem does not say so",
+     [](SimulatedModem& modem) { modem.Answer("AT+CMGD=*", Reply::Silence().Executed(), 1); }},
+    {"same-reference", "the memory holds two long messages from one sender with the same reference", StoreLongMessages},
 };
 
 }  // namespace

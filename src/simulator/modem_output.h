@@ -6,50 +6,43 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace tavro {
 
 class ModemOutput {
  public:
+  struct Piece {
+    std::int64_t dueMs = 0;
+    std::string bytes;
+    bool endsWithinLine = false;  // the rest of the line is in the next piece
+    bool lineLostBehind = false;
+  };
+
   // Pieces that are due at the same time come in the order in which they were added.
-  void Add(std::int64_t dueMs, std::string bytes, bool lineLostBehind = false) {
+  void Add(Piece piece) {
     auto place = pieces_.end();
-    if (!pieces_.empty() && pieces_.back().dueMs > dueMs) {
-      place = std::upper_bound(pieces_.begin(), pieces_.end(), dueMs,
-                               [](std::int64_t due, const Piece& piece) { return due < piece.dueMs; });
+    if (!pieces_.empty() && pieces_.back().dueMs > piece.dueMs) {
+      place = std::upper_bound(pieces_.begin(), pieces_.end(), piece.dueMs,
+                               [](std::int64_t due, const Piece& other) { return due < other.dueMs; });
     }
-    pieces_.insert(place, {dueMs, std::move(bytes), lineLostBehind});
+    pieces_.insert(place, std::move(piece));
   }
 
   std::optional<std::int64_t> Next() const {
     return pieces_.empty() ? std::nullopt : std::optional(pieces_.front().dueMs);
   }
 
-  // Ends behind a piece that loses the line, which sets `lineLost`.
-  std::string Take(std::int64_t nowMs, bool& lineLost) {
-    std::string taken;
-    while (!lineLost && !pieces_.empty() && pieces_.front().dueMs <= nowMs) {
-      Piece& piece = pieces_.front();
-      if (taken.empty()) {
-        taken = std::move(piece.bytes);
-      } else {
-        taken += piece.bytes;
-      }
-      lineLost = piece.lineLostBehind;
-      pieces_.pop_front();
-    }
-    return taken;
+  // There must be one.
+  Piece Take() {
+    Piece piece = std::move(pieces_.front());
+    pieces_.pop_front();
+    return piece;
   }
 
   void Clear() { pieces_.clear(); }
 
  private:
-  struct Piece {
-    std::int64_t dueMs;
-    std::string bytes;
-    bool lineLostBehind;
-  };
-
   std::deque<Piece> pieces_;
 };
 

@@ -18,10 +18,13 @@ struct ModemReply {
 
   std::vector<Piece> pieces;         // sent in place of the modem's own answer
   bool executed = false;             // the command takes effect
-  bool own = false;                  // the modem's own answer is sent, and `pieces` in front of it
+  bool own = false;                  // the modem's own answer is sent, and `pieces` in front of it,
+  bool hasResult = true;             // with its result code,
+  std::int64_t resultDelayMs = 0;    // which comes so much behind the information text
   std::int64_t delayMs = 0;          // in front of everything, beyond the modem's latency
-  std::size_t pieceSize = 0;         // what is sent is cut into pieces of this size, 0: left as it is,
+  std::size_t pieceSize = 0;         // what is sent is cut into pieces of this size, 0: as the settings have it,
   std::int64_t gapMs = 0;            // that are so far apart
+  std::int64_t repeatMs = 0;         // `pieces` come again and again, so far apart, until the next byte arrives
   std::size_t lineLostAfter = npos;  // the line is lost behind so many bytes
 
   static constexpr std::size_t npos = static_cast<std::size_t>(-1);
@@ -45,6 +48,12 @@ struct ModemReply {
     reply.pieces = {{0, std::move(bytes)}};
     return reply;
   }
+  // An answer that does not end before the next byte arrives: these bytes every so many milliseconds.
+  static ModemReply Endless(std::string bytes, std::int64_t everyMs) {
+    ModemReply reply = Bytes(std::move(bytes));
+    reply.repeatMs = everyMs;
+    return reply;
+  }
 
   // More bytes, `afterMs` after the last ones. Not with Own or Before.
   ModemReply Then(std::int64_t afterMs, std::string bytes) && {
@@ -53,6 +62,15 @@ struct ModemReply {
   }
   ModemReply Late(std::int64_t ms) && {
     delayMs = ms;
+    return std::move(*this);
+  }
+  // The information text of the modem's own answer comes in time, the result code so much later or not at all.
+  ModemReply ResultLate(std::int64_t ms) && {
+    resultDelayMs = ms;
+    return std::move(*this);
+  }
+  ModemReply WithoutResult() && {
+    hasResult = false;
     return std::move(*this);
   }
   ModemReply InPieces(std::size_t size, std::int64_t gap) && {
@@ -70,6 +88,21 @@ struct ModemReply {
     lineLostAfter = bytes;
     return std::move(*this);
   }
+};
+
+// A line of the modem's own accord at a chosen moment of an answer.
+struct Interjection {
+  enum class Moment {
+    kBefore,
+    kBeforeLine,    // within the information text of the modem's own answer
+    kBeforeResult,  // in front of the result code or the prompt of the modem's own answer
+    kBehind,        // behind a prompt too
+  };
+
+  Moment moment = Moment::kBefore;
+  std::string text;        // "RING"; several lines have CR LF between them
+  int line = 2;            // kBeforeLine: which line of the text, from 1 on; an answer without it is left alone
+  std::int64_t gapMs = 0;  // it comes in two pieces that are so far apart
 };
 
 }  // namespace tavro

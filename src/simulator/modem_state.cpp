@@ -2,6 +2,9 @@
 
 #include <algorithm>
 
+#include "platform/utf8.h"
+#include "simulator/looped_message.h"
+
 namespace tavro {
 
 namespace {
@@ -17,6 +20,7 @@ constexpr ErrorName kEquipmentErrors[] = {
     {kCmeNoSim, "SIM not inserted"},
     {kCmePinNeeded, "SIM PIN required"},
     {kCmePukNeeded, "SIM PUK required"},
+    {kCmeSimBusy, "SIM busy"},
     {kCmeWrongPassword, "incorrect password"},
     {kCmeNotFound, "not found"},
     {kCmeBadParameter, "incorrect parameters"},
@@ -27,6 +31,7 @@ constexpr ErrorName kMessageErrors[] = {
     {kCmsBadPdu, "invalid PDU mode parameter"},
     {kCmsNoSim, "SIM not inserted"},
     {kCmsPinNeeded, "SIM PIN required"},
+    {kCmsSimBusy, "SIM busy"},
     {kCmsPukNeeded, "SIM PUK required"},
     {kCmsBadIndex, "invalid memory index"},
     {kCmsFull, "memory full"},
@@ -45,8 +50,9 @@ struct NumberOption {
   int largest, initial;
 };
 
-constexpr NumberOption kOptions[] = {{"+CMEE", 2, 0}, {"+CREG", 2, 0}, {"+CGREG", 2, 0}, {"+CGATT", 1, 1},
-                                     {"+CLIP", 1, 0}, {"+CRC", 1, 0},  {"+CMGF", 0, 0},  {"+CSDH", 1, 0}};
+constexpr NumberOption kOptions[] = {{"+CMEE", 2, 0},   {"+CREG", 2, 0},  {"+CGREG", 2, 0}, {"+CEREG", 2, 0},
+                                     {"+C5GREG", 2, 0}, {"+CGATT", 1, 1}, {"+CLIP", 1, 0},  {"+CRC", 1, 0},
+                                     {"+CMGF", 0, 0},   {"+CSDH", 1, 0}};
 
 const NumberOption* FindOption(std::string_view name) {
   const auto found = std::find_if(std::begin(kOptions), std::end(kOptions),
@@ -69,9 +75,36 @@ int ModemState::Option(std::string_view name) const {
   return option ? option->initial : 0;
 }
 
-int ModemState::Registration() const {
-  if (functionality != 1 || !settings.simPresent || IsLocked() || settings.registration.empty()) return 0;
-  return settings.registration[std::min(registrationQueries, settings.registration.size() - 1)];
+const std::vector<int>& ModemState::Registrations(std::string_view command) const {
+  if (command == "+CEREG") return settings.lteRegistration;
+  if (command == "+C5GREG") return settings.fiveGRegistration;
+  const bool hasOwn = command == "+CGREG" && !settings.packetRegistration.empty();
+  return hasOwn ? settings.packetRegistration : settings.registration;
+}
+
+int ModemState::Registration(std::string_view command) const {
+  const std::vector<int>& statuses = Registrations(command);
+  if (functionality != 1 || !settings.simPresent || IsLocked() || statuses.empty()) return 0;
+  const bool followsOther = command == "+CGREG" && settings.packetRegistration.empty();
+  const auto queries = registrationQueries.find(followsOther ? "+CREG" : command);
+  return statuses[std::min(queries == registrationQueries.end() ? 0 : queries->second, statuses.size() - 1)];
+}
+
+bool ModemState::IsRegistered() const {
+  // 3GPP TS 27.007, 7.2: home, roaming, the same for SMS only and with CSFB not preferred.
+  constexpr int kRegistered[] = {1, 5, 6, 7, 9, 10};
+  constexpr std::string_view kCommands[] = {"+CREG", "+CGREG", "+CEREG", "+C5GREG"};
+  return std::any_of(std::begin(kCommands), std::end(kCommands), [&](std::string_view command) {
+    return std::find(std::begin(kRegistered), std::end(kRegistered), Registration(command)) != std::end(kRegistered);
+  });
+}
+
+bool ModemState::FindsSimBusy() {
+  if (settings.simBusyCommands > 0) {
+    --settings.simBusyCommands;
+    return true;
+  }
+  return settings.simBusyMs > 0 && nowMs - startedMs < settings.simBusyMs;
 }
 
 void ModemState::Reset() {
@@ -99,17 +132,26 @@ CommandResult RunOption(ModemState& modem, const AtCommand& command) {
   }
 }
 
+std::string Quoted(const ModemState& modem, std::string_view text) {
+  if (!modem.settings.ucs2) return "\"" + std::string(text) + "\"";
+  std::string octets;
+  for (const char16_t unit : FromUtf8(text)) octets.append({static_cast<char>(unit >> 8), static_cast<char>(unit)});
+  return "\"" + HexFromOctets(octets) + "\"";
+}
+
 CommandResult RunCommand(ModemState& modem, const AtCommand& command) {
   if (const CommandHandler handler = FindGeneralCommand(command.name)) return handler(modem, command);
   const ModemSettings& settings = modem.settings;
   const bool needsPuk = modem.IsLocked() && settings.pinAttempts <= 0;
   if (const CommandHandler handler = FindSimCommand(command.name)) {
     if (!settings.simPresent) return EquipmentError(kCmeNoSim);
+    if (modem.FindsSimBusy()) return EquipmentError(kCmeSimBusy);
     if (modem.IsLocked()) return EquipmentError(needsPuk ? kCmePukNeeded : kCmePinNeeded);
     return handler(modem, command);
   }
   if (const CommandHandler handler = FindMessageCommand(command.name)) {
     if (!settings.simPresent) return MessageError(kCmsNoSim);
+    if (modem.FindsSimBusy()) return MessageError(kCmsSimBusy);
     if (modem.IsLocked()) return MessageError(needsPuk ? kCmsPukNeeded : kCmsPinNeeded);
     return handler(modem, command);
   }

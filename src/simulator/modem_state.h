@@ -3,6 +3,7 @@
 
 #include <array>
 #include <cstdint>
+#include <deque>
 #include <map>
 #include <optional>
 #include <string>
@@ -38,9 +39,9 @@ inline CommandResult MessageError(int code) { return {CommandResult::Kind::kMess
 
 // Error numbers of 3GPP TS 27.007, 9.2.
 inline constexpr int kCmeNotAllowed = 3, kCmeNotSupported = 4, kCmeNoSim = 10, kCmePinNeeded = 11, kCmePukNeeded = 12,
-                     kCmeWrongPassword = 16, kCmeNotFound = 22, kCmeBadParameter = 50, kCmeBusy = 515;
+                     kCmeSimBusy = 14, kCmeWrongPassword = 16, kCmeNotFound = 22, kCmeBadParameter = 50, kCmeBusy = 515;
 // Error numbers of 3GPP TS 27.005, 3.2.5.
-inline constexpr int kCmsNotSupported = 303, kCmsBadPdu = 304, kCmsNoSim = 310, kCmsPinNeeded = 311,
+inline constexpr int kCmsNotSupported = 303, kCmsBadPdu = 304, kCmsNoSim = 310, kCmsPinNeeded = 311, kCmsSimBusy = 314,
                      kCmsPukNeeded = 316, kCmsBadIndex = 321, kCmsFull = 322, kCmsNoServiceCentre = 330,
                      kCmsNoNetwork = 331;
 // The text of an error number, for AT+CMEE=2.
@@ -53,39 +54,50 @@ struct ModemState {
   ModemSettings settings;
   MessageStore store{settings};
   std::int64_t nowMs = 0;
+  std::int64_t startedMs = 0;  // when its first byte came
 
   bool verbose = true;     // ATV1
   bool quiet = false;      // ATQ1
   bool pinGiven = false;   // the right one, since the modem was switched on
   int functionality = 1;   // AT+CFUN
   int operatorFormat = 0;  // AT+COPS=3: 0 long, 1 short, 2 number
-  std::size_t registrationQueries = 0;
+  // How many queries were answered, by command.
+  std::map<std::string, std::size_t, std::less<>> registrationQueries;
   std::map<std::string, int, std::less<>> options;  // values of commands that do nothing but keep a number
   std::array<int, 5> indications{};                 // AT+CNMI
   std::array<std::string, 3> memories{"SM", "SM", "SM"};
   int nextReference;
 
-  // The command whose PDU is awaited.
-  enum class Entry { kNone, kSend, kWrite };
+  // The command whose PDU is awaited; kUnexpected behind a prompt that a test made another command answer with.
+  enum class Entry { kNone, kSend, kWrite, kUnexpected };
   Entry entry = Entry::kNone;
   int entryLength = 0, entryStat = 0;
 
-  // Lines of the modem's own accord that a command brought about, sent behind its answer.
+  std::deque<std::string> waiting;  // messages of the network that come when a location becomes free
+
+  // Lines of the modem's own accord that a command brought about, said behind its answer.
   std::vector<std::string> unsolicited;
 
   int Option(std::string_view name) const;
   bool IsLocked() const { return !settings.pin.empty() && !pinGiven; }
-  int Registration() const;
-  bool IsRegistered() const { return Registration() == 1 || Registration() == 5; }
+  // The statuses that +CREG, +CGREG, +CEREG or +C5GREG gives; empty: the modem does not know the command.
+  const std::vector<int>& Registrations(std::string_view command) const;
+  int Registration(std::string_view command) const;
+  // For messages at least, in any domain.
+  bool IsRegistered() const;
   std::int64_t Clock() const { return settings.clockMs + nowMs; }
+  // Whether this command, which needs the SIM, finds it busy.
+  bool FindsSimBusy();
   void Reset();
 };
 
 CommandResult RunCommand(ModemState& modem, const AtCommand& command);
 // Ends the entry that a prompt began.
 CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex);
-// A message from the network; its location, 0 when the memory is full.
-int ReceiveMessage(ModemState& modem, std::string_view pduHex);
+// A message from the network, at the first free location or this one; its location, 0 when the memory is full.
+int ReceiveMessage(ModemState& modem, std::string_view pduHex, int location = 0);
+// A text of an answer that depends on AT+CSCS, in quotes; the text is in UTF-8.
+std::string Quoted(const ModemState& modem, std::string_view text);
 
 // The handlers, by command name; null when the name is none of theirs.
 using CommandHandler = CommandResult (*)(ModemState& modem, const AtCommand& command);

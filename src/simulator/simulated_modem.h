@@ -11,6 +11,7 @@
 #include <span>
 #include <string>
 #include <string_view>
+#include <utility>
 #include <vector>
 
 #include "simulator/message_store.h"
@@ -33,6 +34,7 @@ class SimulatedModem {
   };
 
   static constexpr int kAlways = -1;
+  static constexpr std::string_view kPdu = "PDU";  // stands for a PDU where rules name commands
 
   explicit SimulatedModem(ModemSettings settings = {});
   ~SimulatedModem();
@@ -48,20 +50,32 @@ class SimulatedModem {
   std::string TakeOutput(std::int64_t nowMs);
 
   ModemSettings& Settings();
+  // Bytes that another application sent before: the modem is left at its prompt by "AT+CMGS=23\r", with half a command
+  // in its input by "AT+CM", without words by "ATV0\r". What it answered is gone, and what it received is not on
+  // record.
+  void Earlier(std::string_view bytes);
 
   // Answers in place of the modem's own.
 
   // The next `times` command lines equal to `command` ("AT+CREG?"), or starting with what stands before a final "*"
   // ("AT+CMGD=*", "*"), letter case aside, get this reply. Of several rules the first that still applies is taken, so
   // Answer("AT", ModemReply::Own(), 2) in front of another lets two commands pass. The echo is not part of an answer.
-  // A reply to AT+CMGS or AT+CMGW that holds ">" is a prompt: the modem then takes a PDU.
+  // A reply to AT+CMGS or AT+CMGW that holds ">" is a prompt: the modem then takes a PDU. Behind a reply to another
+  // command that ends with "> " it takes one too, and refuses it.
   void Answer(std::string_view command, ModemReply reply, int times = kAlways);
   // The same for the PDUs that follow a prompt. Unless the reply is Executed, the message is not sent.
-  void AnswerPdu(ModemReply reply, int times = kAlways);
+  void AnswerPdu(ModemReply reply, int times = kAlways) { Answer(kPdu, std::move(reply), times); }
   // Removes all rules of both kinds.
   void ForgetAnswers();
-  // A line of the modem's own accord: "\r\nRING\r\n".
+
+  // Lines of the modem's own accord: "RING" or several with CR LF between them.
+
   void Unsolicited(std::string_view line, std::int64_t nowMs);
+  // Every so many milliseconds, but never within another line.
+  void UnsolicitedEvery(std::string_view line, std::int64_t everyMs, std::int64_t fromMs = 0);
+  // In the answers to the next `times` commands that match the pattern, as Answer has it, whatever rule answers them.
+  // kPdu is the result of a PDU, "*" every answer.
+  void Interject(Interjection interjection, std::string_view command = "*", int times = kAlways);
   // Bytes at a later time, as they are.
   void Output(std::string bytes, std::int64_t dueMs);
 
@@ -86,6 +100,8 @@ class SimulatedModem {
   // An SMS-DELIVER or SMS-STATUS-REPORT from the network: stored where the modem receives into, and announced when
   // AT+CNMI asked for it. Returns the location, 0 when the memory is full.
   int Incoming(std::string_view pdu, std::int64_t nowMs);
+  // One that comes as soon as a location becomes free, and takes that one.
+  void IncomingWhenFreed(std::string pdu);
   // In the order of their locations.
   std::vector<StoredMessage> Stored(std::string_view memory = "SM") const;
 
