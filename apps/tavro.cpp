@@ -52,6 +52,11 @@ void AddConnectionOptions(CLI::App& app, ConnectionArguments& arguments) {
   app.add_option("--memory", arguments.memory, "Message memory: SM (SIM) or ME (modem)");
   app.add_option("--init", arguments.initString, "Command to send while connecting");
   app.add_option("--log", arguments.logFolder, "Folder to write Tavro.log into");
+  app.add_flag(
+      "--classic", arguments.classic,
+      "Talk to the modem as the COM component does: slower, and what is not understood is deleted while reading");
+  app.add_flag("--wide-references", arguments.wideReferences, "Number long messages with 16 bits");
+  app.add_flag("--last-pin-attempt", arguments.lastPinAttempt, "Send the PIN also when a wrong one would lock the SIM");
 }
 
 CLI::App* AddSend(CLI::App& app, SendArguments& arguments) {

@@ -18,6 +18,9 @@ using tavro::FromUtf8, tavro::ToUtf8;
 
 tavro::Options OptionsFor(const ConnectionArguments& arguments) {
   tavro::Options options;
+  options.dialogue = arguments.classic ? tavro::Dialogue::kClassic : tavro::Dialogue::kPrompt;
+  options.wideReferences = arguments.wideReferences;
+  options.sendsPinOnLastAttempt = arguments.lastPinAttempt;
   if (!arguments.device.empty()) options.devices[1] = arguments.device;
   options.interrupted = [] { return EndSignals::Received() != 0; };
   return options;

@@ -17,6 +17,9 @@ struct ConnectionArguments {
   std::string memory;      // "SM" or "ME"; empty: as it is
   std::string initString;  // a command sent while connecting
   std::string logFolder;   // empty: no log
+  bool classic = false;    // the classic manner of dialogue
+  bool wideReferences = false;
+  bool lastPinAttempt = false;
 };
 
 struct SendArguments {
