@@ -107,8 +107,11 @@ class SMS {
 
   // --- Modem and network ---------------------------------------------------------------------------------------------
 
-  // How long to wait for an answer, in milliseconds: 1 to 60000, 30000 at the start; 1008 otherwise. Counted in whole
-  // seconds of the wall clock.
+  // How long to wait for an answer, in milliseconds: 1 to 60000, 30000 at the start; 1008 otherwise.
+  //   Classic manner: counted in whole seconds of the wall clock until the answer begins. It ends at a gap, or, when
+  //   octets never stop, after ten times Timeout, 10 seconds at least.
+  //   Prompt manner: counted from the last octet that came of the answer. A modem that never stops is given ten times
+  //   Timeout more, 10 seconds at least; the result of a message is waited for 180 seconds at least.
   std::int32_t Timeout();
   void SetTimeout(std::int32_t milliseconds);
   // The message memory that is read, deleted from and received into (AT+CPMS): "SM" the SIM (the start), "ME" the
@@ -141,12 +144,15 @@ class SMS {
   std::int16_t BatteryLevel();
   // The subscriber's own number (AT+CNUM); 2023.
   std::u16string OwnNumber();
-  // The SIM's PIN, sent when the modem asks for it. It can be set and not read.
+  // The SIM's PIN, sent when the modem asks for it. It can be set and not read. One that was refused is not sent again
+  // in the same call; in the prompt manner not before it is set again or the port changed, and not when the modem says
+  // that the SIM takes only one more (Options::sendsPinOnLastAttempt).
   void SetPIN(const std::u16string& pin);
   // Whether the PIN state is taken as ready without asking. False at the start.
   bool DisableCheckPIN();
   void SetDisableCheckPIN(bool disable);
-  // The pause after the SIM was unlocked, in milliseconds: 1 to 60000, 15000 at the start; 2024 otherwise.
+  // The pause after the SIM was unlocked, in milliseconds: 1 to 60000, 15000 at the start; 2024 otherwise. In the prompt
+  // manner there is none until it is set.
   std::int32_t DelayAfterPin();
   void SetDelayAfterPin(std::int32_t milliseconds);
 
@@ -160,10 +166,12 @@ class SMS {
   // 4005 otherwise.
   std::int16_t LongMessage();
   void SetLongMessage(std::int16_t action);
-  // The least time between two messages, in milliseconds: 1 to 30000, 1000 at the start; 4013 otherwise.
+  // The least time between two messages, in milliseconds: 1 to 30000, 1000 at the start; 4013 otherwise. In the prompt
+  // manner there is none until it is set.
   std::int32_t SendDelay();
   void SetSendDelay(std::int32_t milliseconds);
-  // How often a message is tried again: 0 to 10, 2 at the start; 4013 otherwise.
+  // How often a message is tried again: 0 to 10, 2 at the start; 4013 otherwise. The prompt manner tries again only
+  // what the modem clearly refused, and not for a cause that a repetition cannot mend.
   std::int16_t SendRetry();
   void SetSendRetry(std::int16_t retries);
   // The coding: 7 the GSM alphabet (the start), 8 octets, 16 UCS2; 0, 1 and 2 stand for these. 4015 otherwise.
@@ -172,6 +180,7 @@ class SMS {
   // Sends a text. Returns the modem's message references in part order, joined by "," ("12" or "12,13,14"), or nothing
   // on failure: 4004 the number is neither international nor national, 4006 to 4020 the modem could not be reached or
   // refused, or a connection, PIN or registration error. An `alertMessage` is shown at once and not stored (class 0).
+  // In the prompt manner 4012 with "Result unknown" says that the message may be out all the same.
   std::optional<std::u16string> SendSMS(const std::u16string& destinationNumber, const std::u16string& textMessage,
                                         bool alertMessage = false);
 
@@ -198,7 +207,8 @@ class SMS {
 
   // --- Connection ----------------------------------------------------------------------------------------------------
 
-  // Opens the port and brings the modem into a known state. True when connected, also when it was already.
+  // Opens the port and brings the modem into a known state. True when connected, also when it was already. In the
+  // prompt manner a connection needs no network: only sending and Network ask for one.
   bool Connect();
   // Drops the lines and closes the port; 1007 when that fails. True when it was not open.
   bool Disconnect();
@@ -210,7 +220,8 @@ class SMS {
   // Sends a command as it is; the caller ends it with a carriage return. Returns the answer without "OK" and line ends,
   // or "" on failure: 1011 cannot be sent, 1012 no answer, or the error of a connection that had to be opened.
   std::u16string Command(const std::u16string& atCommand);
-  // The least time between two commands, in milliseconds: 50 to 5000, 100 at the start; 1041 otherwise.
+  // The least time between two commands, in milliseconds: 50 to 5000, 100 at the start; 1041 otherwise. In the prompt
+  // manner there is none until it is set, but 100 ms behind a command that was not answered.
   std::int32_t ModemCommandDelay();
   void SetModemCommandDelay(std::int32_t milliseconds);
 
