@@ -285,7 +285,11 @@ void ModemOptions::Apply(SimulatedModem& modem) const {
   if (!earlier_.empty()) modem.Earlier(Unescaped(earlier_));
   for (const auto& [command, text] : answersOnce_) modem.Answer(command, ReplyFrom(text), 1);
   for (const auto& [command, text] : answers_) modem.Answer(command, ReplyFrom(text));
-  for (const auto& [command, ms] : delays_) modem.Answer(command, ModemReply::Own().Late(ms));
+  for (const auto& [command, ms] : delays_) {
+    const std::optional<std::int64_t> delayMs = NumberFrom<std::int64_t>(ms);
+    if (!delayMs) Refuse("--delay " + command + " " + ms, "not a number of milliseconds");
+    modem.Answer(command, ModemReply::Own().Late(*delayMs));
+  }
   for (const auto& [moment, line] : unsolicited_) AddUnsolicited(modem, moment, Unescaped(line), unsolicitedGapMs_);
   for (const std::string& fault : faults_) modem.ApplyFault(fault);
   constexpr int kReceivedUnread = 0, kStoredUnsent = 2;
