@@ -85,13 +85,15 @@ std::string Registration::QueryStatus() {
   };
   const std::string status = ask("+CREG");
   if (!manner_.countsAllNetworks || CountsAsRegistered(status)) return status;
+  bool searching = status == "2";
   for (const std::string_view name : kOtherNetworks) {
     if (!exchange_.IsPortOpen()) break;
     const std::string other = ask(name);
     if (CountsAsRegistered(other)) return other;
+    searching = searching || other == "2";
   }
   errors_.ClearError();  // many modems know only one of these
-  return status;
+  return searching ? "2" : status;
 }
 
 bool Registration::VerifyNetwork() {
@@ -124,9 +126,7 @@ bool Registration::EnsureNetwork() {
 
 bool Registration::EnsureReady() { return RaiseUnless((state_.IsReady() && exchange_.IsPortOpen()) || Verify()); }
 
-bool Registration::EnsureReadyForNetwork() {
-  return EnsureReady() && RaiseUnless(EnsureNetwork());
-}
+bool Registration::EnsureReadyForNetwork() { return EnsureReady() && RaiseUnless(EnsureNetwork()); }
 
 bool Registration::RaiseUnless(bool ready) {
   if (!ready) errors_.SetError(error_);

@@ -202,11 +202,13 @@ bool AtExchange::AwaitAtInterval(std::uint32_t interval, const Completion& isCom
   return false;
 }
 
-// The limit counts from the last octet of the answer; a modem that never stops is given some time more.
+// The limit counts from the last octet of the answer, and is Timeout once the answer has begun; a modem that never
+// stops is given some time more.
 bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
-  const auto silence = static_cast<std::uint32_t>(limit);
+  const auto beginning = static_cast<std::uint32_t>(limit);
+  const std::uint32_t silence = std::min(beginning, static_cast<std::uint32_t>(settings_.timeout));
   const std::uint32_t longest =
-      silence + std::max(static_cast<std::uint32_t>(settings_.timeout) * kLongestReadTimeouts, kLongestReadFloor);
+      beginning + std::max(static_cast<std::uint32_t>(settings_.timeout) * kLongestReadTimeouts, kLongestReadFloor);
   const std::uint32_t start = platform_.TickCount();
   std::uint32_t lastOctet = start;
   AnswerSorter sorter(written_, numericResults_);
@@ -214,7 +216,8 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   while (!Sort(sorter)) {
     const std::uint32_t now = platform_.TickCount();
     if (!piece.empty() && sorter.IsUnderWay()) lastOctet = now;
-    const bool isOver = now - lastOctet >= silence || now - start >= longest || sorter.Own().size() > kLongestAnswer;
+    const bool isOver = now - lastOctet >= (sorter.IsUnderWay() ? silence : beginning) || now - start >= longest ||
+                        sorter.Own().size() > kLongestAnswer;
     if (isOver || platform_.IsInterrupted()) break;
     const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
     if (count < 0) break;
