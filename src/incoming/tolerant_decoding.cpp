@@ -73,13 +73,13 @@ std::u16string Address(int type, Octets octets, std::size_t semiOctets) {
   const int typeOfNumber = type >> 4 & 7;
   // The bits behind the last whole character are no "@".
   if (typeOfNumber == kAlphanumeric) return SeptetText(octets, 0, semiOctets * 4 / 7);
-  std::u16string number = typeOfNumber == kInternational ? u"+" : u"";
+  std::u16string number;
   for (std::size_t i = 0; i < std::min(semiOctets, octets.size() * 2); ++i) {
     const int digit = octets[i / 2] >> (i % 2 * 4) & 0xF;
     if (digit == 0xF) break;
     number += u"0123456789*#abc"[digit];
   }
-  return number;
+  return typeOfNumber == kInternational && !number.empty() ? u"+" + number : number;
 }
 
 std::u16string ReadServiceCentre(OctetReader& pdu) {
