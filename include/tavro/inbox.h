@@ -24,13 +24,16 @@ class Inbox {
   std::shared_ptr<tavro::Message> Message(std::int16_t index);
 
   // Whether the parts of a concatenated message are shown as one message (true) or each by itself (false, the start).
+  // One with parts missing is not shown; in the prompt manner it is when its newest part is a day old.
   // Takes effect at the next Refresh or Delete. Belongs to the SMS object: it outlives a change of port.
   bool Concatenate();
   void SetConcatenate(bool concatenate);
 
   // Reads the modem's memory into the inbox (AT+CMGL, 3GPP TS 27.005, 4.1): 0 received unread messages, 1 received read
-  // messages, 2 both, the read ones first. Status reports, submitted messages and messages with a user-data header that
-  // is not understood are deleted from the modem on the way; what cannot be decoded is left there and noted in the log.
+  // messages, 2 both, the read ones first.
+  //   Classic manner: status reports, submitted messages and messages with a user-data header that is not understood
+  //   are deleted from the modem on the way; what cannot be decoded is left there and noted in the log. Prompt manner:
+  //   nothing is deleted. Status reports and submitted messages are left in the modem, every received message is shown.
   // False on failure: 5001 invalid type, 5002 to 5006 and 5008, or a connection, PIN or registration error.
   bool Refresh(std::int16_t messageType = 2);
 

@@ -22,6 +22,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "incoming/tolerant_decoding.h"
 #include "incoming/user_data.h"
 #include "outgoing/encodings.h"
 
@@ -250,7 +251,8 @@ std::string_view AnnouncedOctets(std::string_view header) {
 
 }  // namespace
 
-DecodedEntry DecodeStoredMessage(std::string_view entry, const DateNames& names) {
+DecodedEntry DecodeStoredMessage(std::string_view entry, const DateNames& names, const Manner& manner) {
+  if (manner.showsEverything) return DecodeTolerantly(entry, names);
   DecodedEntry result;
   const std::size_t headerEnd = std::min(entry.find("\r\n"), entry.size());
   const std::string_view header = entry.substr(0, headerEnd);

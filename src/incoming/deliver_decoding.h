@@ -7,6 +7,7 @@
 
 #include "incoming/sim_message.h"
 #include "incoming/time_stamp.h"
+#include "link/manner.h"
 
 namespace tavro {
 
@@ -25,7 +26,8 @@ struct DecodedEntry {
 };
 
 // `entry` is what stands behind "+CMGL:", in capitals. Only an SMS-DELIVER that is whole is stored: one that is cut
-// short, has letters that are no digits or lengths that contradict each other is skipped.
-DecodedEntry DecodeStoredMessage(std::string_view entry, const DateNames& names);
+// short, has letters that are no digits or lengths that contradict each other is skipped. A manner that shows
+// everything stores them all.
+DecodedEntry DecodeStoredMessage(std::string_view entry, const DateNames& names, const Manner& manner = kClassicManner);
 
 }  // namespace tavro

@@ -1,5 +1,6 @@
 #include "tavro/message.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "incoming/incoming_call.h"
@@ -7,6 +8,15 @@
 #include "incoming/sim_box.h"
 
 namespace tavro {
+
+namespace {
+
+const MessageDetails& DetailsOf(const Message::State& state) {
+  static const MessageDetails none;
+  return state.content->details ? *state.content->details : none;
+}
+
+}  // namespace
 
 Message::Message(std::shared_ptr<const State> state) : state_(std::move(state)) {}
 Message::~Message() = default;
@@ -46,16 +56,60 @@ const std::u16string& Message::SMSC() const {
   return state_->content->smsc;
 }
 
-// After a rebuild the index may be that of another message, which is then deleted; this is meant.
+std::vector<std::uint8_t> Message::Data() const {
+  const IncomingCall call(state_->services);
+  return DetailsOf(*state_).data;
+}
+
+std::optional<ApplicationPorts> Message::Ports() const {
+  const IncomingCall call(state_->services);
+  return DetailsOf(*state_).ports;
+}
+
+std::optional<int> Message::MessageClass() const {
+  const IncomingCall call(state_->services);
+  return DetailsOf(*state_).messageClass;
+}
+
+bool Message::IsReplacement() const {
+  const IncomingCall call(state_->services);
+  return DetailsOf(*state_).isReplacement;
+}
+
+std::vector<WaitingMessages> Message::Waiting() const {
+  const IncomingCall call(state_->services);
+  return DetailsOf(*state_).waiting;
+}
+
+int Message::Parts() const {
+  const IncomingCall call(state_->services);
+  return DetailsOf(*state_).parts;
+}
+
+std::vector<int> Message::MissingParts() const {
+  const IncomingCall call(state_->services);
+  const MessageDetails& details = DetailsOf(*state_);
+  std::vector<int> missing;
+  if (details.shown.empty()) return missing;
+  for (std::int16_t part = 1; part <= details.parts; ++part) {
+    if (!std::binary_search(details.shown.begin(), details.shown.end(), part)) missing.push_back(part);
+  }
+  return missing;
+}
+
+// In the classic manner the index may be that of another message after a rebuild, which is then deleted; this is meant.
 bool Message::Delete() {
   const IncomingCall call(state_->services);
   if (!call) return false;
   const std::int16_t index = state_->index;
   const std::shared_ptr<SIMBox> box = state_->box.lock();
-  if (!box || index < 1 || index > box->Count()) return call.Fail(kInvalidOwnIndex);
+  if (!box) return call.Fail(kInvalidOwnIndex);
+  const bool byParts = box->JoinsWithCare();
+  if (!byParts && (index < 1 || index > box->Count())) return call.Fail(kInvalidOwnIndex);
 
   const std::size_t recordsBefore = box->RecordCount();
-  const PendingError error = DeleteFromStore(*call, *box, index, box->LocationsOf(index));
+  const auto locations = byParts ? box->LocationsOf(state_->parts) : box->LocationsOf(index);
+  const PendingError error = DeleteFromStore(*call, *box, index, locations);
   if (box->RecordCount() != recordsBefore) box->BuildInbox(call->settings.concatenate);
   return !error || call.Fail(error);
 }

@@ -1,6 +1,9 @@
 #include "incoming/message_deleter.h"
 
+#include <string_view>
+
 #include "base/text.h"
+#include "incoming/listing_entry.h"
 
 namespace tavro {
 
@@ -40,27 +43,62 @@ PendingError MessageDeleter::Delete(SIMBox& box, const std::vector<std::int16_t>
       if (PendingError error = steps_.RequireMemory(kDeleteSteps, box.Memory())) return error;
       connection = connection_.Count();
     }
-    if (PendingError error = DeleteLocation(location)) return error;
+    if (PendingError error = DeleteRecord(box, location)) return error;
     box.RemoveRecord(location);
   }
   return {};
 }
 
-PendingError MessageDeleter::DeleteLocation(std::int16_t location) {
+PendingError MessageDeleter::DeleteRecord(SIMBox& box, std::int16_t location) {
+  const SIMMessage* const record = box.Record(location);
+  if (record == nullptr || !record->isDoubtful) return DeleteLocation(box, location);
+  switch (LookAt(*record)) {
+    case Place::kSame:
+      return DeleteLocation(box, location);
+    case Place::kOther:
+      return {};
+    case Place::kUnknown:
+      break;
+  }
+  return kDeleteInvalidResponse;
+}
+
+MessageDeleter::Place MessageDeleter::LookAt(const SIMMessage& record) {
+  constexpr std::string_view kPrefix = "+CMGR:", kNotThere = "+CMS ERROR: 321";
+  const std::string place = std::to_string(record.memoryIndex);
+  const std::string answer = exchange_.CheckCommandResponse("AT+CMGR=" + place + "\r");
+  errors_.ClearError();  // the deletion's own error is raised
+  const std::size_t entry = answer.find(kPrefix);
+  const std::string_view pdu =
+      entry == std::string::npos ? std::string_view()
+                                 : ReadListingEntry(std::string_view(answer).substr(entry + kPrefix.size()), false).pdu;
+  const bool isEmpty = Contains(answer, kNotThere) || (IsGoodResponse(answer) && pdu.empty());
+  if (!isEmpty && pdu.empty()) {
+    if (Trim(answer).empty()) connection_.DisconnectModem();
+    return Place::kUnknown;
+  }
+  if (ReadOctets(pdu) == record.content->details->pdu) return Place::kSame;
+  log_.WriteLog("The message at memory location " + place + " is deleted already");
+  return Place::kOther;
+}
+
+PendingError MessageDeleter::DeleteLocation(SIMBox& box, std::int16_t location) {
   const std::string command = "AT+CMGD=" + std::to_string(location) + "\r";
   exchange_.Pace();
   exchange_.Purge();  // a late answer to an earlier command is not this one's
   const bool written = exchange_.Write(command);
   log_.WriteLog("Modem Command: " + command);
   if (!written) {
+    box.MarkDoubtful(location);
     connection_.DisconnectModem();
     return kDeleteCommandError;
   }
   std::string answer;
-  exchange_.AwaitAnswer(1, [&](const std::string& read) {
+  const bool isAnswered = exchange_.AwaitAnswer(1, [&](const std::string& read) {
     answer += read;
     return ContainsNoCase(answer, "OK") || ContainsNoCase(answer, "ERROR");
   });
+  if (!isAnswered) box.MarkDoubtful(location);
   exchange_.MarkCommandEnd();
   if (IsGoodResponse(answer)) return {};
   log_.WriteLog("Modem Response: " + answer);

@@ -19,12 +19,18 @@ class MessageDeleter : DialoguePart {
   // Deletes the memory locations of an inbox message one after the other and takes each out of the store. False on the
   // first failure, with the reason in Error: 6002 to 6005, 6007, 6011, 2002 or that of the registration. The store's
   // records may have changed either way; the caller builds its inbox anew.
+  // A location whose deletion got no answer before is read first (AT+CMGR), and deleted only when it still has the
+  // message of its record; otherwise the record alone goes.
   bool DeleteStoredMessage(SIMBox& box, std::int16_t inboxIndex, const std::vector<std::int16_t>& locations);
   const PendingError& Error() const { return error_; }
 
  private:
   PendingError Delete(SIMBox& box, const std::vector<std::int16_t>& locations);
-  PendingError DeleteLocation(std::int16_t location);
+  PendingError DeleteRecord(SIMBox& box, std::int16_t location);
+  PendingError DeleteLocation(SIMBox& box, std::int16_t location);
+  // What the modem has at a location now.
+  enum class Place { kSame, kOther, kUnknown };
+  Place LookAt(const SIMMessage& record);
 
   ModemConnection& connection_;
   MessageSteps& steps_;

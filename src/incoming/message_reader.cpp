@@ -48,6 +48,7 @@ bool MessageReader::ReadMessages(SIMBox& box, std::int16_t messageType, bool del
   leftBehind_ = 0;
   log_.WriteLog("Reading incoming messages [Option-" + std::to_string(messageType) + "]");
   box.Clear();
+  if (manner_.joinsWithCare) box.JoinWithCare(platform_.WallClock() / 1000);
   error_ = Read(box, messageType, deleteNonDeliver);
   if (error_) return false;
   if (leftBehind_ > 0) {
@@ -117,14 +118,16 @@ void MessageReader::StoreEntries(SIMBox& box, std::string block, const DateNames
 }
 
 void MessageReader::StoreEntry(SIMBox& box, std::string_view entry, const DateNames& names, bool deleteNonDeliver) {
-  DecodedEntry decoded = DecodeStoredMessage(entry, names);
+  DecodedEntry decoded = DecodeStoredMessage(entry, names, manner_);
   switch (decoded.action) {
     case DecodedEntry::Action::kStore:
       if (!decoded.remark.empty()) log_.WriteLog("Message" + AtLocation(decoded.location) + ": " + decoded.remark);
       box.AddRecord(std::move(decoded.record));
       return;
     case DecodedEntry::Action::kDelete:
-      if (deleteNonDeliver) return DeleteWhileReading(box, decoded.location, decoded.remark);
+      if (deleteNonDeliver && manner_.deletesWhileReading) {
+        return DeleteWhileReading(box, decoded.location, decoded.remark);
+      }
       break;
     case DecodedEntry::Action::kSkip:
       break;

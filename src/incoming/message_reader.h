@@ -20,9 +20,9 @@ class MessageReader : DialoguePart {
   MessageReader(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps);
 
   // Fills the store with the messages of a type (0 received unread, 1 received read, 2 both, the read ones first) and
-  // builds its inbox. With `deleteNonDeliver` what is no received message, or has a header that is not understood, is
-  // deleted from the modem. False on failure, with the reason in Error: 2002, 5002 to 5006 or that of the registration;
-  // the store then holds what was read before, and its inbox is as it was.
+  // builds its inbox. With `deleteNonDeliver`, in a manner that deletes while reading, what is no received message, or
+  // has a header that is not understood, is deleted from the modem. False on failure, with the reason in Error: 2002,
+  // 5002 to 5006 or that of the registration; the store then holds what was read before, and its inbox is as it was.
   bool ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver);
   const PendingError& Error() const { return error_; }
 

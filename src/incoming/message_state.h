@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <memory>
+#include <vector>
 
 #include "incoming/incoming_services.h"
 #include "incoming/sim_message.h"
@@ -17,6 +18,7 @@ struct Message::State {
   std::shared_ptr<const MessageContent> content;
   std::weak_ptr<SIMBox> box;
   std::weak_ptr<IncomingServices> services;
+  std::vector<StoredPart> parts = {};  // when they are joined with care
 };
 
 }  // namespace tavro

@@ -1,12 +1,15 @@
 #include "incoming/sim_box.h"
 
+#include <algorithm>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <unordered_map>
 #include <utility>
 
+#include "incoming/careful_joining.h"
 #include "incoming/message_state.h"
+#include "incoming/part_groups.h"
 
 namespace tavro {
 
@@ -19,7 +22,7 @@ struct JoinKey {
   std::u16string_view phone;
   std::u16string_view smsc;
   std::int16_t total;
-  std::int16_t reference;
+  std::int32_t reference;
 
   explicit JoinKey(const SIMMessage& record)
       : phone(record.content->phone),
@@ -38,7 +41,7 @@ struct JoinKeyHash {
 };
 
 // The records of one key, in listing order.
-struct PartGroup {
+struct KeyGroup {
   std::vector<SIMMessage*> records;
   bool examined = false;
   bool complete = false;             // the parts 2 to total are there
@@ -125,10 +128,24 @@ const SIMMessage* SIMBox::Record(std::int16_t memoryIndex) const {
   return &records_[static_cast<std::size_t>(positions_[location])];
 }
 
+void SIMBox::MarkDoubtful(std::int16_t memoryIndex) {
+  if (!JoinsWithCare() || Record(memoryIndex) == nullptr) return;
+  records_[static_cast<std::size_t>(positions_[static_cast<std::size_t>(memoryIndex)])].isDoubtful = true;
+}
+
 std::vector<std::int16_t> SIMBox::LocationsOf(std::int16_t inboxIndex) const {
   std::vector<std::int16_t> locations;
   for (const SIMMessage& record : records_) {
     if (record.content && record.inboxIndex == inboxIndex) locations.push_back(record.memoryIndex);
+  }
+  return locations;
+}
+
+std::vector<std::int16_t> SIMBox::LocationsOf(const std::vector<StoredPart>& parts) const {
+  std::vector<std::int16_t> locations;
+  for (const StoredPart& part : parts) {
+    const SIMMessage* const record = Record(part.location);
+    if (record != nullptr && IsSamePdu(*record->content, *part.content)) locations.push_back(part.location);
   }
   return locations;
 }
@@ -146,19 +163,19 @@ void SIMBox::BuildInbox(bool concatenate) {
   messages_ = std::make_shared<const Messages>();  // the old messages make room for the new ones
   auto messages = std::make_shared<Messages>();
   messages->reserve(records_.size());
-  if (concatenate) {
-    BuildJoined(*messages);
+  if (!concatenate) {
+    for (SIMMessage& record : records_) AddSingle(*messages, record);
+  } else if (JoinsWithCare()) {
+    BuildWithCare(*messages);
   } else {
-    for (SIMMessage& record : records_) {
-      record.inboxIndex = AddMessage(*messages, record.content);
-    }
+    BuildJoined(*messages);
   }
   messages_ = std::move(messages);
 }
 
 void SIMBox::BuildJoined(Messages& messages) {
-  std::unordered_map<JoinKey, PartGroup, JoinKeyHash> groups;
-  std::vector<PartGroup*> groupOf(records_.size());
+  std::unordered_map<JoinKey, KeyGroup, JoinKeyHash> groups;
+  std::vector<KeyGroup*> groupOf(records_.size());
   for (std::size_t i = 0; i < records_.size(); ++i) {
     if (records_[i].concatTotal == 1) continue;
     groupOf[i] = &groups[JoinKey(records_[i])];
@@ -166,9 +183,9 @@ void SIMBox::BuildJoined(Messages& messages) {
   }
   for (std::size_t i = 0; i < records_.size(); ++i) {
     SIMMessage& record = records_[i];
-    PartGroup* const group = groupOf[i];
+    KeyGroup* const group = groupOf[i];
     if (!group) {
-      record.inboxIndex = AddMessage(messages, record.content);
+      AddSingle(messages, record);
       continue;
     }
     // The other parts enter through their first one.
@@ -189,6 +206,21 @@ void SIMBox::BuildJoined(Messages& messages) {
   }
 }
 
+void SIMBox::BuildWithCare(Messages& messages) {
+  const std::vector<PartGroup> groups = GroupRecords(records_);
+  std::vector<const PartGroup*> groupAt(records_.size());  // by the position of its first part
+  for (const PartGroup& group : groups) {
+    groupAt[static_cast<std::size_t>(group.parts.front().record - records_.data())] = &group;
+  }
+  for (std::size_t i = 0; i < records_.size(); ++i) {
+    if (records_[i].concatTotal < 2) {
+      AddSingle(messages, records_[i]);
+    } else if (groupAt[i] != nullptr && IsShown(*groupAt[i], *now_)) {
+      AddGroup(messages, *groupAt[i]);
+    }
+  }
+}
+
 // Closes the gaps of removed records and takes every record out of its message.
 void SIMBox::Compact() {
   std::erase_if(records_, [](const SIMMessage& record) { return !record.content; });
@@ -198,11 +230,28 @@ void SIMBox::Compact() {
   }
 }
 
-std::int16_t SIMBox::AddMessage(Messages& messages, std::shared_ptr<const MessageContent> content) {
+std::int16_t SIMBox::AddMessage(Messages& messages, std::shared_ptr<const MessageContent> content,
+                                std::vector<StoredPart> parts) {
   const auto index = static_cast<std::int16_t>(messages.size() + 1);
-  messages.push_back(std::make_shared<Message>(
-      std::make_shared<const Message::State>(Message::State{index, std::move(content), weak_from_this(), services_})));
+  messages.push_back(std::make_shared<Message>(std::make_shared<const Message::State>(
+      Message::State{index, std::move(content), weak_from_this(), services_, std::move(parts)})));
   return index;
+}
+
+void SIMBox::AddSingle(Messages& messages, SIMMessage& record) {
+  std::vector<StoredPart> parts;
+  if (JoinsWithCare()) parts.push_back({record.memoryIndex, record.content});
+  record.inboxIndex = AddMessage(messages, record.content, std::move(parts));
+}
+
+void SIMBox::AddGroup(Messages& messages, const PartGroup& group) {
+  std::vector<SIMMessage*> records = group.duplicates;
+  for (const ReceivedPart& part : group.parts) records.push_back(part.record);
+  std::sort(records.begin(), records.end());  // listing order
+  std::vector<StoredPart> parts;
+  for (const SIMMessage* record : records) parts.push_back({record->memoryIndex, record->content});
+  const std::int16_t index = AddMessage(messages, JoinGroup(group), std::move(parts));
+  for (SIMMessage* record : records) record->inboxIndex = index;
 }
 
 }  // namespace tavro

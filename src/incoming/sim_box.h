@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
 #include <vector>
@@ -13,6 +14,8 @@
 #include "tavro/message.h"
 
 namespace tavro {
+
+struct PartGroup;
 
 // RawMessages are the records of the last read, in listing order, keyed by memory location. InboxMessages are the
 // Message objects made of them, numbered from 1. A record knows the inbox message that it belongs to, so that deleting
@@ -40,9 +43,14 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   std::size_t RecordCount() const { return recordCount_; }
   // The record at a memory location; null when there is none.
   const SIMMessage* Record(std::int16_t memoryIndex) const;
+  // Remembers that a deletion of the record got no answer: another message may be there by now.
+  void MarkDoubtful(std::int16_t memoryIndex);
   // The memory locations of inbox message `inboxIndex`, in listing order.
   std::vector<std::int16_t> LocationsOf(std::int16_t inboxIndex) const;
-  // The same of all messages: entry n is that of inbox message n, entry 0 that of the records in no message.
+  // Of those parts that are still in the store as they were.
+  std::vector<std::int16_t> LocationsOf(const std::vector<StoredPart>& parts) const;
+  // The memory locations of all messages: entry n is that of inbox message n, entry 0 that of the records in no
+  // message.
   std::vector<std::vector<std::int16_t>> LocationsByMessage() const;
 
   // --- InboxMessages -------------------------------------------------------------------------------------------------
@@ -50,6 +58,10 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   // Makes InboxMessages anew. With `concatenate` the parts of a message are joined, and one with a part missing is not
   // shown; otherwise every record is a message.
   void BuildInbox(bool concatenate);
+  // From now on parts are told apart by their times and places (GroupParts), and a message with parts missing is shown
+  // when its newest part is a day old, compared with `now` in seconds since 1970 UTC.
+  void JoinWithCare(std::int64_t now) { now_ = now; }
+  bool JoinsWithCare() const { return now_.has_value(); }
   std::int16_t Count() const { return static_cast<std::int16_t>(messages_->size()); }
   // The list as it is now; a rebuild makes another.
   const std::shared_ptr<const Messages>& InboxMessages() const { return messages_; }
@@ -61,14 +73,19 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
  private:
   void Compact();
   void BuildJoined(Messages& messages);
+  void BuildWithCare(Messages& messages);
   // Appends a message and returns its index.
-  std::int16_t AddMessage(Messages& messages, std::shared_ptr<const MessageContent> content);
+  std::int16_t AddMessage(Messages& messages, std::shared_ptr<const MessageContent> content,
+                          std::vector<StoredPart> parts = {});
+  void AddSingle(Messages& messages, SIMMessage& record);
+  void AddGroup(Messages& messages, const PartGroup& group);
 
   std::weak_ptr<IncomingServices> services_;
   std::string memory_;
   std::vector<SIMMessage> records_;      // a removed one has no content until the next build
   std::vector<std::int32_t> positions_;  // in records_, by memory location; -1 for none
   std::size_t recordCount_ = 0;
+  std::optional<std::int64_t> now_;  // of the last read; nothing when parts are not joined with care
   std::shared_ptr<const Messages> messages_;
 };
 

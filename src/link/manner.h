@@ -57,7 +57,8 @@ struct Manner {
   bool deletesWhileReading;
   // Every received message is shown, whatever its coding and header (DecodeStoredMessage).
   bool showsEverything;
-  // Parts are told apart by more than their reference, and an incomplete message is shown in the end (SIMBox).
+  // Parts are told apart by more than their reference, an incomplete message is shown in the end, and what a message
+  // shows is what its deletion removes (MessageReader, which tells the store).
   bool joinsWithCare;
 };
 

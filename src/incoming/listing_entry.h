@@ -1,0 +1,23 @@
+// One entry of the answers to AT+CMGL and AT+CMGR in PDU mode (3GPP TS 27.005, 4.1 and 4.2), in the forms that modems
+// give it.
+#pragma once
+
+#include <cstdint>
+#include <string_view>
+#include <vector>
+
+namespace tavro {
+
+struct ListingEntry {
+  std::string_view location;  // AT+CMGL alone
+  std::string_view stat;
+  std::string_view pdu;  // as it stands there; empty when there is none
+};
+
+// `entry` is what stands behind "+CMGL:" or "+CMGR:", in capitals.
+ListingEntry ReadListingEntry(std::string_view entry, bool hasLocation);
+
+// Of the hex digits, up to the first other character; a last single digit is no octet.
+std::vector<std::uint8_t> ReadOctets(std::string_view digits);
+
+}  // namespace tavro

@@ -1,0 +1,265 @@
+// The SMS-DELIVER (3GPP TS 23.040, 9.2.2.1) as the standard asks a receiver to read it:
+//
+//   pdu     = sca tpdu [ fill ]                fill: anything behind the user data, FF for one
+//   sca     = length [ type address ]          length in octets, type included; 0 when there is no address
+//   tpdu    = first oa pid dcs scts udl ud
+//   first   = - UDHI - - - - MTI MTI           MTI 00: SMS-DELIVER; 11, reserved, is read as one (9.2.3.1)
+//   oa      = length type address              length in semi-octets, without the one that fills the last octet
+//   type    = 1 TON (3 bits) plan (4 bits)     TON 001: international; 101: alphanumeric
+//   address = digits in swapped pairs, A to E for * # a b c and F behind the last one; or text in septets
+//   scts    = 7 octets                         see time_stamp.cpp
+//   udl     = length of ud                     in septets for the GSM alphabet, which include the header's; else octets
+//   ud      = [ udhl udh ] [ fill bits ] text  udhl: octets of udh; fill bits up to the next septet
+#include "incoming/tolerant_decoding.h"
+
+#include <algorithm>
+#include <cmath>
+#include <limits>
+#include <memory>
+#include <span>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "base/text.h"
+#include "incoming/data_coding.h"
+#include "incoming/listing_entry.h"
+#include "incoming/septets.h"
+#include "incoming/user_data_header.h"
+
+namespace tavro {
+
+namespace {
+
+using Octets = std::span<const std::uint8_t>;
+
+constexpr int kInternational = 1, kAlphanumeric = 5;  // types of number
+constexpr int kSubmit = 1, kReport = 2;               // message type indicators
+
+constexpr const char* kCutShort = "the PDU is cut short";
+constexpr const char* kShortUserData = "the user data is shorter than its length";
+constexpr const char* kBadHeader = "the user-data header contradicts its length";
+
+std::u16string Widen(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
+
+// Takes octets from the front; what reaches past the end is empty and makes the whole cut short.
+class OctetReader {
+ public:
+  explicit OctetReader(Octets octets) : rest_(octets) {}
+
+  Octets Take(std::size_t count) {
+    if (count > rest_.size()) {
+      isCutShort_ = true;
+      rest_ = {};
+      return {};
+    }
+    const Octets piece = rest_.first(count);
+    rest_ = rest_.subspan(count);
+    return piece;
+  }
+  int Octet() {
+    const Octets one = Take(1);
+    return one.empty() ? 0 : one[0];
+  }
+  bool IsCutShort() const { return isCutShort_; }
+  Octets Rest() const { return rest_; }
+
+ private:
+  Octets rest_;
+  bool isCutShort_ = false;
+};
+
+std::u16string Address(int type, Octets octets, std::size_t semiOctets) {
+  const int typeOfNumber = type >> 4 & 7;
+  // The bits behind the last whole character are no "@".
+  if (typeOfNumber == kAlphanumeric) return SeptetText(octets, 0, semiOctets * 4 / 7);
+  std::u16string number;
+  for (std::size_t i = 0; i < std::min(semiOctets, octets.size() * 2); ++i) {
+    const int digit = octets[i / 2] >> (i % 2 * 4) & 0xF;
+    if (digit == 0xF) break;
+    number += u"0123456789*#abc"[digit];
+  }
+  return typeOfNumber == kInternational && !number.empty() ? u"+" + number : number;
+}
+
+std::u16string ReadServiceCentre(OctetReader& pdu) {
+  const int octets = pdu.Octet();
+  if (octets == 0) return {};
+  const int type = pdu.Octet();
+  const auto count = static_cast<std::size_t>(octets - 1);
+  return Address(type, pdu.Take(count), count * 2);
+}
+
+std::u16string ReadOriginator(OctetReader& pdu) {
+  const auto semiOctets = static_cast<std::size_t>(pdu.Octet());
+  const int type = pdu.Octet();
+  return Address(type, pdu.Take((semiOctets + 1) / 2), semiOctets);
+}
+
+std::string HexDigits(Octets octets) {
+  std::string digits;
+  for (const std::uint8_t octet : octets) {
+    digits += "0123456789ABCDEF"[octet >> 4];
+    digits += "0123456789ABCDEF"[octet & 0xF];
+  }
+  return digits;
+}
+
+std::int64_t UnixSeconds(double oleDate, int zoneMinutes) {
+  constexpr double kUnixStart = 25569;  // 1970-01-01 as an OLE Automation date
+  return std::llround((oleDate - kUnixStart) * 86400) - zoneMinutes * std::int64_t{60};
+}
+
+std::u16string Ucs2Text(Octets octets) {
+  std::u16string text;
+  for (std::size_t i = 0; i + 1 < octets.size(); i += 2) {
+    text += static_cast<char16_t>(octets[i] << 8 | octets[i + 1]);
+  }
+  return text;
+}
+
+class TolerantDecoder {
+ public:
+  TolerantDecoder(DecodedEntry& entry, const DateNames& names) : entry_(entry), names_(names) {}
+
+  // `fault`: why the PDU is not to be decoded, or nothing.
+  void Decode(std::vector<std::uint8_t> octets, std::string_view fault) {
+    details_.pdu = std::move(octets);
+    if (fault.empty()) {
+      DecodePdu();
+    } else {
+      GiveUp(fault);
+    }
+    if (entry_.action != DecodedEntry::Action::kStore) return;
+    content_.details = std::make_unique<const MessageDetails>(std::move(details_));
+    entry_.record.memoryIndex = entry_.location;
+    entry_.record.content = std::make_shared<const MessageContent>(std::move(content_));
+  }
+
+ private:
+  void DecodePdu() {
+    entry_.action = DecodedEntry::Action::kStore;
+    OctetReader pdu(details_.pdu);
+    content_.smsc = ReadServiceCentre(pdu);
+    const int first = pdu.Octet();
+    if (pdu.IsCutShort()) return GiveUp(kCutShort);
+    if ((first & 3) == kSubmit || (first & 3) == kReport) {
+      entry_.action = DecodedEntry::Action::kDelete;
+      entry_.remark = "not a received message";
+      return;
+    }
+    content_.phone = ReadOriginator(pdu);
+    const int protocol = pdu.Octet();
+    details_.isReplacement = protocol >= 0x41 && protocol <= 0x47;
+    const DataCoding coding = ReadDataCoding(pdu.Octet());
+    details_.messageClass = coding.messageClass;
+    if (coding.waiting) details_.waiting.push_back(*coding.waiting);
+    const Octets timeStamp = pdu.Take(7);
+    if (pdu.IsCutShort()) return GiveUp(kCutShort);
+    SetTimeStamp(HexDigits(timeStamp));
+    const int length = pdu.Octet();
+    if (pdu.IsCutShort()) return GiveUp(kCutShort);
+    const auto octets =
+        static_cast<std::size_t>(coding.alphabet == DataCoding::Alphabet::kGsm ? (length * 7 + 7) / 8 : length);
+    if (octets > pdu.Rest().size()) Remark(kShortUserData);
+    const Octets userData = pdu.Rest().first(std::min(octets, pdu.Rest().size()));
+    DecodeUserData(userData, coding.alphabet, static_cast<std::size_t>(length), (first & 0x40) != 0);
+  }
+
+  void DecodeUserData(Octets userData, DataCoding::Alphabet alphabet, std::size_t length, bool hasHeader) {
+    Languages languages;
+    std::size_t headerOctets = 0;
+    if (hasHeader && !userData.empty()) {
+      headerOctets = 1U + userData[0];
+      if (headerOctets > userData.size()) return GiveUp(kBadHeader);
+      if (const auto header = ReadUserDataHeader(userData.subspan(1, headerOctets - 1))) {
+        ApplyHeader(*header);
+        languages = header->languages;
+      } else {
+        Remark(kBadHeader);
+      }
+    }
+    const Octets data = userData.subspan(headerOctets);
+    details_.data.assign(data.begin(), data.end());
+    switch (alphabet) {
+      case DataCoding::Alphabet::kGsm: {
+        const std::size_t headerSeptets = (headerOctets * 8 + 6) / 7;
+        content_.text = SeptetText(userData, headerSeptets * 7, length - std::min(length, headerSeptets), languages);
+        break;
+      }
+      case DataCoding::Alphabet::kOctets:
+        content_.text.assign(data.begin(), data.end());
+        break;
+      case DataCoding::Alphabet::kUcs2:
+        content_.text = Ucs2Text(data);
+        break;
+    }
+  }
+
+  void ApplyHeader(const UserDataHeader& header) {
+    details_.ports = header.ports;
+    for (const WaitingMessages& waiting : header.waiting) AddWaiting(details_.waiting, waiting);
+    if (!header.part || header.part->total < 2) return;
+    entry_.record.concatReference = header.part->reference;
+    entry_.record.concatTotal = header.part->total;
+    entry_.record.concatPart = header.part->number;
+    details_.parts = header.part->total;
+    details_.shown = {header.part->number};
+  }
+
+  void SetTimeStamp(const std::string& digits) {
+    const auto timeStamp = DecodeTimeStamp(digits, names_);
+    if (!timeStamp) return Remark("the time stamp " + digits + " is no date");
+    content_.timeStamp = timeStamp->date;
+    content_.timeZone = timeStamp->zone;
+    content_.timeStampRFC = timeStamp->rfcText;
+    details_.sent = UnixSeconds(timeStamp->date, timeStamp->zone);
+  }
+
+  void GiveUp(std::string_view reason) {
+    Remark(reason);
+    content_.text = u"[This message cannot be decoded: " + Widen(reason) + u"]";
+    details_.data = details_.pdu;
+    entry_.action = DecodedEntry::Action::kStore;
+  }
+
+  void Remark(std::string_view text) {
+    if (!entry_.remark.empty()) entry_.remark += ", ";
+    entry_.remark += text;
+  }
+
+  DecodedEntry& entry_;
+  const DateNames& names_;
+  MessageContent content_;
+  MessageDetails details_;
+};
+
+}  // namespace
+
+DecodedEntry DecodeTolerantly(std::string_view text, const DateNames& names) {
+  DecodedEntry result;
+  const ListingEntry entry = ReadListingEntry(text, true);
+  int location = 0;
+  if (!ParseWhole(entry.location, location) || location < 0 || location > std::numeric_limits<std::int16_t>::max()) {
+    result.remark = "\"" + std::string(entry.location) + "\" is no memory location";
+    return result;
+  }
+  result.location = static_cast<std::int16_t>(location);
+  const bool isDraft = entry.stat == "2" || entry.stat == "3";
+  if (isDraft) {
+    result.action = DecodedEntry::Action::kDelete;
+    result.remark = "not a received message";
+    return result;
+  }
+  std::vector<std::uint8_t> octets = ReadOctets(entry.pdu);
+  std::string_view fault;
+  if (entry.pdu.empty()) {
+    fault = "there is no PDU";
+  } else if (octets.size() < entry.pdu.size() / 2) {
+    fault = "the PDU has characters that are no hex digits";
+  }
+  TolerantDecoder(result, names).Decode(std::move(octets), fault);
+  return result;
+}
+
+}  // namespace tavro
