@@ -66,15 +66,16 @@ PendingError MessageDeleter::DeleteRecord(SIMBox& box, std::int16_t location) {
 MessageDeleter::Place MessageDeleter::LookAt(const SIMMessage& record) {
   constexpr std::string_view kPrefix = "+CMGR:", kNotThere = "+CMS ERROR: 321";
   const std::string place = std::to_string(record.memoryIndex);
-  const std::string answer = exchange_.CheckCommandResponse("AT+CMGR=" + place + "\r");
+  const Answer answer = exchange_.CheckCommandResponse("AT+CMGR=" + place + "\r");
+  const std::string_view text = answer.Text();
   errors_.ClearError();  // the deletion's own error is raised
-  const std::size_t entry = answer.find(kPrefix);
-  const std::string_view pdu =
-      entry == std::string::npos ? std::string_view()
-                                 : ReadListingEntry(std::string_view(answer).substr(entry + kPrefix.size()), false).pdu;
-  const bool isEmpty = Contains(answer, kNotThere) || (IsGoodResponse(answer) && pdu.empty());
+  const std::size_t entry = text.find(kPrefix);
+  const std::string_view pdu = entry == std::string::npos
+                                   ? std::string_view()
+                                   : ReadListingEntry(text.substr(entry + kPrefix.size()), false).pdu;
+  const bool isEmpty = Contains(text, kNotThere) || (answer.IsGood() && pdu.empty());
   if (!isEmpty && pdu.empty()) {
-    if (Trim(answer).empty()) connection_.DisconnectModem();
+    if (Trim(text).empty()) connection_.DisconnectModem();
     return Place::kUnknown;
   }
   if (ReadOctets(pdu) == record.content->details->pdu) return Place::kSame;
