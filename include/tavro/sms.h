@@ -23,6 +23,7 @@
 
 namespace tavro {
 
+class ErrorHold;
 class Platform;
 
 // What an application may tell the component about its machine.
@@ -183,6 +184,7 @@ class SMS {
   void SetModemCommandDelay(std::int32_t milliseconds);
 
  private:
+  friend class ErrorHold;
   struct State;
   std::unique_ptr<State> state_;
 };

@@ -29,7 +29,7 @@ void ErrorState::SetError(std::int32_t code, std::string_view text) {
 }
 
 void ErrorState::ClearError() {
-  if (lastCode_ >= 1) SetError(0, "");
+  if (lastCode_ >= 1 && holds_ == 0) SetError(0, "");
 }
 
 void ErrorState::Warn(const PendingError& error) {

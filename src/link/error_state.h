@@ -35,7 +35,7 @@ class ErrorState {
   // code is recorded but neither logged nor shown, and it survives ClearError.
   void SetError(std::int32_t code, std::string_view text);
   void SetError(const PendingError& error) { SetError(error.code, error.text); }
-  // Moves the error to the previous one.
+  // Moves the error to the previous one, unless it is held.
   void ClearError();
   // Sets an error, which logs it, and clears it at once, which leaves it as the previous one.
   void Warn(const PendingError& error);
@@ -53,6 +53,10 @@ class ErrorState {
 
   void ShowErrorBox(std::u16string_view text, std::uint32_t style, std::u16string_view title);
 
+  // Between the two, the error belongs to a call that waits: another call that only reads does not clear it.
+  void Hold() { ++holds_; }
+  void LetGo() { --holds_; }
+
  private:
   Platform& platform_;
   LogHandling& log_;
@@ -62,6 +66,7 @@ class ErrorState {
   std::int32_t previousCode_ = 0;
   std::string previousText_;
   bool operationFailed_ = false;
+  int holds_ = 0;
 };
 
 }  // namespace tavro
