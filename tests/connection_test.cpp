@@ -422,7 +422,7 @@ TEST(ConnectTest, FailsClosesAndCanBeRepeated) {
       {"AT+CMGF=0", line("ERROR"), 1038, kError, "AT+CMGF=0"},
       {"AT+CMGF=0", silence, 1012, kOther, "AT+CMGF=0"},
       {"", {}, 2007, kOther, "AT+CPIN?", [](Engine& e) { e.modem.LoseLineAfter(3); }},
-      {"", {}, 3006, kOther, "", [](Engine& e) { e.modem.LoseLineAfter(9); }},
+      {"", {}, 1011, kOther, "", [](Engine& e) { e.modem.LoseLineAfter(9); }},
   };
   const std::string lines = "     0 EscapeCommFunction 6\n     0 EscapeCommFunction 4\n";
   for (const auto& c : kCases) {

@@ -24,6 +24,7 @@
 
 namespace tavro {
 
+class ErrorHold;
 class Platform;
 
 // How the component talks to the modem.
@@ -226,6 +227,7 @@ class SMS {
   void SetModemCommandDelay(std::int32_t milliseconds);
 
  private:
+  friend class ErrorHold;
   struct State;
   std::unique_ptr<State> state_;
 };

@@ -37,6 +37,17 @@ class ComObject : public First, public Others... {
     return static_cast<ULONG>(left);
   }
 
+  // False when the last reference is gone already and the object is about to end.
+  bool AddRefIfAlive() {
+    LONG count = InterlockedCompareExchange(&references_, 0, 0);
+    while (count != 0) {
+      const LONG seen = InterlockedCompareExchange(&references_, count + 1, count);
+      if (seen == count) return true;
+      count = seen;
+    }
+    return false;
+  }
+
  protected:
   ComObject() = default;
   virtual ~ComObject() = default;

@@ -5,7 +5,10 @@
 #include <ole2.h>
 
 #include <functional>
+#include <memory>
+#include <utility>
 
+#include "automation/call_gate.h"
 #include "automation/com_object.h"
 #include "automation/convert.h"
 #include "automation/module.h"
@@ -53,8 +56,10 @@ class DispatchObject : public ComObject<Interface, IProvideClassInfo> {
     ComPtr<ITypeInfo> typeInfo;
     const HRESULT described = Describe(__uuidof(Interface), &typeInfo);
     if (FAILED(described)) return described;
-    // Some script engines ask for the enumerator as for a method.
-    if (id == DISPID_NEWENUM && (flags & DISPATCH_METHOD) != 0) flags |= DISPATCH_PROPERTYGET;
+    // Clients differ in what they take for a method and what for a property: inbox[1] in C# gets one, and some script
+    // engines call the enumerator.
+    constexpr WORD kGet = DISPATCH_METHOD | DISPATCH_PROPERTYGET;
+    if ((flags & kGet) != 0) flags |= kGet;
     return typeInfo->Invoke(static_cast<Interface*>(this), id, flags, parameters, result, exception, wrongArgument);
   }
 
@@ -65,35 +70,50 @@ class DispatchObject : public ComObject<Interface, IProvideClassInfo> {
   }
 
  protected:
-  // Gives the call's value to the caller. The object stays alive during the call, which may let window messages run
-  // whose handlers release it.
+  explicit DispatchObject(std::shared_ptr<CallGate> gate) : gate_(std::move(gate)) {}
+
+  // Gives the call's value to the caller.
   template <class Out, class Call>
-  HRESULT Return(Out* out, Call&& call) noexcept {
+  HRESULT Return(Out* out, Call&& call, CallGate::Kind kind = CallGate::kActs) noexcept {
     if (out == nullptr) return E_POINTER;
     *out = Out{};
-    const ComPtr<Interface> alive(this);
-    return Guard([&] { return ToAutomation(call(), out); });
+    return Pass(kind, [&] { return ToAutomation(call(), out); });
   }
 
   // The form of nearly all members: a method of the component's object that gives a value ...
   template <class Object, class Method, class Out>
-  HRESULT Get(Object& object, Method method, Out* out) noexcept {
-    return Return(out, [&]() -> decltype(auto) { return std::invoke(method, object); });
+  HRESULT Get(Object& object, Method method, Out* out, CallGate::Kind kind = CallGate::kActs) noexcept {
+    return Return(
+        out, [&]() -> decltype(auto) { return std::invoke(method, object); }, kind);
+  }
+  // ... a value that can be read at any time ...
+  template <class Object, class Method, class Out>
+  HRESULT Read(Object& object, Method method, Out* out) noexcept {
+    return Get(object, method, out, CallGate::kReads);
   }
   // ... or takes one.
   template <class Object, class Method, class Value>
   HRESULT Put(Object& object, Method method, const Value& value) noexcept {
-    const ComPtr<Interface> alive(this);
-    return Guard([&] {
+    return Pass(CallGate::kActs, [&] {
       std::invoke(method, object, FromAutomation(value));
       return S_OK;
     });
   }
 
+  const std::shared_ptr<CallGate>& Gate() const { return gate_; }
+
  private:
+  template <class Call>
+  HRESULT Pass(CallGate::Kind kind, Call&& call) noexcept {
+    const CallGate::Call passing(*gate_, kind, static_cast<Interface*>(this));
+    return passing ? Guard(call) : RPC_E_SERVERCALL_RETRYLATER;
+  }
+
   static HRESULT Describe(REFGUID id, ITypeInfo** typeInfo) noexcept {
     return Guard([&] { return OwnTypeInfo(id, typeInfo); });
   }
+
+  const std::shared_ptr<CallGate> gate_;
 };
 
 }  // namespace tavro::automation

@@ -15,7 +15,8 @@ using Iterator = tavro::Inbox::Iterator;
 
 class MessageEnumerator final : public ComObject<IEnumVARIANT> {
  public:
-  MessageEnumerator(Iterator first, Iterator position) : first_(std::move(first)), position_(std::move(position)) {}
+  MessageEnumerator(Iterator first, Iterator position, std::shared_ptr<CallGate> gate)
+      : first_(std::move(first)), position_(std::move(position)), gate_(std::move(gate)) {}
 
   STDMETHODIMP Next(ULONG count, VARIANT* values, ULONG* fetched) override {
     if (fetched != nullptr) *fetched = 0;
@@ -25,7 +26,7 @@ class MessageEnumerator final : public ComObject<IEnumVARIANT> {
     const HRESULT result = Guard([&] {
       for (; done < count && !AtEnd(); ++done, ++position_) {
         VariantInit(&values[done]);
-        V_DISPATCH(&values[done]) = MakeMessage(position_.Get()).Detach();
+        V_DISPATCH(&values[done]) = MakeMessage(position_.Get(), gate_).Detach();
         V_VT(&values[done]) = VT_DISPATCH;
       }
       return done == count ? S_OK : S_FALSE;
@@ -50,7 +51,7 @@ class MessageEnumerator final : public ComObject<IEnumVARIANT> {
     if (clone == nullptr) return E_POINTER;
     *clone = nullptr;
     return Guard([&] {
-      *clone = MakeObject<MessageEnumerator>(first_, position_).Detach();
+      *clone = MakeObject<MessageEnumerator>(first_, position_, gate_).Detach();
       return S_OK;
     });
   }
@@ -60,12 +61,13 @@ class MessageEnumerator final : public ComObject<IEnumVARIANT> {
 
   const Iterator first_;
   Iterator position_;
+  const std::shared_ptr<CallGate> gate_;
 };
 
 }  // namespace
 
-ComPtr<IUnknown> MakeMessageEnumerator(tavro::Inbox::Iterator first) {
-  return MakeObject<MessageEnumerator>(first, first);
+ComPtr<IUnknown> MakeMessageEnumerator(tavro::Inbox::Iterator first, std::shared_ptr<CallGate> gate) {
+  return MakeObject<MessageEnumerator>(first, first, std::move(gate));
 }
 
 }  // namespace tavro::automation

@@ -11,14 +11,6 @@ LONG useCount = 0;
 SRWLOCK libraryLock = SRWLOCK_INIT;
 ITypeLib* library = nullptr;  // guarded by libraryLock; no smart pointer, which would release it while the DLL unloads
 
-class LibraryGuard {
- public:
-  LibraryGuard() { AcquireSRWLockExclusive(&libraryLock); }
-  ~LibraryGuard() { ReleaseSRWLockExclusive(&libraryLock); }
-  LibraryGuard(const LibraryGuard&) = delete;
-  LibraryGuard& operator=(const LibraryGuard&) = delete;
-};
-
 HMODULE ThisModule() {
   static const char anchor = 0;
   HMODULE module = nullptr;
@@ -34,7 +26,7 @@ void LockModule() { InterlockedIncrement(&useCount); }
 void UnlockModule() {
   if (InterlockedDecrement(&useCount) != 0) return;
   ComPtr<ITypeLib> unused;  // released outside the lock
-  LibraryGuard guard;
+  const ExclusiveLock guard(libraryLock);
   if (!ModuleInUse()) {
     *unused.GetAddressOf() = library;
     library = nullptr;
@@ -56,7 +48,7 @@ std::wstring ModulePath() {
 }
 
 HRESULT OwnTypeLibrary(ITypeLib** result) {
-  LibraryGuard guard;
+  const ExclusiveLock guard(libraryLock);
   if (library == nullptr) {
     const HRESULT loaded = LoadTypeLibEx(ModulePath().c_str(), REGKIND_NONE, &library);
     if (FAILED(loaded)) return loaded;

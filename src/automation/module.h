@@ -20,6 +20,18 @@ class ModuleLock {
   ModuleLock& operator=(const ModuleLock&) = delete;
 };
 
+// Holds a lock for as long as it lives.
+class ExclusiveLock {
+ public:
+  explicit ExclusiveLock(SRWLOCK& lock) : lock_(lock) { AcquireSRWLockExclusive(&lock_); }
+  ~ExclusiveLock() { ReleaseSRWLockExclusive(&lock_); }
+  ExclusiveLock(const ExclusiveLock&) = delete;
+  ExclusiveLock& operator=(const ExclusiveLock&) = delete;
+
+ private:
+  SRWLOCK& lock_;
+};
+
 // The DLL's full path; throws std::bad_alloc.
 std::wstring ModulePath();
 

@@ -82,13 +82,21 @@ HRESULT RegisterTypeLibrary(Scope scope) {
                                : RegisterTypeLib(library.Get(), path.data(), nullptr);
 }
 
-HRESULT UnregisterTypeLibrary(Scope scope) {
-  return scope == Scope::kUser ? UnRegisterTypeLibForUser(LIBID_Tavro, 1, 8, LOCALE_NEUTRAL, kSystem)
-                               : UnRegisterTypeLib(LIBID_Tavro, 1, 8, LOCALE_NEUTRAL, kSystem);
-}
+std::wstring LibraryKey() { return L"TypeLib\\" + Text(LIBID_Tavro) + L"\\" + kVersion + L"\\0\\" + kSystemKey; }
 
-bool TypeLibraryRegistered(const ClassesKey& classes) {
-  return classes.Has(L"TypeLib\\" + Text(LIBID_Tavro) + L"\\" + kVersion + L"\\0\\" + kSystemKey);
+// The DLL for the other word size may be registered too. It shares the program identifiers and the type library; and
+// the system keeps the interfaces of one type library for both word sizes.
+bool OtherRegistered(const ClassesKey& classes) { return classes.Has(ClassKey(), kOtherView); }
+
+HRESULT UnregisterTypeLibrary(ClassesKey& classes, Scope scope, bool otherStays) {
+  if (otherStays) return classes.Delete(LibraryKey());
+  const HRESULT result = scope == Scope::kUser ? UnRegisterTypeLibForUser(LIBID_Tavro, 1, 8, LOCALE_NEUTRAL, kSystem)
+                                               : UnRegisterTypeLib(LIBID_Tavro, 1, 8, LOCALE_NEUTRAL, kSystem);
+  // What the other one left.
+  for (const IID& iid : {IID__SMS, IID__Inbox, IID__Message, IID__Wap}) {
+    for (const REGSAM view : {REGSAM{0}, kOtherView}) classes.Delete(L"Interface", Text(iid), view);
+  }
+  return result;
 }
 
 }  // namespace
@@ -97,7 +105,7 @@ HRESULT Register(Scope scope) {
   const ModuleLock keepLibrary;
   ClassesKey classes(scope == Scope::kUser ? HKEY_CURRENT_USER : HKEY_LOCAL_MACHINE);
   if (FAILED(classes.Opened())) return classes.Opened();
-  const bool libraryWasRegistered = TypeLibraryRegistered(classes);
+  const bool libraryWasRegistered = classes.Has(LibraryKey()), otherStays = OtherRegistered(classes);
 
   RegistryChanges changes(classes);  // which takes all back when this fails
   HRESULT result = changes.Make(kClassIds);
@@ -108,7 +116,7 @@ HRESULT Register(Scope scope) {
   }
   result = RegisterTypeLibrary(scope);
   if (FAILED(result)) {
-    if (!libraryWasRegistered) UnregisterTypeLibrary(scope);
+    if (!libraryWasRegistered) UnregisterTypeLibrary(classes, scope, otherStays);
     return result;
   }
   changes.Keep();
@@ -121,15 +129,16 @@ HRESULT Unregister(Scope scope) {
 
   HRESULT result = classes.Delete(ClassKey());
   classes.DeleteEmpty(kClassIds);  // the user's classes often have no other
-  // The DLL for the other word size may be registered too, and shares the program identifiers.
-  if (!classes.Has(ClassKey(), kOtherView)) {
+  const bool otherStays = OtherRegistered(classes);
+  if (!otherStays) {
     for (const wchar_t* key : {kProgramId, kVersionedProgramId}) {
       const HRESULT deleted = classes.Delete(key);
       if (SUCCEEDED(result)) result = deleted;
     }
   }
-  const HRESULT unregistered = UnregisterTypeLibrary(scope);  // fails as well when there was nothing to do
-  if (SUCCEEDED(result) && FAILED(unregistered) && TypeLibraryRegistered(classes)) result = unregistered;
+  // Fails as well when there was nothing to do.
+  const HRESULT unregistered = UnregisterTypeLibrary(classes, scope, otherStays);
+  if (SUCCEEDED(result) && FAILED(unregistered) && classes.Has(LibraryKey())) result = unregistered;
   return result;
 }
 

@@ -46,6 +46,14 @@ HRESULT ClassesKey::Delete(const std::wstring& key) {
   return status == ERROR_FILE_NOT_FOUND ? S_OK : HRESULT_FROM_WIN32(static_cast<DWORD>(status));
 }
 
+void ClassesKey::Delete(const std::wstring& parent, const std::wstring& key, REGSAM view) {
+  HKEY handle = nullptr;
+  const std::wstring path = kClasses + (L"\\" + parent);
+  if (RegOpenKeyExW(root_, path.c_str(), 0, KEY_READ | KEY_WRITE | DELETE | view, &handle) != ERROR_SUCCESS) return;
+  RegDeleteTreeW(handle, key.c_str());
+  RegCloseKey(handle);
+}
+
 void ClassesKey::DeleteEmpty(const std::wstring& key) {
   HKEY handle = nullptr;
   DWORD subkeys = 0, values = 0;

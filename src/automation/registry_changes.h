@@ -24,6 +24,8 @@ class ClassesKey {
   bool Has(const std::wstring& key, REGSAM view = 0) const;
   // Deletes the key and all below it; S_OK also when there is none.
   HRESULT Delete(const std::wstring& key);
+  // Deletes what is below `parent`, in the view of the other word size if asked to.
+  void Delete(const std::wstring& parent, const std::wstring& key, REGSAM view);
   // Deletes the key if nothing is in it.
   void DeleteEmpty(const std::wstring& key);
 

@@ -9,22 +9,23 @@ using tavro::Wap;
 
 class WapObject final : public DispatchObject<_Wap, &CLSID_Wap> {
  public:
-  explicit WapObject(std::shared_ptr<Wap> wap) : wap_(std::move(wap)) {}
+  WapObject(std::shared_ptr<Wap> wap, std::shared_ptr<CallGate> gate)
+      : DispatchObject(std::move(gate)), wap_(std::move(wap)) {}
 
-  STDMETHODIMP get_Destination(BSTR* value) override { return Get(*wap_, &Wap::Destination, value); }
+  STDMETHODIMP get_Destination(BSTR* value) override { return Read(*wap_, &Wap::Destination, value); }
   STDMETHODIMP put_Destination(BSTR value) override { return Put(*wap_, &Wap::SetDestination, value); }
-  STDMETHODIMP get_Text(BSTR* value) override { return Get(*wap_, &Wap::Text, value); }
+  STDMETHODIMP get_Text(BSTR* value) override { return Read(*wap_, &Wap::Text, value); }
   STDMETHODIMP put_Text(BSTR value) override { return Put(*wap_, &Wap::SetText, value); }
-  STDMETHODIMP get_URL(BSTR* value) override { return Get(*wap_, &Wap::URL, value); }
+  STDMETHODIMP get_URL(BSTR* value) override { return Read(*wap_, &Wap::URL, value); }
   STDMETHODIMP put_URL(BSTR value) override { return Put(*wap_, &Wap::SetURL, value); }
-  STDMETHODIMP get_Action(SHORT* value) override { return Get(*wap_, &Wap::Action, value); }
+  STDMETHODIMP get_Action(SHORT* value) override { return Read(*wap_, &Wap::Action, value); }
   STDMETHODIMP put_Action(SHORT value) override { return Put(*wap_, &Wap::SetAction, value); }
-  STDMETHODIMP get_Created(VARIANT* value) override { return Get(*wap_, &Wap::Created, value); }
+  STDMETHODIMP get_Created(VARIANT* value) override { return Read(*wap_, &Wap::Created, value); }
   STDMETHODIMP put_Created(VARIANT value) override { return Put(*wap_, &Wap::SetCreated, value); }
-  STDMETHODIMP get_Expiry(BSTR* value) override { return Get(*wap_, &Wap::Expiry, value); }
+  STDMETHODIMP get_Expiry(BSTR* value) override { return Read(*wap_, &Wap::Expiry, value); }
   STDMETHODIMP put_Expiry(BSTR value) override { return Put(*wap_, &Wap::SetExpiry, value); }
   STDMETHODIMP Send(VARIANT_BOOL* value) override { return Get(*wap_, &Wap::Send, value); }
-  STDMETHODIMP IsLengthOK(VARIANT_BOOL* value) override { return Get(*wap_, &Wap::IsLengthOK, value); }
+  STDMETHODIMP IsLengthOK(VARIANT_BOOL* value) override { return Read(*wap_, &Wap::IsLengthOK, value); }
 
  private:
   const std::shared_ptr<Wap> wap_;
@@ -32,6 +33,8 @@ class WapObject final : public DispatchObject<_Wap, &CLSID_Wap> {
 
 }  // namespace
 
-ComPtr<_Wap> MakeWap(std::shared_ptr<tavro::Wap> wap) { return MakeObject<WapObject>(std::move(wap)); }
+ComPtr<_Wap> MakeWap(std::shared_ptr<tavro::Wap> wap, std::shared_ptr<CallGate> gate) {
+  return MakeObject<WapObject>(std::move(wap), std::move(gate));
+}
 
 }  // namespace tavro::automation

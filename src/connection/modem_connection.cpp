@@ -78,7 +78,7 @@ bool ModemConnection::RunConnectSteps() {
   initialisation_.DisableNewMessageIndications();
   RestoreMessageMemory();
   // What failed since was no reason to give up, but a device that is gone is.
-  return IsConnected() || FailWith({});
+  return IsConnected() || FailWith(kCannotSendCommand);
 }
 
 // Raises the error, or the port's own where there is none, and closes the port.

@@ -52,8 +52,9 @@ bool ModemInitialisation::InitializeModem() {
   bool defaultsDone = RunStep(kNumericErrors);
   defaultsDone = RunStep(kRegistrationCodesOff) && defaultsDone;
   if (manner_.setsCharacterSet) SelectCharacterSet();
-  if (!exchange_.IsPortOpen()) return false;  // the device is gone
+  if (IsDeviceGone()) return false;
   if (!registration_.Verify()) defaultsDone = SelectNetworkAutomatically() && defaultsDone;
+  if (IsDeviceGone()) return false;
   if (!defaultsDone) errors_.Warn(kDefaultInitFailed);
   return true;
 }
@@ -63,6 +64,13 @@ void ModemInitialisation::SelectCharacterSet() {
   log_.WriteLog("Select character set GSM");
   exchange_.CheckCommandResponse("AT+CSCS=\"GSM\"\r");
   errors_.ClearError();
+}
+
+// A write that failed has closed the port.
+bool ModemInitialisation::IsDeviceGone() {
+  if (exchange_.IsPortOpen()) return false;
+  errors_.SetError(kCannotSendCommand);
+  return true;
 }
 
 bool ModemInitialisation::CheckActivity() {

@@ -25,6 +25,7 @@ class ModemInitialisation : DialoguePart {
   struct Step;
 
   std::string ActivityStatus();
+  bool IsDeviceGone();
   bool CheckActivity();
   void SelectCharacterSet();
   void RunUserInit();

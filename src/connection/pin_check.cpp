@@ -111,13 +111,15 @@ bool PinCheck::IsLastAttempt() {
 
 PendingError PinCheck::Unlock() {
   log_.WriteLog("Sending PIN [" + settings_.pin + "]");
-  const Answer answer = exchange_.CheckCommandResponse("AT+CPIN=\"" + settings_.pin + "\"\r");
+  // Sent once whatever the answer: a modem that is busy may have taken it.
+  const std::string answer =
+      Upper(CleanResponse(exchange_.SendCommand("AT+CPIN=\"" + settings_.pin + "\"\r").Text(), false));
   const WholeSecondWait sinceSent = exchange_.SinceWritten();
   if (errors_.IsPending()) return kPinCommunicationError;
-  if (answer.HoldsError()) return kInvalidPin;
-  if (!answer.HoldsOk()) return kUnknownErrorSendingPin;
+  if (Contains(answer, "ERROR")) return kInvalidPin;
+  if (!Contains(answer, "OK")) return kUnknownErrorSendingPin;
 
-  while (!state_.IsReady() && !sinceSent.IsOver()) {
+  while (!state_.IsReady() && !sinceSent.IsOver() && exchange_.IsPortOpen()) {
     platform_.Sleep(kUnlockPollInterval);
     QueryState();
   }

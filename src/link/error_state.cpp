@@ -6,6 +6,7 @@ ErrorState::ErrorState(Platform& platform, LogHandling& log, const Settings& set
     : platform_(platform), log_(log), settings_(settings) {}
 
 void ErrorState::BeginCall() {
+  if (holds_ > 0) return;
   ClearError();
   callEnd_ = {};
 }
@@ -34,7 +35,7 @@ void ErrorState::SetError(std::int32_t code, std::string_view text) {
 }
 
 void ErrorState::ClearError() {
-  if (lastCode_ >= 1) SetError(0, "");
+  if (lastCode_ >= 1 && holds_ == 0) SetError(0, "");
 }
 
 void ErrorState::Warn(const PendingError& error) {

@@ -38,7 +38,7 @@ class ErrorState {
   // code is recorded but neither logged nor shown, and it survives ClearError.
   void SetError(std::int32_t code, std::string_view text);
   void SetError(const PendingError& error) { SetError(error.code, error.text); }
-  // Moves the error to the previous one.
+  // Moves the error to the previous one, unless it is held.
   void ClearError();
   // Sets an error, which logs it, and clears it at once, which leaves it as the previous one.
   void Warn(const PendingError& error);
@@ -61,6 +61,10 @@ class ErrorState {
 
   void ShowErrorBox(std::u16string_view text, std::uint32_t style, std::u16string_view title);
 
+  // Between the two, the error belongs to a call that waits: another call that only reads does not clear it.
+  void Hold() { ++holds_; }
+  void LetGo() { --holds_; }
+
  private:
   Platform& platform_;
   LogHandling& log_;
@@ -71,6 +75,7 @@ class ErrorState {
   std::string previousText_;
   bool operationFailed_ = false;
   PendingError callEnd_;
+  int holds_ = 0;
 };
 
 }  // namespace tavro

@@ -4,6 +4,7 @@
 #include <ocidl.h>
 #include <wrl/client.h>
 
+#include <functional>
 #include <string>
 #include <vector>
 
@@ -83,10 +84,35 @@ class Server {
 
 LONG ErrorCode(_SMS* sms);
 
+template <class Method>
+bool IsTrue(Method method) {
+  VARIANT_BOOL value = VARIANT_FALSE;
+  return method(&value) == S_OK && value == VARIANT_TRUE;
+}
+
+// Of the registered class, or the one of a manifest; null when it does not connect.
+ComPtr<_SMS> CreateConnected(const wchar_t* port);
+// To the modem's own number, which brings it back.
+bool Send(_SMS* sms, const std::wstring& text, VARIANT_BOOL alert = VARIANT_FALSE);
+bool Refresh(_Inbox* inbox);
+std::wstring TextOf(_Message* message);
+
+// Runs it on a thread of a multithreaded apartment. An object that is made there lives in an apartment of its own, and
+// its calls are marshaled by the type library.
+void OnMultithreadedApartment(const std::function<void()>& run);
+
+// Makes the loaded DLL call another function in place of a system function.
+bool Replace(const char* name, void* replacement);
+
+// The members of an object's vtable, by its type library.
+void ForEachFunction(IDispatch* object, const std::function<void(ITypeInfo*, const FUNCDESC&)>& visit);
+
 // A null pointer for a result is E_POINTER in every member of the object's vtable.
 void CheckNullPointers(IDispatch* object, const std::string& name);
 
 void DumpInterface(const wchar_t* dll);
+void CheckKindsOfCalls(const Server& server);
+void CheckBooleans(const Server& server);
 void CheckObjects(const wchar_t* dll);
 void CheckFailedRegistration(const wchar_t* dll);
 // These use the registered class, or the one of a manifest.
@@ -95,3 +121,5 @@ void CheckVtableClient(const wchar_t*);
 void CheckDispatchClient(const wchar_t*);
 void CheckThreads(const wchar_t*);
 void CheckVanishingModem(const wchar_t* dll);
+void CheckWaiting(const wchar_t*);
+void CheckReleases(const wchar_t* dll);

@@ -65,6 +65,8 @@ extern "C" int wmain(int count, wchar_t** arguments) {
       {L"dispatch", CheckDispatchClient},
       {L"threads", CheckThreads},
       {L"vanish", CheckVanishingModem},
+      {L"waiting", CheckWaiting},
+      {L"releases", CheckReleases},
   };
   bool found = false;
   CoInitializeEx(nullptr, COINIT_APARTMENTTHREADED);

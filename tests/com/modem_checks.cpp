@@ -9,47 +9,13 @@ namespace {
 
 const wchar_t kOwnNumber[] = L"+491701234567";
 
-template <class Method>
-bool IsTrue(Method method) {
-  VARIANT_BOOL value = VARIANT_FALSE;
-  return method(&value) == S_OK && value == VARIANT_TRUE;
-}
-
-ComPtr<_SMS> CreateConnected(const wchar_t* port) {
-  ComPtr<_SMS> sms;
-  CoCreateInstance(CLSID_SMS, nullptr, CLSCTX_INPROC_SERVER, __uuidof(_SMS), &sms);
-  if (!sms) return sms;
-  sms->put_Port(Bstr(port));
-  sms->put_Timeout(5000);
-  sms->put_ModemCommandDelay(50);
-  sms->put_SendDelay(1);
-  sms->put_SendRetry(0);
-  return IsTrue([&](VARIANT_BOOL* value) { return sms->Connect(value); }) ? sms : nullptr;
-}
-
-bool Send(_SMS* sms, const std::wstring& text) {
-  Variant references;
-  return sms->SendSMS(Bstr(kOwnNumber), Bstr(text), VARIANT_FALSE, &references) == S_OK && references.vt == VT_BSTR &&
-         !references.Text().empty();
-}
-
-bool Refresh(_Inbox* inbox) {
-  return IsTrue([&](VARIANT_BOOL* value) { return inbox->Refresh(2, value); });
-}
-
-std::wstring TextOf(_Message* message) {
-  Bstr text;
-  if (message) message->get_Text(&text);
-  return text.Text();
-}
-
 std::wstring TextOf(const Variant& object) {
   ComPtr<_Message> message;
   if (object.vt == VT_DISPATCH && object.pdispVal) object.pdispVal->QueryInterface(IID_PPV_ARGS(&message));
   return TextOf(message.Get());
 }
 
-void CheckEnumerator(IEnumVARIANT* first) {
+void CheckEnumerator(IEnumVARIANT* first, _Message* second) {
   Variant one, two, three, again;
   VARIANT* const none = nullptr;
   ULONG fetched = 9;
@@ -61,12 +27,40 @@ void CheckEnumerator(IEnumVARIANT* first) {
   VARIANT rest[3] = {};
   const HRESULT next = copy->Next(3, rest, &fetched);
   Check(next == S_FALSE && fetched == 1 && copy->Next(1, &three, &fetched) == S_FALSE && fetched == 0 &&
-            first->Next(1, &two, &fetched) == S_OK && TextOf(two) == L"two \x20AC",
-        "enumerator: Clone walks by itself");
+            first->Next(1, &two, &fetched) == S_OK && TextOf(two) == L"two \x20AC" && two.pdispVal == second &&
+            rest[0].pdispVal == second,
+        "enumerator: Clone walks by itself, to the inbox's objects");
   VariantClear(&rest[0]);
   Check(first->Reset() == S_OK && first->Skip(1) == S_OK && first->Next(1, &again, nullptr) == S_OK &&
             TextOf(again) == L"two \x20AC" && first->Skip(1) == S_FALSE && first->Clone(nullptr) == E_POINTER,
         "enumerator: Reset and Skip");
+}
+
+// Whether the last PDU in the log is a message that is shown at once: its number is followed by protocol and coding.
+bool WasAlert(const wchar_t* log) {
+  std::string text(100000, '\0');
+  FILE* const file = _wfopen(log, L"rb");
+  if (!file) return false;
+  text.resize(std::fread(text.data(), 1, text.size(), file));
+  std::fclose(file);
+  const std::string number = "947110325476", alert = "0010";
+  const auto at = text.rfind(number + "00");
+  return at != std::string::npos && text.compare(at + number.size(), alert.size(), alert) == 0;
+}
+
+// Any value but 0 is true.
+void CheckAlerts(_SMS* sms) {
+  wchar_t folder[MAX_PATH];
+  GetTempPathW(MAX_PATH, folder);
+  sms->put_LogFolderPath(Bstr(folder));
+  sms->put_LogType(2);
+  VARIANT_BOOL cleared = VARIANT_FALSE;
+  sms->ClearLog(0, &cleared);
+  for (const VARIANT_BOOL alert : std::initializer_list<VARIANT_BOOL>{-1, 0, 1, 256}) {
+    Check(Send(sms, L"alert", alert) && WasAlert((std::wstring(folder) + L"Tavro.log").c_str()) == (alert != 0),
+          "AlertMessage " + std::to_string(alert));
+  }
+  sms->put_LogType(0);
 }
 
 HRESULT CallAbout(const wchar_t* programId) {
@@ -81,19 +75,50 @@ HRESULT CallAbout(const wchar_t* programId) {
 
 }  // namespace
 
+ComPtr<_SMS> CreateConnected(const wchar_t* port) {
+  ComPtr<_SMS> sms;
+  CoCreateInstance(CLSID_SMS, nullptr, CLSCTX_INPROC_SERVER, __uuidof(_SMS), &sms);
+  if (!sms) return sms;
+  sms->put_Port(Bstr(port));
+  sms->put_Timeout(5000);
+  sms->put_ModemCommandDelay(50);
+  sms->put_SendDelay(1);
+  sms->put_SendRetry(0);
+  return IsTrue([&](VARIANT_BOOL* value) { return sms->Connect(value); }) ? sms : nullptr;
+}
+
+bool Send(_SMS* sms, const std::wstring& text, VARIANT_BOOL alert) {
+  Variant references;
+  return sms->SendSMS(Bstr(kOwnNumber), Bstr(text), alert, &references) == S_OK && references.vt == VT_BSTR &&
+         !references.Text().empty();
+}
+
+bool Refresh(_Inbox* inbox) {
+  return IsTrue([&](VARIANT_BOOL* value) { return inbox->Refresh(2, value); });
+}
+
+std::wstring TextOf(_Message* message) {
+  Bstr text;
+  if (message) message->get_Text(&text);
+  return text.Text();
+}
+
+void OnMultithreadedApartment(const std::function<void()>& run) {
+  std::thread([&] {
+    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
+    run();
+    CoUninitialize();
+  }).join();
+  Sleep(200);  // the object's apartment is ending too, and Wine may crash when the process ends at the same moment
+}
+
 void CheckCreation(const wchar_t*) {
   for (const wchar_t* programId : {L"Tavro.SMS", L"Tavro.SMS.1"}) {
     const HRESULT result = CallAbout(programId);
     Check(result == S_OK, "created by name: " + Hex(result));
   }
-  // The object lives in an apartment of its own there, and the calls are marshaled by the type library.
   HRESULT result = E_FAIL;
-  std::thread([&] {
-    CoInitializeEx(nullptr, COINIT_MULTITHREADED);
-    result = CallAbout(L"Tavro.SMS");
-    CoUninitialize();
-  }).join();
-  Sleep(200);  // that apartment's thread is ending too, and Wine may crash when the process ends at the same moment
+  OnMultithreadedApartment([&] { result = CallAbout(L"Tavro.SMS"); });
   Check(result == S_OK, "created and called from a multithreaded apartment: " + Hex(result));
 }
 
@@ -123,12 +148,18 @@ void CheckVtableClient(const wchar_t*) {
             std::fabs(stamp - now) < 1.5 && zone % 15 == 0 && rfc.Text().size() > 20 && smsc.Text()[0] == L'+',
         "vtable: its properties");
   CheckNullPointers(message.Get(), "Message");
+  ComPtr<_Message> same, first;
+  inbox->Message(1, &first);
+  inbox->Message(2, &same);
+  Check(same.Get() == message.Get() && first.Get() != message.Get() && first.Detach()->Release() == 0,
+        "vtable: one object for a message, as long as somebody holds it");
+  CheckAlerts(sms.Get());
   Check(inbox->Message(3, &missing) == S_OK && !missing && ErrorCode(sms.Get()) == 5007, "vtable: no such message");
   ComPtr<IUnknown> unknown;
   ComPtr<IEnumVARIANT> enumerator;
   inbox->get_NewEnum(&unknown);
   unknown.As(&enumerator);
-  CheckEnumerator(enumerator.Get());
+  CheckEnumerator(enumerator.Get(), message.Get());
 
   enumerator->Reset();
   Check(IsTrue([&](VARIANT_BOOL* value) { return inbox->Clear(value); }), "vtable: cleared");

@@ -97,20 +97,6 @@ void CheckIdentity(const Server& server) {
   SysFreeString(about);
 }
 
-// The members of an object's vtable, by its type library.
-void ForEachFunction(IDispatch* object, const std::function<void(ITypeInfo*, const FUNCDESC&)>& visit) {
-  ComPtr<ITypeInfo> info, vtable;
-  HREFTYPE reference = 0;
-  FUNCDESC* function = nullptr;
-  object->GetTypeInfo(0, 0, &info);
-  if (!info || FAILED(info->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference))) return;
-  info->GetRefTypeInfo(reference, &vtable);
-  for (UINT i = 0; SUCCEEDED(vtable->GetFuncDesc(i, &function)); ++i) {
-    visit(vtable.Get(), *function);
-    vtable->ReleaseFuncDesc(function);
-  }
-}
-
 // Each let with each odd value: the result that Automation prescribes, and no crash.
 void CheckOddValues(const Server& server) {
   Objects objects(server);
@@ -313,6 +299,19 @@ void CheckLoading(const wchar_t* dll) {
 
 }  // namespace
 
+void ForEachFunction(IDispatch* object, const std::function<void(ITypeInfo*, const FUNCDESC&)>& visit) {
+  ComPtr<ITypeInfo> info, vtable;
+  HREFTYPE reference = 0;
+  FUNCDESC* function = nullptr;
+  object->GetTypeInfo(0, 0, &info);
+  if (!info || FAILED(info->GetRefTypeOfImplType(static_cast<UINT>(-1), &reference))) return;
+  info->GetRefTypeInfo(reference, &vtable);
+  for (UINT i = 0; SUCCEEDED(vtable->GetFuncDesc(i, &function)); ++i) {
+    visit(vtable.Get(), *function);
+    vtable->ReleaseFuncDesc(function);
+  }
+}
+
 void CheckNullPointers(IDispatch* object, const std::string& name) {
   std::string wrong;
   int count = 0;
@@ -346,6 +345,8 @@ void CheckObjects(const wchar_t* dll) {
     }
     CheckOddValues(server);
     CheckDispatchCalls(server);
+    CheckKindsOfCalls(server);
+    CheckBooleans(server);
     CheckTexts(server);
     CheckDates(server);
     CheckReleaseOrders(server);

@@ -78,10 +78,10 @@ Expect "Count", inbox.Count, CInt(2)
 Check inbox.HasMessages And Not inbox.IsEmpty, "the inbox has messages"
 For Each message In inbox
   seen = seen & message.Index & message.Text & message.Phone
-  Check VarType(message.TimeStamp) = 7 And message.SMSC <> "" And message.TimeStampRFC <> "", "a message's properties"
+  Check VarType(message.TimeStamp) = 7 And message.SMSC <> "" And message.TimeStampRFC <> "" And message Is inbox(message.Index), "a message's properties"
 Next
 Check seen = "1" & text & OwnNumber & "2second" & OwnNumber, "For Each in the inbox's order"
-Check inbox(2).Text = inbox.Message(2).Text, "Message is the default member"
+Check inbox(2) Is inbox.Message(2), "Message is the default member, and always the same object"
 Check inbox(3) Is Nothing, "no third message"
 Expect "Delete", inbox(1).Delete, True
 Expect "Text of the message that moved up", inbox(1).Text, "second"
