@@ -479,6 +479,28 @@ TEST(ConnectTest, ADeviceThatWasGoneIsConnectedAnew) {
 }
 
 // The SIM locks itself after three wrong ones.
+TEST(ConnectTest, APinIsSentOnceWhateverTheAnswer) {
+  for (const char* answer : {"+CME ERROR: 515", "+CREG: 2,\"5151\",\"00A2\"\r\n\r\n+CME ERROR: 16"}) {
+    Engine engine;
+    engine.modem.Settings().pin = "1234";
+    engine.modem.Answer("AT+CPIN=*", ModemReply::Line(answer));
+    engine.sms.SetPIN(u"9999");
+    EXPECT_FALSE(engine.sms.Connect());
+    EXPECT_EQ(engine.ErrorText(), "Invalid PIN");
+    EXPECT_THAT(engine.modem.CommandTexts(), Contains("AT+CPIN=\"9999\"").Times(1));
+  }
+}
+
+TEST(ConnectTest, ADeviceThatIsGoneEndsTheWaitForTheSim) {
+  Engine engine;
+  engine.modem.Settings().pin = "1234";
+  engine.modem.Answer("AT+CPIN=*", ModemReply::Own().LineLostAfter(6));
+  engine.sms.SetPIN(u"1234");
+  const std::int64_t start = engine.line->Elapsed();
+  EXPECT_FALSE(engine.sms.Connect());
+  EXPECT_LT(engine.line->Elapsed() - start, 6000);
+}
+
 TEST(ConnectTest, OneCallSendsAWrongPinOnce) {
   const std::pair<const char*, void (*)(SMS&)> kCalls[] = {
       {"Connect", [](SMS& sms) { sms.Connect(); }},

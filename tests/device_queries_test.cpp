@@ -43,7 +43,7 @@ TEST(DeviceQueryTest, TextAnswers) {
       {"no operator", &SMS::Network, "AT+COPS?", "+COPS: 0", u"", 3007},
       {"empty operator", &SMS::Network, "AT+COPS?", "+COPS: 0,0,\"\"", u"", 3007},
       {"list, current", &SMS::NetworkEx, "AT+COPS=?",
-       "+COPS: (1,\"o2 - "
+       "+COPS: (2,\"First\",\"F\",\"26299\"),(1,\"o2 - "
        "de\",\"o2\",\"26207\"),(2,\"Telekom.de\",\"TDG\",\"26201\"),(3,\"E-Plus\",\"\",\"26203\"),,(0,1,"
        "2,3,4),(0,1,2)",
        u"Telekom.de", 0},
@@ -207,7 +207,7 @@ TEST(DeviceQueryTest, Signal) {
   const struct {
     int indication;
     std::int16_t db, percent;
-  } kCases[] = {{31, -51, 100}, {0, -113, 0}, {15, -83, 48}, {1, -111, 3}, {30, -53, 97}};
+  } kCases[] = {{31, -51, 100}, {0, -113, 0}, {15, -83, 48}, {1, -111, 3}, {30, -53, 97}, {11, -91, 36}};
   Engine engine;
   engine.sms.Connect();
   for (const auto& c : kCases) {

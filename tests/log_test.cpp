@@ -49,6 +49,17 @@ TEST_F(LogTest, WritesByLogType) {
             "2024-03-05 14:07:09: ERROR [1004] Invalid data bits setting\r\n");
 }
 
+TEST_F(LogTest, EachLineHasItsOwnTime) {
+  log_.SetLogType(2);
+  for (const std::uint32_t pause : {0, 990, 20, 3600000}) {
+    line_.Sleep(pause);
+    log_.WriteLog("x");
+  }
+  EXPECT_EQ(folder_.Log(),
+            "2024-03-05 14:07:09: x\r\n2024-03-05 14:07:09: x\r\n2024-03-05 14:07:10: x\r\n"
+            "2024-03-05 15:07:10: x\r\n");
+}
+
 TEST_F(LogTest, OneCallIsOneLineWhateverTheText) {
   log_.SetLogType(2);
   log_.WriteLog("A\r\nB");

@@ -203,7 +203,15 @@ const FaultCase kFaults[] = {
      4010, kNoPrompt, 2, 1, 1},
     {"ErrorInLineBeforePrompt",
      [](Sender& s) { s.modem.Answer("AT+CMGS=*", ModemReply::Before("\r\n+CUSD: 0,\"Error\"\r\n"), 1); }, "1", 4010,
-     kNoPrompt, 2, 1},
+     kNoPrompt, 2, 1, 1},
+    {"QuotedErrorLongBeforePrompt",
+     [](Sender& s) {
+       s.modem.Answer("AT+CMGS=*", ModemReply::Bytes("\r\n+CUSD: 0,\"Error\"\r\n").Then(700, "\r\n> "));
+     },
+     "1", 0, "", 1, 1},
+    {"UnsolicitedErrorLongBeforePrompt",  // the prompt that comes then is cancelled
+     [](Sender& s) { s.modem.Answer("AT+CMGS=*", ModemReply::Bytes("\r\n^X: ERROR\r\n").Then(700, "\r\n> "), 1); }, "1",
+     4010, kNoPrompt, 2, 1},
     // Connecting anew switches it off again.
     {"EchoLeftOn", [](Sender& s) { s.modem.Settings().echo = true; }, "1", 4010, kNoPrompt, 2, 1, 1},
     {"ShortPdu", [](Sender& s) { s.line->ShortenWrite(20, 1); }, "1", 4011, "Submit PDU error", 2, 1, 1},
@@ -229,6 +237,15 @@ const FaultCase kFaults[] = {
     {"RingBeforeResult", [](Sender& s) { s.modem.AnswerPdu(ModemReply::Before("\r\nRING\r\n")); }, "1", 0, "", 1, 1},
     {"QuotedErrorBeforeResult",
      [](Sender& s) { s.modem.AnswerPdu(ModemReply::Before("\r\n+CUSD: 0,\"ERROR 5\",15\r\n")); }, "1", 0, "", 1, 1},
+    {"QuotedErrorLongBeforeResult",
+     [](Sender& s) {
+       s.sms.SetSendDelay(1000);
+       s.modem.AnswerPdu(
+           Result("\r\n+CUSD: 0,\"first line\r\nERROR 5\",15\r\n").Then(1200, "\r\n+CMGS: 8\r\n\r\nOK\r\n"));
+     },
+     "8", 0, "", 1, 1},
+    {"ResultBeforeItsText", [](Sender& s) { s.modem.AnswerPdu(Result("\r\nOK\r\n\r\n+CMGS: 9\r\n")); }, "9", 0, "", 1,
+     1},
     {"LineInResult", [](Sender& s) { s.modem.AnswerPdu(Result("\r\n+CMGS: 45\r\n\r\n+CMTI: \"SM\",3\r\n\r\nOK\r\n")); },
      "45", 0, "", 1, 1},
     {"LineAfterResult",
@@ -394,6 +411,8 @@ TEST(SendingTest, KeepsMessagesApart) {
         sender.Send();
         const std::int64_t apart = sender.SubmitTimes().at(0) - end;
         EXPECT_GE(apart, delay);
+        const std::int64_t now = sender.line->WallClock() - sender.line->Elapsed();
+        EXPECT_GE((now + end + apart) / 1000 - (now + end) / 1000, (delay + 999) / 1000);
         EXPECT_LE(apart, (delay + 999) / 1000 * 1000 + 10);  // a whole second at the most is added to a broken one
         EXPECT_GE(sender.line->PumpCount() - pumps, delay / 10);
       }

@@ -52,8 +52,7 @@ class Message {
   // The service centre's address, "+" in front when international; empty when the modem gave none.
   const std::u16string& SMSC() const;
 
-  // --- Known in the prompt manner only (Options::dialogue); otherwise as of a plain text message without data
-  // ---------
+  // --- Known in the prompt manner only (Options::dialogue); otherwise as of a plain text message without data -------
 
   // The octets of the user data behind its header, those of all parts in order for a joined message: what an
   // application port is sent, or a text as it was coded. Of a message that cannot be decoded, whose Text says why, all
@@ -76,11 +75,13 @@ class Message {
 
   // Removes the message, all its parts, from the modem's memory and from the inbox, whose messages are numbered anew.
   // False on failure, with the error in the SMS object:
-  //   6008 the index is no longer in the inbox, 6007 no stored message belongs to it, 6002 to 6005 and 6011 the modem
-  //   could not be reached or refused, or a connection, PIN or registration error. Parts already removed stay removed.
-  // An object that was kept while the inbox was built anew removes the message that now has its index in the classic
-  // manner. In the prompt manner it removes what it shows itself and nothing else, and fails with 6007 when that is no
-  // longer in the store.
+  //   6008 the index is no longer in the inbox, 6007 no stored message belongs to it, 2002 the modem refuses the
+  //   memory that it was read from, 6002 to 6005 and 6011 the modem could not be reached or refused, or a connection,
+  //   PIN or registration error. Parts already removed stay removed.
+  // An object that was kept while the inbox was built anew, by a deletion too, removes the message that now has its
+  // index in the classic manner, so a loop that deletes runs from Count down to 1 and asks the inbox for each. In the
+  // prompt manner it removes what it shows itself and nothing else, and fails with 6007 when that is no longer in the
+  // store.
   bool Delete();
 
  private:

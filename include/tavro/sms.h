@@ -152,8 +152,8 @@ class SMS {
   // Whether the PIN state is taken as ready without asking. False at the start.
   bool DisableCheckPIN();
   void SetDisableCheckPIN(bool disable);
-  // The pause after the SIM was unlocked, in milliseconds: 1 to 60000, 15000 at the start; 2024 otherwise. In the prompt
-  // manner there is none until it is set.
+  // The pause after the SIM was unlocked, in milliseconds: 1 to 60000, 15000 at the start; 2024 otherwise. In the
+  // prompt manner there is none until it is set.
   std::int32_t DelayAfterPin();
   void SetDelayAfterPin(std::int32_t milliseconds);
 

@@ -47,10 +47,17 @@ bool IsGoodResponse(std::string_view answer) {
 }
 
 std::string WithoutQuotedText(std::string_view answer) {
+  constexpr std::string_view kManyLines = "+CUSD:";
   std::string text;
+  std::size_t lineStart = 0;
   bool quoted = false;
-  for (const char c : answer) {
-    if (c == '\r' || c == '\n') quoted = false;
+  for (std::size_t i = 0; i < answer.size(); ++i) {
+    const char c = answer[i];
+    const bool lineEnd = c == '\r' || c == '\n';
+    if (lineEnd && !(quoted && Upper(answer.substr(lineStart, kManyLines.size())) == kManyLines)) {
+      quoted = false;
+      lineStart = i + 1;
+    }
     if (c == '"') {
       quoted = !quoted;
     } else if (!quoted) {

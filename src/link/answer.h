@@ -39,7 +39,7 @@ std::string CleanResponse(std::string_view text, bool removeOk = true, bool remo
 bool IsGoodResponse(std::string_view answer);
 
 // The answer without what stands between quotes: a name or a text there is no result code. A quote that is not closed
-// ends with its line.
+// ends with its line, but for the text of +CUSD, which may have several.
 std::string WithoutQuotedText(std::string_view answer);
 
 }  // namespace tavro

@@ -51,10 +51,17 @@ std::string ReferenceIn(std::string_view response) {
 // message is out and must not be sent again for an unsolicited text that speaks of an error.
 std::string ConfirmedReference(std::string_view response) {
   const std::string upper = Upper(WithoutQuotedText(response));
-  const std::size_t prefix = upper.find("+CMGS:");
-  const bool confirmed = prefix != std::string::npos &&
-                         Contains(std::string_view(upper).substr(prefix, upper.find("ERROR") - prefix), "OK\r\n");
+  const bool confirmed = Contains(std::string_view(upper).substr(0, upper.find("ERROR")), "OK\r\n");
   return confirmed ? ReferenceIn(response) : std::string();
+}
+
+// Whether a line of it says that the modem refused the command and so waits for nothing more.
+bool HoldsErrorLine(std::string_view response) {
+  const std::string upper = Upper(response);
+  for (const char* code : {"ERROR", "+CMS ERROR", "+CME ERROR"}) {
+    if (upper.starts_with(code) || Contains(upper, std::string("\n") + code)) return true;
+  }
+  return false;
 }
 
 PendingError InvalidResult(const SubmissionErrors& errors, const std::string& response) {
@@ -154,18 +161,19 @@ void Submission::LogPortError() { log_.WriteLog("Comm Error: [" + std::to_string
 // Anything that comes in one read with it, an echo of the command or an unsolicited line, makes it none; this is meant.
 PendingError Submission::AwaitPrompt(const SubmissionErrors& errors) {
   std::string received, response, newest;
+  bool refused = false;
   const auto isPrompt = [&] { return response == ">" || newest == ">"; };
   exchange_.AwaitAnswer(kPromptInterval, [&](const std::string& read) {
     received += read;
     newest = CleanResponse(read);
     response = CleanResponse(received);
-    return isPrompt() || HoldsError(response);
+    refused = HoldsError(WithoutQuotedText(received));
+    return isPrompt() || refused;
   });
   log_.WriteLog("Recv: " + response);
-  if (isPrompt() && !HoldsError(response)) return {};
+  if (isPrompt() && !refused) return {};
   log_.WriteLog("Modem Response: " + response);
-  const bool refused = HoldsError(response);
-  if (!refused || Contains(response, ">")) CancelPrompt();
+  if (!HoldsErrorLine(received) || Contains(response, ">")) CancelPrompt();
   if (!refused && newest.empty()) connection_.DisconnectModem();
   return errors.invalidPrompt;
 }
