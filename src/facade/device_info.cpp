@@ -19,16 +19,17 @@ DeviceInfo::DeviceInfo(const DialogueContext& dialogue, Registration& registrati
     : DialoguePart(dialogue), registration_(registration) {}
 
 std::optional<std::string> DeviceInfo::Identify(const Identification& query) {
-  const auto ask = [&](const std::string& command) -> std::optional<std::string> {
-    const Answer answer = exchange_.SendCommand("AT" + command + "\r");
+  const std::string command = query.command, second = query.secondCommand ? query.secondCommand : "";
+  const auto ask = [&](const std::string& asked, const std::string& other) -> std::optional<std::string> {
+    const Answer answer = exchange_.SendCommand("AT" + asked + "\r");
     if (!answer.IsGood()) return {};
-    return answer.Information(command + ":");
+    return answer.Description(asked + ":", other.empty() ? other : other + ":");
   };
   log_.WriteLog(query.before);
-  auto value = ask(query.command);
-  if (!value && query.secondCommand && exchange_.IsPortOpen()) {
-    log_.WriteLog("AT" + std::string(query.command) + " not supported. Trying AT" + query.secondCommand);
-    value = ask(query.secondCommand);
+  auto value = ask(command, second);
+  if (!value && !second.empty() && exchange_.IsPortOpen()) {
+    log_.WriteLog("AT" + command + " not supported. Trying AT" + second);
+    value = ask(second, command);
   }
   if (value) log_.WriteLog(query.after + (": '" + *value + "'"));
   return value;
