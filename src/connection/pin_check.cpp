@@ -104,7 +104,7 @@ const PendingError& PinCheck::Refusal() const { return errors_.CallEnd() ? error
 // Whether the modem says that the SIM takes one more PIN (AT+CPINR, 3GPP TS 27.007, 8.65). Many do not say.
 bool PinCheck::IsLastAttempt() {
   const Answer answer = exchange_.SendCommand("AT+CPINR=\"SIM PIN\"\r");
-  const auto fields = AnswerFields(answer.Information("+CPINR:"));
+  const auto fields = Fields(answer.Information("+CPINR:"));
   errors_.ClearError();
   return answer.IsGood() && fields.size() > 1 && fields[0] == "SIM PIN" && fields[1] == "1";
 }

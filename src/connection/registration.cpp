@@ -48,6 +48,12 @@ bool Registration::CheckRegistration() {
   return state_.registered;
 }
 
+// "002" is 2.
+std::string Registration::AsNumber(const std::string& status) const {
+  int number = 0;
+  return manner_.countsAllNetworks && ParseWhole(status, number) ? std::to_string(number) : status;
+}
+
 // 1 home, 5 roaming; also for SMS only (6, 7) and with CSFB not preferred (9, 10).
 bool Registration::CountsAsRegistered(const std::string& status) const {
   if (!manner_.countsAllNetworks) return status == "1" || status == "5";
@@ -81,7 +87,7 @@ std::string Registration::QueryStatus() {
   const auto ask = [this](std::string_view name) {
     const Answer answer = exchange_.CheckCommandResponse("AT" + std::string(name) + "?\r");
     if (errors_.IsPending() || answer.IsEmpty() || answer.HoldsError()) return std::string();
-    return StatusOf(answer, std::string(name) + ":");
+    return AsNumber(StatusOf(answer, std::string(name) + ":"));
   };
   const std::string status = ask("+CREG");
   if (!manner_.countsAllNetworks || CountsAsRegistered(status)) return status;

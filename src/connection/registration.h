@@ -36,6 +36,7 @@ class Registration : DialoguePart {
   bool CheckRegistration();
   std::string PollStatus();
   std::string QueryStatus();
+  std::string AsNumber(const std::string& status) const;
   bool CountsAsRegistered(const std::string& status) const;
 
   PinCheck& pin_;

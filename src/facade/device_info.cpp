@@ -19,16 +19,17 @@ DeviceInfo::DeviceInfo(const DialogueContext& dialogue, Registration& registrati
     : DialoguePart(dialogue), registration_(registration) {}
 
 std::optional<std::string> DeviceInfo::Identify(const Identification& query) {
-  const auto ask = [&](const std::string& command) -> std::optional<std::string> {
-    const Answer answer = exchange_.SendCommand("AT" + command + "\r");
+  const std::string command = query.command, second = query.secondCommand ? query.secondCommand : "";
+  const auto ask = [&](const std::string& asked, const std::string& other) -> std::optional<std::string> {
+    const Answer answer = exchange_.SendCommand("AT" + asked + "\r");
     if (!answer.IsGood()) return {};
-    return answer.Information(command + ":");
+    return answer.Description(asked + ":", other.empty() ? other : other + ":");
   };
   log_.WriteLog(query.before);
-  auto value = ask(query.command);
-  if (!value && query.secondCommand && exchange_.IsPortOpen()) {
-    log_.WriteLog("AT" + std::string(query.command) + " not supported. Trying AT" + query.secondCommand);
-    value = ask(query.secondCommand);
+  auto value = ask(command, second);
+  if (!value && !second.empty() && exchange_.IsPortOpen()) {
+    log_.WriteLog("AT" + command + " not supported. Trying AT" + second);
+    value = ask(second, command);
   }
   if (value) log_.WriteLog(query.after + (": '" + *value + "'"));
   return value;
@@ -56,7 +57,7 @@ std::optional<std::int16_t> DeviceInfo::BatteryLevel() {
   log_.WriteLog("Reading battery charge level");
   const Answer answer = exchange_.SendCommand("AT+CBC\r");
   if (!answer.IsGood()) return {};
-  const auto fields = AnswerFields(answer.Information("+CBC:"));
+  const auto fields = Fields(answer.Information("+CBC:"));
   if (fields[0] == "2") errors_.SetError(kNoBattery);
   if (fields[0] == "3") errors_.SetError(kPowerFault);
   int level = 0;
@@ -76,10 +77,10 @@ std::optional<std::string> DeviceInfo::OwnNumber() {
   // A SIM with numbers for voice, data and fax gives a line for each: the first one counts.
   const std::string information = answer.Information();
   const auto entries = Split(information, "+CNUM:");
-  auto fields = AnswerFields(entries.size() > 1 ? entries[1] : entries[0]);
+  auto fields = Fields(entries.size() > 1 ? entries[1] : entries[0]);
   if (fields.size() > 1) fields[1] = PlainNumber(fields[1]);
   if (fields.size() < 2 || !IsNumeric(fields[1]) || Contains(fields[1], ".")) return {};
-  const std::string number = WithTypeOfNumber(fields[1], fields.size() > 2 ? fields[2] : "");
+  const std::string number = TypedNumber(fields[1], fields.size() > 2 ? fields[2] : "");
   log_.WriteLog("Own Number: " + number);
   return number;
 }

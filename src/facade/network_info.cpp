@@ -16,7 +16,7 @@ std::optional<std::int16_t> NetworkInfo::SignalDb() {
   log_.WriteLog("Reading GSM signal strength in DB");
   const Answer answer = exchange_.SendCommand("AT+CSQ\r");
   if (!answer.IsGood()) return {};
-  const auto fields = AnswerFields(answer.Information("+CSQ:"));
+  const auto fields = Fields(answer.Information("+CSQ:"));
   constexpr int kNotKnown = 99;
   int indication = 0;
   if (!ParseWhole(fields[0], indication) || indication == kNotKnown || indication < 0 || indication > 10000) return {};
@@ -38,7 +38,7 @@ std::optional<std::string> NetworkInfo::Operator() {
   log_.WriteLog("Reading network information");
   const Answer answer = exchange_.SendCommand("AT+COPS?\r");
   if (!answer.IsGood()) return {};
-  const auto fields = AnswerFields(answer.Information("+COPS:"));  // mode, format, operator, access technology
+  const auto fields = Fields(answer.Information("+COPS:"));  // mode, format, operator, access technology
   if (fields.size() < 3 || fields[2].empty()) return {};
   std::string name = Upper(PlainName(fields[2]));
   log_.WriteLog("Network: " + name);
@@ -51,17 +51,12 @@ std::optional<std::string> NetworkInfo::OperatorFromList() {
   log_.WriteLog("Reading network information (NetworkEx)");
   const Answer answer = exchange_.SendCommand("AT+COPS=?\r");
   if (!answer.IsGood()) return {};
-  std::string list = RemoveAll(answer.Information("+COPS:"), "\"");
-  list = list.substr(0, list.find(",,("));  // the modes and formats behind the operators look like operators
-
   std::optional<std::string> current, available;  // the last of each counts
-  const auto entries = Split(list, "(");
-  for (std::size_t i = 1; i < entries.size(); ++i) {
-    const std::string entry = Trimmed(RemoveAll(RemoveAll(RemoveAll(entries[i], "),,"), "),"), ")"));
-    const auto fields = Split(entry, ",");
+  for (const AnswerFieldList& fields : Lists(answer.Information("+COPS:"))) {
     if (fields.size() < 3) continue;
-    std::string name = PlainName(Trimmed(fields[1]));
-    if (name.empty()) name = PlainName(Trimmed(fields[2]));
+    std::string name = PlainName(fields[1]);
+    if (name.empty()) name = PlainName(fields[2]);
+    if (name.empty() && fields.size() > 3 && manner_.namesOperatorsByNumber) name = fields[3];
     if (fields[0].starts_with('2')) current = name;
     if (fields[0].starts_with('1')) available = name;
   }

@@ -14,14 +14,38 @@ bool Answer::HoldsError() const {
 
 std::string Answer::Information(std::string_view prefix) const {
   if (result_ == Result::kUnsorted) return CleanResponse(prefix.empty() ? text_ : RemoveAll(text_, prefix));
-  // The result is the last line, and "OK" a part of any other.
-  std::string_view lines = text_;
-  if (result_ == Result::kOk) {
-    const std::size_t end = lines.find_last_not_of("\r\n ");
-    const std::size_t start = lines.find_last_of("\r\n", end);
-    lines = lines.substr(0, start == std::string_view::npos ? 0 : start);
+  return CleanResponse(prefix.empty() ? std::string(WithoutResult()) : RemoveAll(WithoutResult(), prefix), false);
+}
+
+std::string Answer::Description(std::string_view prefix, std::string_view siblingPrefix) const {
+  if (result_ == Result::kUnsorted) return Information(prefix);
+  const std::string lines = ReplaceAll(WithoutResult(), "\r", "\n");
+  std::string text;
+  for (std::string_view line : Split(lines, "\n")) {
+    line = Trim(line);
+    const std::string capitals = Upper(line);
+    for (const std::string_view own : {prefix, siblingPrefix}) {
+      if (!own.empty() && capitals.starts_with(own)) {
+        line = Trim(line.substr(own.size()));
+        break;
+      }
+    }
+    if (!text.empty() && !line.empty()) text += ' ';
+    text += line;
   }
-  return CleanResponse(prefix.empty() ? std::string(lines) : RemoveAll(lines, prefix), false);
+  const bool quoted = text.size() >= 2 && text.find('"') == 0 && text.find('"', 1) == text.size() - 1;
+  return quoted ? Trimmed(text.substr(1, text.size() - 2)) : text;
+}
+
+// A good result is the last line, where there is one, and "OK" a part of any other.
+std::string_view Answer::WithoutResult() const {
+  const std::string_view lines = text_;
+  if (result_ != Result::kOk) return lines;
+  const std::size_t end = lines.find_last_not_of("\r\n ");
+  const std::size_t start = lines.find_last_of("\r\n", end);
+  const std::size_t last = start == std::string_view::npos ? 0 : start + 1;
+  const std::string result = Upper(Trim(lines.substr(last, end + 1 - last)));
+  return result == "OK" || result == "0" ? lines.substr(0, last) : lines;
 }
 
 Answer Answer::InCapitals() const { return Answer(Upper(text_), result_); }

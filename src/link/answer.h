@@ -23,10 +23,15 @@ class Answer {
   bool IsGood() const { return HoldsOk() && !HoldsError(); }
   // Without the result code, line ends, and every occurrence of the information's prefix ("+CSQ:"); trimmed.
   std::string Information(std::string_view prefix = {}) const;
+  // An information text for people, several lines perhaps: without the prefix of the command or of its sibling
+  // ("+CGMI:" for "+GMI:"), and without quotes around it. Of an answer that was not sorted: the information.
+  std::string Description(std::string_view prefix, std::string_view siblingPrefix) const;
   // The same answer in capitals.
   Answer InCapitals() const;
 
  private:
+  std::string_view WithoutResult() const;
+
   std::string text_;
   Result result_ = Result::kUnsorted;
 };

@@ -77,12 +77,15 @@ std::string PrefixOf(std::string_view line) {
 }
 
 // "+CREG: 0,1" answers AT+CREG?; "+CREG: 1" and "+CREG: 1,\"00C3\",\"0A1B\"" tell of a change: there the second field
-// is a location area in quotes or of four digits (3GPP TS 27.007, 7.2).
+// is a location area in quotes or of three digits and more (3GPP TS 27.007, 7.2).
 bool IsRegistrationAnswer(std::string_view line) {
   const auto fields = Split(line.substr(line.find(':') + 1), ",");
   if (fields.size() < 2) return false;
   const std::string_view status = Trim(fields[1]);
-  return !status.empty() && status.size() <= 3 && status.find_first_not_of("0123456789") == std::string_view::npos;
+  constexpr int kHighest = 99;  // 11 is in use
+  int number = 0;
+  return !status.empty() && status.size() <= 3 && status.find_first_not_of("0123456789") == std::string_view::npos &&
+         ParseWhole(status, number) && number <= kHighest;
 }
 
 std::string_view WithoutControls(std::string_view text) {
@@ -98,6 +101,7 @@ AnswerSorter::AnswerSorter(std::string_view command, bool numericResults)
   command_ = Upper(WithoutControls(command));
   prefixes_ = entry_ ? std::vector<std::string>{"+CMGS", "+CMGW"} : NamesIn(command_);
   promptExpected_ = command_.starts_with("AT+CMGS=") || command_.starts_with("AT+CMGW=");
+  resultMayLack_ = command_ == "AT+CPIN?";
 }
 
 std::size_t AnswerSorter::Append(std::string_view data) {
@@ -134,6 +138,8 @@ void AnswerSorter::Pause() {
   if (carriageReturn_) EndLine();
 }
 
+bool AnswerSorter::MayBeWhole() const { return resultMayLack_ && sawPrefix_ && line_.empty() && end_ == End::kNone; }
+
 void AnswerSorter::Finish() {
   if (end_ != End::kNone) return;
   if (WithoutControls(line_) == ">" && !idle_) {
@@ -142,6 +148,7 @@ void AnswerSorter::Finish() {
     EndLine();
   }
   EndHeld();
+  if (MayBeWhole()) end_ = End::kOk;
 }
 
 // Only the text of +CUSD has line ends in its quotes; elsewhere a quote that is not closed ends with its line.
@@ -202,6 +209,7 @@ void AnswerSorter::Judge(std::string line) {
     EndHeld();
     AddOwn();
     end_ = result;
+    hasResult_ = true;
     sawWords_ = line.size() > 1;
     return;
   }
@@ -238,6 +246,7 @@ void AnswerSorter::EndWithPrompt() {
   EndHeld();
   AddOwn();
   end_ = End::kPrompt;
+  hasResult_ = true;
 }
 
 void AnswerSorter::AddOwn() { own_ += std::exchange(blank_, {}) + std::exchange(line_, {}); }

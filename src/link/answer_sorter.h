@@ -3,6 +3,7 @@
 //   answer      = *( own-line / unsolicited / echo ) ( result / prompt )
 //   result      = "OK" / "ERROR" / "+CME ERROR:" text / "+CMS ERROR:" text / "NO CARRIER" / "COMMAND NOT SUPPORT" ...
 //   result      =/ "0" / "3" / "4"            numeric, while long result codes were not yet seen
+//   result      =/ ""                         behind +CPIN, where some modems have none
 //   prompt      = ">" [ " " ]                 at the start of a line
 //   line end    = CR LF / LF / CR CR LF / CR  a quoted text of +CUSD may hold some
 //   own-line    = with the command's prefix, "+CSQ:" for AT+CSQ; else with none; else with another that is not known
@@ -28,10 +29,14 @@ class AnswerSorter {
   std::size_t Append(std::string_view data);
   // Nothing came for a while: a line that a carriage return ends is ended.
   void Pause();
+  // Whether all but the result code came, of an answer that some modems end without one.
+  bool MayBeWhole() const;
   // No more octets come: judges a last line without its end.
   void Finish();
 
+  // An answer that may be whole without a result code ended well.
   End Ending() const { return end_; }
+  bool HasResult() const { return hasResult_; }
   // Whether the result code was a word and not a number.
   bool SawWords() const { return sawWords_; }
   // The command's own lines with their line ends, as they came, the result or prompt included.
@@ -57,7 +62,7 @@ class AnswerSorter {
 
   std::vector<std::string> prefixes_;  // "+CSQ", in capitals
   std::string command_;                // as its echo would be
-  bool idle_, entry_, promptExpected_, numericResults_;
+  bool idle_, entry_, promptExpected_, resultMayLack_, numericResults_;
 
   std::string blank_, line_;  // line ends in front of the line, and the line
   bool carriageReturn_ = false;
@@ -71,7 +76,7 @@ class AnswerSorter {
   bool takesNextLine_ = false;  // the next line belongs to the last unsolicited one
   std::vector<std::string> unsolicited_;
   End end_ = End::kNone;
-  bool sawWords_ = false;
+  bool hasResult_ = false, sawWords_ = false;
 };
 
 }  // namespace tavro

@@ -20,6 +20,8 @@ constexpr std::uint32_t kLongestReadTimeouts = 10, kLongestReadFloor = 10000;
 // that window messages run and a program that wants to end is not kept.
 constexpr std::uint32_t kReadSlice = 100;
 constexpr std::size_t kLongestAnswer = 16 << 20;
+// An answer that may be whole without its result code is waited on for so long, in milliseconds.
+constexpr std::uint32_t kMissingResultLimit = 1000;
 // The limit of each answer while the exchange is brought back into step, in milliseconds.
 constexpr std::int32_t kResynchroniseLimit = 2000;
 
@@ -216,8 +218,10 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   while (!Sort(sorter)) {
     const std::uint32_t now = platform_.TickCount();
     if (!piece.empty() && sorter.IsUnderWay()) lastOctet = now;
-    const bool isOver = now - lastOctet >= (sorter.IsUnderWay() ? silence : beginning) || now - start >= longest ||
-                        sorter.Own().size() > kLongestAnswer;
+    const std::uint32_t allowed = sorter.MayBeWhole()   ? std::min(silence, kMissingResultLimit)
+                                  : sorter.IsUnderWay() ? silence
+                                                        : beginning;
+    const bool isOver = now - lastOctet >= allowed || now - start >= longest || sorter.Own().size() > kLongestAnswer;
     if (isOver || platform_.IsInterrupted()) break;
     const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
     if (count < 0) break;
@@ -229,7 +233,7 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   HandOn(sorter);
   lastEnd_ = sorter.Ending();
   const bool ended = lastEnd_ != AnswerSorter::End::kNone;
-  if (ended) unanswered_ = false;
+  if (ended) unanswered_ = !sorter.HasResult();
   if (sorter.SawWords()) numericResults_ = false;
   if (lastEnd_ == AnswerSorter::End::kPrompt && !IsEntryCommand(written_)) {
     CancelInput();

@@ -38,6 +38,18 @@ class DialoguePart {
         manner_(dialogue.manner) {}
   ~DialoguePart() = default;
 
+  // The fields of an information, and those of each list in brackets, "(2,"name","26201"),(1,...),,(0,1)".
+  AnswerFieldList Fields(std::string_view information) const {
+    return manner_.readsFieldsWithCare ? QuotedFields(information) : AnswerFields(information);
+  }
+  std::vector<AnswerFieldList> Lists(std::string_view information) const {
+    return manner_.readsFieldsWithCare ? QuotedLists(information) : AnswerLists(information);
+  }
+  // A number with "+" in front when its type says that it is international.
+  std::string TypedNumber(const std::string& number, std::string_view type) const {
+    return manner_.readsFieldsWithCare ? WithTypeOfNumber(number, type) : WithAnyKnownType(number, type);
+  }
+
   // A name or a number in an answer, also where the modem gives it in UCS2.
   std::string PlainName(const std::string& field) const {
     const auto text = ReadsUcs2() ? Ucs2Text(field) : std::nullopt;

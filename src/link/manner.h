@@ -33,6 +33,11 @@ struct Manner {
   bool setsCharacterSet;
   // Numbers and names are read also in UCS2 (DialoguePart).
   bool readsUcs2Texts;
+  // A comma or bracket in quotes belongs to its field, and a number is international when its type says so; otherwise
+  // quotes count for nothing, and whatever type but 129 says so (DialoguePart).
+  bool readsFieldsWithCare;
+  // An operator that is listed without a name goes by its number (NetworkInfo).
+  bool namesOperatorsByNumber;
   // A connection stands without a network; sending and the operator need one, nothing else does (Registration).
   bool needsNetworkForAll;
   // Registered for SMS only, without CSFB, and in the packet domains counts as registered (Registration).
@@ -71,6 +76,8 @@ inline constexpr Manner kClassicManner{
     .readsPinStateLoosely = false,
     .setsCharacterSet = false,
     .readsUcs2Texts = false,
+    .readsFieldsWithCare = false,
+    .namesOperatorsByNumber = false,
     .needsNetworkForAll = true,
     .countsAllNetworks = false,
     .remembersRefusedPin = false,
@@ -92,6 +99,8 @@ inline constexpr Manner kPromptManner{
     .readsPinStateLoosely = true,
     .setsCharacterSet = true,
     .readsUcs2Texts = true,
+    .readsFieldsWithCare = true,
+    .namesOperatorsByNumber = true,
     .needsNetworkForAll = false,
     .countsAllNetworks = true,
     .remembersRefusedPin = true,

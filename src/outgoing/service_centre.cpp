@@ -14,10 +14,10 @@ bool ServiceCentre::QuerySmsc() {
   log_.WriteLog("Reading SMSC number");
   const Answer answer = exchange_.SendCommand("AT+CSCA?\r");
   if (!answer.IsGood()) return false;
-  auto fields = AnswerFields(answer.Information("+CSCA:"));
+  auto fields = Fields(answer.Information("+CSCA:"));
   fields[0] = PlainNumber(fields[0]);
   if (!IsInternationalNumber(fields[0]) && !IsNationalNumber(fields[0])) return false;
-  number_ = WithTypeOfNumber(fields[0], fields.size() > 1 ? fields[1] : "");
+  number_ = TypedNumber(fields[0], fields.size() > 1 ? fields[1] : "");
   log_.WriteLog("SMSC: " + number_);
   return true;
 }
