@@ -41,8 +41,7 @@ std::string Part(std::int64_t sender, std::int64_t reference, int total, std::in
          "000042305041709040A0050003" + TwoDigits(reference) + TwoDigits(total) + TwoDigits(part) + kDigits.substr(12);
 }
 
-// A platform and its line, with a modem that holds a listing. Its clock moves while the line is
-// silent.
+// A platform and its line, with a modem that holds a listing. Its clock moves while it is silent.
 class ListingLine : public Platform, public SerialDriver {
  public:
   std::string listing;        // the answer to AT+CMGL=1

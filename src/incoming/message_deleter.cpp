@@ -68,16 +68,16 @@ MessageDeleter::Place MessageDeleter::LookAt(const SIMMessage& record) {
   const std::string place = std::to_string(record.memoryIndex);
   const std::string answer = exchange_.CheckCommandResponse("AT+CMGR=" + place + "\r");
   errors_.ClearError();  // the deletion's own error is raised
+  const bool isWhole = IsGoodResponse(WithoutQuotedText(answer));
+  if (!isWhole && !Contains(answer, kNotThere)) {
+    if (Trim(answer).empty()) connection_.DisconnectModem();
+    return Place::kUnknown;
+  }
   const std::size_t entry = answer.find(kPrefix);
   const std::string_view pdu =
       entry == std::string::npos ? std::string_view()
                                  : ReadListingEntry(std::string_view(answer).substr(entry + kPrefix.size()), false).pdu;
-  const bool isEmpty = Contains(answer, kNotThere) || (IsGoodResponse(answer) && pdu.empty());
-  if (!isEmpty && pdu.empty()) {
-    if (Trim(answer).empty()) connection_.DisconnectModem();
-    return Place::kUnknown;
-  }
-  if (ReadOctets(pdu) == record.content->details->pdu) return Place::kSame;
+  if (!pdu.empty() && ReadOctets(pdu) == record.content->details->pdu) return Place::kSame;
   log_.WriteLog("The message at memory location " + place + " is deleted already");
   return Place::kOther;
 }
