@@ -10,6 +10,7 @@
 #include "base/text.h"
 #include "incoming/deliver_decoding.h"
 #include "incoming/listing_answer.h"
+#include "incoming/sim_box.h"
 #include "incoming/user_data.h"
 #include "simulator/simulated_line.h"
 
@@ -20,12 +21,37 @@ void Require(bool condition) {
   if (!condition) std::abort();
 }
 
-void CheckEntry(const std::string& entry) {
+const DateNames& Names() {
   static const DateNames names = [] {
     SimulatedLine line;
     return LocalDateNames(line);
   }();
-  const DecodedEntry decoded = DecodeStoredMessage(entry, names);
+  return names;
+}
+
+// A record in the prompt manner is at a location and has details; in the end it is shown and can be deleted.
+void CheckTolerantly(const std::string& entry) {
+  const DecodedEntry decoded = DecodeStoredMessage(entry, Names(), kPromptManner);
+  const SIMMessage& record = decoded.record;
+  Require((decoded.action == DecodedEntry::Action::kStore) == (record.content != nullptr));
+  if (!record.content) return Require(!decoded.remark.empty());
+  Require(decoded.location >= 0 && record.memoryIndex == decoded.location);
+  const MessageDetails& details = *record.content->details;
+  Require(details.data.size() <= details.pdu.size());
+  Require(record.concatTotal == 1 || (record.concatPart >= 1 && record.concatPart <= record.concatTotal));
+  Require(details.sent.has_value() == !record.content->timeStampRFC.empty());
+  const auto box = std::make_shared<SIMBox>(std::weak_ptr<IncomingServices>());
+  box->JoinWithCare(100000);  // a day after 1970, long before any time stamp
+  Require(box->AddRecord(record));
+  box->BuildInbox(true);
+  Require(box->Count() == 1 && box->LocationsOf(1) == std::vector<std::int16_t>{decoded.location});
+  const Message& message = *box->InboxMessages()->front();
+  Require(static_cast<int>(message.MissingParts().size()) == message.Parts() - 1);
+}
+
+void CheckEntry(const std::string& entry) {
+  CheckTolerantly(entry);
+  const DecodedEntry decoded = DecodeStoredMessage(entry, Names());
   const SIMMessage& record = decoded.record;
   Require(decoded.location >= -1);
   if (decoded.action != DecodedEntry::Action::kStore) {
@@ -64,6 +90,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CheckEntry(Upper(text));
   CheckEntry("7,1,,\r\n" + Upper(text));
   CheckEntry("7,1,,\r\n" + hex);
+  CheckEntry("7,1,,\r\n000404812143000042305041709040" + hex);  // from the length of the user data on
+  CheckEntry("7,1,,\r\n004404812143000042305041709040" + hex);  // the same with a header
   CheckAnswer(text);
   for (const int alphabet : {7, 8, 16}) {
     std::int16_t limit = 160;

@@ -156,6 +156,7 @@ TEST(PromptReading, APlaceIsReadBeforeItIsDeletedAgain) {
       {"the line lost before the answer", Reply::Own().LineLostAfter(0), "78", Reply::Own(), 0, {1, 2}, false},
       {"a refusal leaves no doubt", Reply::Line("ERROR"), nullptr, Reply::Own(), 0, {2}, true},
       {"no answer", Reply::Silence(), nullptr, Reply::Silence(), 6011, {1, 2}, false},
+      {"half an answer", Reply::Silence(), nullptr, Reply::Line("+CMGR: 1,,22\r\n0791"), 6011, {1, 2}, false},
       {"refused", Reply::Silence(), nullptr, Reply::Line("+CMS ERROR: 500"), 6011, {1, 2}, false},
   };
   for (const bool byClear : {false, true}) {

@@ -69,16 +69,16 @@ MessageDeleter::Place MessageDeleter::LookAt(const SIMMessage& record) {
   const Answer answer = exchange_.CheckCommandResponse("AT+CMGR=" + place + "\r");
   const std::string_view text = answer.Text();
   errors_.ClearError();  // the deletion's own error is raised
+  // Half an answer says nothing of the place.
+  if (!answer.IsGood() && !Contains(text, kNotThere)) {
+    if (Trim(text).empty()) connection_.DisconnectModem();
+    return Place::kUnknown;
+  }
   const std::size_t entry = text.find(kPrefix);
   const std::string_view pdu = entry == std::string::npos
                                    ? std::string_view()
                                    : ReadListingEntry(text.substr(entry + kPrefix.size()), false).pdu;
-  const bool isEmpty = Contains(text, kNotThere) || (answer.IsGood() && pdu.empty());
-  if (!isEmpty && pdu.empty()) {
-    if (Trim(text).empty()) connection_.DisconnectModem();
-    return Place::kUnknown;
-  }
-  if (ReadOctets(pdu) == record.content->details->pdu) return Place::kSame;
+  if (!pdu.empty() && ReadOctets(pdu) == record.content->details->pdu) return Place::kSame;
   log_.WriteLog("The message at memory location " + place + " is deleted already");
   return Place::kOther;
 }
