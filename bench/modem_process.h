@@ -10,12 +10,13 @@
 #include <cstdio>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 extern char** environ;
 
 class ModemProcess {
  public:
-  explicit ModemProcess(std::string program) {
+  explicit ModemProcess(std::string program, std::vector<std::string> options = {}) {
     int output[2];
     if (pipe(output) != 0) throw std::runtime_error("no pipe");
     posix_spawn_file_actions_t actions;
@@ -23,8 +24,10 @@ class ModemProcess {
     posix_spawn_file_actions_adddup2(&actions, output[1], STDOUT_FILENO);
     posix_spawn_file_actions_addclose(&actions, output[0]);
     posix_spawn_file_actions_addclose(&actions, output[1]);
-    char* arguments[] = {program.data(), nullptr};
-    const int failure = posix_spawn(&pid_, program.c_str(), &actions, nullptr, arguments, environ);
+    std::vector<char*> arguments = {program.data()};
+    for (std::string& option : options) arguments.push_back(option.data());
+    arguments.push_back(nullptr);
+    const int failure = posix_spawn(&pid_, program.c_str(), &actions, nullptr, arguments.data(), environ);
     posix_spawn_file_actions_destroy(&actions);
     close(output[1]);
     if (failure == 0) device_ = ReadLine(output[0]);
