@@ -210,7 +210,7 @@ const FaultCase kFaults[] = {
      },
      "1", 0, "", 1, 1},
     {"UnsolicitedErrorLongBeforePrompt",  // the prompt that comes then is cancelled
-     [](Sender& s) { s.modem.Answer("AT+CMGS=*", ModemReply::Bytes("\r\n^X: ERROR\r\n").Then(700, "\r\n> "), 1); }, "1",
+     [](Sender& s) { s.modem.Answer("AT+CMGS=*", ModemReply::Bytes("\r\n^X: ERROR\r\n").Then(560, "\r\n> "), 1); }, "1",
      4010, kNoPrompt, 2, 1},
     // Connecting anew switches it off again.
     {"EchoLeftOn", [](Sender& s) { s.modem.Settings().echo = true; }, "1", 4010, kNoPrompt, 2, 1, 1},
@@ -239,7 +239,6 @@ const FaultCase kFaults[] = {
      [](Sender& s) { s.modem.AnswerPdu(ModemReply::Before("\r\n+CUSD: 0,\"ERROR 5\",15\r\n")); }, "1", 0, "", 1, 1},
     {"QuotedErrorLongBeforeResult",
      [](Sender& s) {
-       s.sms.SetSendDelay(1000);
        s.modem.AnswerPdu(
            Result("\r\n+CUSD: 0,\"first line\r\nERROR 5\",15\r\n").Then(1200, "\r\n+CMGS: 8\r\n\r\nOK\r\n"));
      },
