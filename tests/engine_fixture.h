@@ -62,7 +62,8 @@ class TempFolder {
 // An SMS object with a simulated modem at COM1, which logs everything into a folder of its own.
 struct Engine {
   explicit Engine(ModemSettings settings = {}, Dialogue dialogue = Dialogue::kClassic)
-      : modem(std::move(settings)), sms(line, Options{.dialogue = dialogue}) {
+      : Engine(std::move(settings), Options{.dialogue = dialogue}) {}
+  Engine(ModemSettings settings, const Options& options) : modem(std::move(settings)), sms(line, options) {
     sms.SetPort(u"COM1");
     sms.SetLogFolderPath(folder.Path().u16string());
     sms.SetLogType(2);
