@@ -261,13 +261,14 @@ void AtExchange::SortIdle() {
   input_ = sorter.TakeRest();
 }
 
+// ERROR may be the late answer or, from a modem that does not know the question, the one to it: another is waited for.
 void AtExchange::Resynchronise() {
   unanswered_ = false;
   log_.WriteLog("Waiting for answers that are late");
   if (!Write("AT+CMEE?\r")) return;
   bool found = false;
   while (!found && AwaitResult(std::min(settings_.timeout, kResynchroniseLimit), [&](const std::string& answer) {
-    found = ContainsNoCase(answer, "+CMEE:") || ContainsNoCase(answer, "ERROR");
+    found = ContainsNoCase(answer, "+CMEE:");
     return true;
   })) {
   }
