@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <vector>
 
 #include "engine_fixture.h"
 
@@ -9,21 +10,27 @@ namespace tavro {
 
 inline constexpr char16_t kSomebody[] = u"+919812345678";
 
-// With a message in the SIM.
+// A message that says "1".
+inline constexpr char kMessage[] = "0791947101670000040C919471214365870000423040707040800131";
+
+// With that message in the SIM.
 struct PromptEngine : Engine {
   explicit PromptEngine(ModemSettings settings = {}) : Engine(std::move(settings), Dialogue::kPrompt) {
-    modem.Store("0791947101670000040C919471214365870000423040707040800131", 1);
+    modem.Store(kMessage);
     sms.WapPush()->SetDestination(kSomebody);
     sms.WapPush()->SetText(u"Hi");
     sms.WapPush()->SetURL(u"a");
   }
 
   // Every kind of call once; each result or error code.
-  std::string Live() {
-    std::string results = sms.Connect() ? "connected" : "-" + std::to_string(sms.ErrorCode());
+  std::vector<std::string> Live() {
+    const std::size_t stored = modem.Stored().size();
+    std::vector<std::string> results;
     const auto note = [&](const std::u16string& value) {
-      results += " " + (sms.ErrorCode() == 0 ? line->ToCodePage(value) : "-" + std::to_string(sms.ErrorCode()));
+      const std::int32_t code = sms.ErrorCode();
+      results.push_back(code == 0 ? line->ToCodePage(value) : "error " + std::to_string(code));
     };
+    note(sms.Connect() ? u"connected" : u"?");
     note(sms.IMEI());
     note(sms.IMSI());
     note(sms.Model());
@@ -32,18 +39,32 @@ struct PromptEngine : Engine {
     note(sms.OwnNumber());
     note(sms.MessageMemory());
     note(sms.SignalStrengthDB() == -67 ? u"-67" : u"?");
-    note(sms.SendSMS(kSomebody, u"hello").value_or(u"?"));
+    note(sms.SendSMS(kSomebody, u"hello") ? u"sent" : u"?");
     note(sms.WapPush()->Send() ? u"pushed" : u"?");
-    sms.Inbox()->Refresh();
-    note(sms.Inbox()->Count() == 1 ? sms.Inbox()->Message(1)->Text() : u"?");
-    if (sms.Inbox()->Count() == 1) sms.Inbox()->Message(1)->Delete();
-    note(modem.Stored().empty() ? u"deleted" : u"?");
+    note(sms.Inbox()->Refresh() ? u"read" : u"?");
+    if (sms.Inbox()->Count() > 0) {
+      note(sms.Inbox()->Message(1)->Text());
+      note(sms.Inbox()->Message(1)->Delete() && modem.Stored().size() == stored - 1 ? u"deleted" : u"?");
+    }
     return results;
   }
-  // Of a life where all went well.
-  static constexpr char kWell[] =
-      "connected 490154203237518 262019876543210 Tavro Modem +491710760000 TAVRONET +491701234567 SM -67 1 pushed 1 "
-      "deleted";
+  // Of a life where all goes well.
+  static std::vector<std::string> Well() {
+    return {"connected",
+            "490154203237518",
+            "262019876543210",
+            "Tavro Modem",
+            "+491710760000",
+            "TAVRONET",
+            "+491701234567",
+            "SM",
+            "-67",
+            "sent",
+            "pushed",
+            "read",
+            "1",
+            "deleted"};
+  }
 };
 
 }  // namespace tavro

@@ -87,7 +87,7 @@ std::string Registration::QueryStatus() {
     return StatusOf(answer, std::string(name) + ":");
   };
   std::string status = ask("+CREG");
-  if (!manner_.countsAllNetworks || CountsAsRegistered(status)) return status;
+  if (!manner_.countsAllNetworks || CountsAsRegistered(status) || errors_.IsPending()) return status;
   for (const std::string_view name : kOtherNetworks) {
     if (!exchange_.IsPortOpen()) break;
     const std::string other = ask(name);
