@@ -224,6 +224,22 @@ error 1034 Modem not found on the specified serial port, disconnected
 )");
 }
 
+TEST(PromptDialogueTest, AsksAModemThatRefusesAgainWithinTheTimeout) {
+  PromptEngine engine;
+  engine.sms.SetTimeout(5000);
+  for (const char* answer : {"ERROR", "+CME ERROR: 515"}) {
+    engine.modem.ForgetAnswers();
+    engine.modem.ForgetReceived();
+    engine.modem.Answer("AT", ModemReply::Line(answer));
+    const std::int64_t start = engine.line->Elapsed();
+    EXPECT_FALSE(engine.sms.Connect());
+    EXPECT_EQ(engine.sms.ErrorCode(), 1034);
+    EXPECT_GE(engine.line->Elapsed() - start, 4000);
+    EXPECT_LE(engine.line->Elapsed() - start, 6000);
+    EXPECT_LE(engine.modem.Commands().size(), 17u);
+  }
+}
+
 // 100 ms behind a command without an answer, and then nothing that may still come is taken for another's.
 TEST(PromptDialogueTest, WaitsForAnAnswerThatIsLate) {
   PromptEngine engine;
