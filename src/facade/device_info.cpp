@@ -22,7 +22,9 @@ std::optional<std::string> DeviceInfo::Identify(const Identification& query) {
   const auto ask = [&](const std::string& command) -> std::optional<std::string> {
     const Answer answer = exchange_.SendCommand("AT" + command + "\r");
     if (!answer.IsGood()) return {};
-    return answer.Information(command + ":");
+    std::string information = answer.Information(command + ":");
+    if (manner_.needsInformation && information.empty()) return {};
+    return information;
   };
   log_.WriteLog(query.before);
   auto value = ask(query.command);

@@ -37,6 +37,8 @@ struct Manner {
   bool needsNetworkForAll;
   // Registered for SMS only, without CSFB, and in the packet domains counts as registered (Registration).
   bool countsAllNetworks;
+  // An answer of OK alone identifies nothing (DeviceInfo).
+  bool needsInformation;
   // A PIN that was refused is never sent again until it is set anew; otherwise not in the same call (PinCheck).
   bool remembersRefusedPin;
   // The SIM's last attempt is kept for the user: the remaining ones are asked for (PinCheck).
@@ -72,6 +74,7 @@ inline constexpr Manner kClassicManner{
     .readsUcs2Texts = false,
     .needsNetworkForAll = true,
     .countsAllNetworks = false,
+    .needsInformation = false,
     .remembersRefusedPin = false,
     .sparesLastPinAttempt = false,
     .sendsOnce = false,
@@ -93,6 +96,7 @@ inline constexpr Manner kPromptManner{
     .readsUcs2Texts = true,
     .needsNetworkForAll = false,
     .countsAllNetworks = true,
+    .needsInformation = true,
     .remembersRefusedPin = true,
     .sparesLastPinAttempt = true,
     .sendsOnce = true,
