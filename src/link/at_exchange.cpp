@@ -214,14 +214,14 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   while (!Sort(sorter)) {
     const std::uint32_t now = platform_.TickCount();
     if (!piece.empty() && sorter.IsUnderWay()) lastOctet = now;
-    const bool isOver = now - lastOctet >= silence || now - start >= longest || sorter.Own().size() > kLongestAnswer;
+    const bool isOver = now - lastOctet >= silence || now - start >= longest || sorter.Size() > kLongestAnswer;
     if (isOver || platform_.IsInterrupted()) break;
     const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
     if (count < 0) break;
     if (count == 0) sorter.Pause();
     input_ += piece;
   }
-  if (sorter.Own().size() > kLongestAnswer) input_.clear();
+  if (sorter.Size() > kLongestAnswer) input_.clear();
   if (sorter.Ending() == AnswerSorter::End::kNone) sorter.Finish();
   HandOn(sorter);
   lastEnd_ = sorter.Ending();
