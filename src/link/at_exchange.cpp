@@ -164,7 +164,8 @@ void AtExchange::Purge() {
     comm_.CommFlush(settings_.portNumber);
   } else {
     SortIdle();
-    if (unanswered_) Resynchronise();
+    // Connecting finds the modem again.
+    if (unanswered_ && !Resynchronise() && closeConnection_) closeConnection_();
   }
 }
 
@@ -262,17 +263,18 @@ void AtExchange::SortIdle() {
 }
 
 // ERROR may be the late answer or, from a modem that does not know the question, the one to it: another is waited for.
-void AtExchange::Resynchronise() {
-  unanswered_ = false;
+bool AtExchange::Resynchronise() {
   log_.WriteLog("Waiting for answers that are late");
-  if (!Write("AT+CMEE?\r")) return;
-  bool found = false;
+  if (!Write("AT+CMEE?\r")) return false;
+  bool found = false, refused = false;
   while (!found && AwaitResult(std::min(settings_.timeout, kResynchroniseLimit), [&](const std::string& answer) {
-    found = ContainsNoCase(answer, "+CMEE:");
+    found = lastEnd_ == AnswerSorter::End::kOk && ContainsNoCase(answer, "+CMEE:");
+    refused = refused || lastEnd_ == AnswerSorter::End::kError;
     return true;
   })) {
   }
   unanswered_ = false;
+  return found || refused;
 }
 
 // What the port holds, up to the gap that ends it; empty when there is nothing or the port fails. The port is never
