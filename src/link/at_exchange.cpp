@@ -212,13 +212,15 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   std::uint32_t lastOctet = start;
   AnswerSorter sorter(written_, numericResults_);
   std::string piece;
+  bool isGone = false;
   while (!Sort(sorter)) {
     const std::uint32_t now = platform_.TickCount();
     if (!piece.empty() && sorter.IsUnderWay()) lastOctet = now;
     const bool isOver = now - lastOctet >= silence || now - start >= longest || sorter.Size() > kLongestAnswer;
     if (isOver || platform_.IsInterrupted()) break;
     const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
-    if (count < 0) break;
+    isGone = count < 0;
+    if (isGone) break;
     if (count == 0) sorter.Pause();
     input_ += piece;
   }
@@ -233,7 +235,9 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
     CancelInput();
     unanswered_ = true;
   }
-  return isComplete(sorter.Own()) && ended;
+  const bool isDone = isComplete(sorter.Own()) && ended;
+  if (isGone && closeConnection_) closeConnection_();  // the next call opens the device anew
+  return isDone;
 }
 
 // Gives the sorter what came. Whether the answer has ended.
