@@ -1,6 +1,8 @@
 // What tests share: a folder of their own, the log in it, and the component over a simulated line.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -105,5 +107,12 @@ struct Engine {
   std::shared_ptr<TranscriptLine> line = std::make_shared<TranscriptLine>(modem);
   SMS sms;
 };
+
+// A test whose outcome is the same in both manners.
+class BothManners : public testing::TestWithParam<Dialogue> {};
+inline constexpr Dialogue kManners[] = {Dialogue::kClassic, Dialogue::kPrompt};
+inline std::string MannerName(const testing::TestParamInfo<Dialogue>& info) {
+  return info.param == Dialogue::kClassic ? "Classic" : "Prompt";
+}
 
 }  // namespace tavro
