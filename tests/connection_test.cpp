@@ -90,11 +90,15 @@ error 0, connected
 )");
 }
 
-TEST(ConnectTest, OpensThePortAsItIsSetWhateverItsSpelling) {
+class Connecting : public BothManners {};
+
+INSTANTIATE_TEST_SUITE_P(Manners, Connecting, testing::ValuesIn(kManners), MannerName);
+
+TEST_P(Connecting, OpensThePortAsItIsSetWhateverItsSpelling) {
   const std::pair<const char16_t*, int> kPorts[] = {{u" com0012 ", 12}, {u"COM256", 256}};
   for (const auto& [name, number] : kPorts) {
     SimulatedModem modem;
-    Engine engine;
+    Engine engine({}, GetParam());
     engine.line->Attach(number, modem);
     engine.sms.SetPort(name);
     engine.sms.SetBaudRate(115200);
@@ -293,7 +297,7 @@ error 0, connected
 )");
 }
 
-TEST(ConnectTest, LogsTheActivity) {
+TEST_P(Connecting, LogsTheActivity) {
   const std::pair<const char*, const char*> kTexts[] = {{"0", "ME is in ready state"},
                                                         {"1", "ME is not available"},
                                                         {"2", "ME is in a unknown state"},
@@ -302,7 +306,7 @@ TEST(ConnectTest, LogsTheActivity) {
                                                         {"44", "ME is in a unknown state"},
                                                         {"", "Error checking ME state"}};
   for (const auto& [status, text] : kTexts) {
-    Engine engine;
+    Engine engine({}, GetParam());
     engine.modem.Answer("AT+CPAS", ModemReply::Ok("+CPAS: " + std::string(status)));
     engine.sms.Connect();
     EXPECT_THAT(engine.folder.LogLines(), Contains(text));
@@ -360,9 +364,9 @@ error 2011 Unknown error after sending PIN, disconnected
 )");
 }
 
-TEST(ConnectTest, PinThatWouldBeMoreThanAPinIsNotSent) {
+TEST_P(Connecting, PinThatWouldBeMoreThanAPinIsNotSent) {
   for (const char16_t* pin : {u"1234\"", u"1234\rAT+CLAC", u"1\n", u"12\b34", u"1\x7F", u"1\x1A", u"\x1B", u"1\x1F"}) {
-    Engine engine;
+    Engine engine({}, GetParam());
     engine.modem.Settings().pin = "1234";
     engine.sms.SetPIN(pin);
     EXPECT_FALSE(engine.sms.Connect());
@@ -464,8 +468,8 @@ TEST(ConnectTest, IsNoSuccessWhenTheLineIsLostOnTheWay) {
   }
 }
 
-TEST(ConnectTest, ADeviceThatWasGoneIsConnectedAnew) {
-  Engine engine;
+TEST_P(Connecting, ADeviceThatWasGoneIsConnectedAnew) {
+  Engine engine({}, GetParam());
   ASSERT_TRUE(engine.sms.Connect());
   engine.modem.LoseLine();
   EXPECT_EQ(engine.sms.IMEI(), u"");
@@ -501,7 +505,7 @@ TEST(ConnectTest, ADeviceThatIsGoneEndsTheWaitForTheSim) {
   EXPECT_LT(engine.line->Elapsed() - start, 6000);
 }
 
-TEST(ConnectTest, OneCallSendsAWrongPinOnce) {
+TEST_P(Connecting, OneCallSendsAWrongPinOnce) {
   const std::pair<const char*, void (*)(SMS&)> kCalls[] = {
       {"Connect", [](SMS& sms) { sms.Connect(); }},
       {"Command", [](SMS& sms) { sms.Command(u"AT\r"); }},
@@ -521,7 +525,7 @@ TEST(ConnectTest, OneCallSendsAWrongPinOnce) {
   };
   for (const auto& [name, call] : kCalls) {
     for (const bool isDropped : {false, true}) {  // in the middle of the call
-      Engine engine;
+      Engine engine({}, GetParam());
       engine.modem.Store("0791947101670000040C919471214365870000423040707040800131", 1);
       engine.modem.Store("0791947101670000040C919471214365870000423040707040800131", 1);
       ASSERT_TRUE(engine.sms.Inbox()->Refresh());
@@ -558,8 +562,8 @@ error 0, connected
 )");
 }
 
-TEST(ConnectTest, RestoresTheMemoryThatWasChosen) {
-  Engine engine;
+TEST_P(Connecting, RestoresTheMemoryThatWasChosen) {
+  Engine engine({}, GetParam());
   engine.sms.SetMessageMemory(u"me");
   engine.sms.Disconnect();
   EXPECT_TRUE(engine.sms.Connect());
@@ -593,15 +597,15 @@ TEST(ConnectTest, VerifiesAConnectionAndGivesItUp) {
 )");
 }
 
-TEST(ConnectTest, LogThatCannotBeWrittenDoesNotStopIt) {
-  Engine engine;
+TEST_P(Connecting, LogThatCannotBeWrittenDoesNotStopIt) {
+  Engine engine({}, GetParam());
   std::filesystem::remove_all(engine.folder.Path());
   EXPECT_TRUE(engine.sms.Connect());
   EXPECT_EQ(engine.sms.ErrorCode(), 8004);
 }
 
-TEST(ConnectTest, ACommandOnAClosedPortConnectsFirst) {
-  Engine engine;
+TEST_P(Connecting, ACommandOnAClosedPortConnectsFirst) {
+  Engine engine({}, GetParam());
   EXPECT_EQ(engine.sms.Command(u"AT+CSQ\r"), u"+CSQ: 23,0");
   EXPECT_TRUE(engine.sms.IsConnected());
   EXPECT_THAT(engine.modem.CommandTexts().back(), "AT+CSQ");

@@ -17,12 +17,18 @@ struct TextQuery {
   const char* reply;  // nullptr: ERROR
   const char16_t* value;
   std::int32_t error;
+  const char16_t* promptValue = nullptr;  // in the prompt manner, where it is another
 };
 
-TEST(DeviceQueryTest, TextAnswers) {
+class DeviceQuery : public BothManners {};
+
+INSTANTIATE_TEST_SUITE_P(Manners, DeviceQuery, testing::ValuesIn(kManners), MannerName);
+
+TEST_P(DeviceQuery, TextAnswers) {
   const TextQuery kCases[] = {
-      {"manufacturer", &SMS::Manufacturer, "AT+GMI", "Siemens OK", u"Siemens", 0},
-      {"manufacturer", &SMS::Manufacturer, "AT+GMI", "Nokia Mobile Phones", u"NOKIA MOBILE PHONES", 0},
+      {"manufacturer", &SMS::Manufacturer, "AT+GMI", "Siemens OK", u"Siemens", 0, u"Siemens OK"},
+      {"manufacturer", &SMS::Manufacturer, "AT+GMI", "Nokia Mobile Phones", u"NOKIA MOBILE PHONES", 0,
+       u"Nokia Mobile Phones"},
       {"manufacturer", &SMS::Manufacturer, "AT*", nullptr, u"", 2003},
       {"model", &SMS::Model, "AT+GMM", "+GMM: TC35", u"TC35", 0},
       {"model", &SMS::Model, "AT*", nullptr, u"", 2018},
@@ -61,10 +67,11 @@ TEST(DeviceQueryTest, TextAnswers) {
       {"memory refused", &SMS::MessageMemory, "AT+CPMS?", nullptr, u"", 2002},
   };
   for (const auto& c : kCases) {
-    Engine engine;
+    Engine engine({}, GetParam());
     engine.sms.Connect();
     engine.modem.Answer(c.command, c.reply ? ModemReply::Ok(c.reply) : ModemReply::Line("ERROR"));
-    EXPECT_EQ((engine.sms.*c.query)(), c.value) << c.name;
+    const bool differs = GetParam() == Dialogue::kPrompt && c.promptValue;
+    EXPECT_EQ((engine.sms.*c.query)(), differs ? c.promptValue : c.value) << c.name;
     EXPECT_EQ(engine.sms.ErrorCode(), c.error) << c.name;
   }
 }
@@ -178,7 +185,7 @@ TEST(DeviceQueryTest, SomeNeedAModemThatIsReady) {
   }
 }
 
-TEST(DeviceQueryTest, Battery) {
+TEST_P(DeviceQuery, Battery) {
   const struct {
     const char* reply;
     std::int16_t level;
@@ -194,7 +201,7 @@ TEST(DeviceQueryTest, Battery) {
       {"+CBC: 0,99999", -1, 2022, "Cannot read battery charge level"},
   };
   for (const auto& c : kCases) {
-    Engine engine;
+    Engine engine({}, GetParam());
     engine.sms.Connect();
     engine.modem.Answer("AT+CBC", ModemReply::Ok(c.reply));
     EXPECT_EQ(engine.sms.BatteryLevel(), c.level) << c.reply;
@@ -203,12 +210,12 @@ TEST(DeviceQueryTest, Battery) {
   }
 }
 
-TEST(DeviceQueryTest, Signal) {
+TEST_P(DeviceQuery, Signal) {
   const struct {
     int indication;
     std::int16_t db, percent;
   } kCases[] = {{31, -51, 100}, {0, -113, 0}, {15, -83, 48}, {1, -111, 3}, {30, -53, 97}, {11, -91, 36}};
-  Engine engine;
+  Engine engine({}, GetParam());
   engine.sms.Connect();
   for (const auto& c : kCases) {
     engine.modem.Settings().signal = c.indication;
@@ -223,8 +230,8 @@ TEST(DeviceQueryTest, Signal) {
   EXPECT_EQ(NetworkInfo::SignalPercent(99), -1);
 }
 
-TEST(DeviceQueryTest, WhatCannotBeSet) {
-  Engine engine;
+TEST_P(DeviceQuery, WhatCannotBeSet) {
+  Engine engine({}, GetParam());
   engine.sms.Connect();
   engine.modem.ForgetReceived();
   for (const char16_t* bad : {u"1\"", u"1\r", u"1\n", u"12\b", u"1\x7F", u"\x1A", u"1\x1F"}) {
@@ -248,9 +255,9 @@ TEST(DeviceQueryTest, WhatCannotBeSet) {
 }
 
 // A modem that is set to MT by other means keeps it.
-TEST(DeviceQueryTest, MemoryThatTheModemReportsIsRestored) {
+TEST_P(DeviceQuery, MemoryThatTheModemReportsIsRestored) {
   for (const char* memory : {"MT", "SR"}) {
-    Engine engine;
+    Engine engine({}, GetParam());
     engine.modem.Answer("AT+CPMS?", ModemReply::Ok("+CPMS: \"" + std::string(memory) + "\" , 1,255,\"SM\",0,10,,,"));
     EXPECT_EQ(engine.line->ToCodePage(engine.sms.MessageMemory()), memory);
     engine.sms.Disconnect();
@@ -260,8 +267,8 @@ TEST(DeviceQueryTest, MemoryThatTheModemReportsIsRestored) {
   }
 }
 
-TEST(DeviceQueryTest, SilenceGivesTheExchangesError) {
-  Engine engine;
+TEST_P(DeviceQuery, SilenceGivesTheExchangesError) {
+  Engine engine({}, GetParam());
   engine.sms.Connect();
   engine.modem.Answer("AT+CSQ", ModemReply::Silence());
   EXPECT_EQ(engine.sms.SignalStrength(), -1);

@@ -1,6 +1,8 @@
 // What tests share: a folder of their own, the log in it, and the component over a simulated line.
 #pragma once
 
+#include <gtest/gtest.h>
+
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -62,7 +64,8 @@ class TempFolder {
 // An SMS object with a simulated modem at COM1, which logs everything into a folder of its own.
 struct Engine {
   explicit Engine(ModemSettings settings = {}, Dialogue dialogue = Dialogue::kClassic)
-      : modem(std::move(settings)), sms(line, Options{.dialogue = dialogue}) {
+      : Engine(std::move(settings), Options{.dialogue = dialogue}) {}
+  Engine(ModemSettings settings, const Options& options) : modem(std::move(settings)), sms(line, options) {
     sms.SetPort(u"COM1");
     sms.SetLogFolderPath(folder.Path().u16string());
     sms.SetLogType(2);
@@ -104,5 +107,12 @@ struct Engine {
   std::shared_ptr<TranscriptLine> line = std::make_shared<TranscriptLine>(modem);
   SMS sms;
 };
+
+// A test whose outcome is the same in both manners.
+class BothManners : public testing::TestWithParam<Dialogue> {};
+inline constexpr Dialogue kManners[] = {Dialogue::kClassic, Dialogue::kPrompt};
+inline std::string MannerName(const testing::TestParamInfo<Dialogue>& info) {
+  return info.param == Dialogue::kClassic ? "Classic" : "Prompt";
+}
 
 }  // namespace tavro

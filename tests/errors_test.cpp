@@ -110,9 +110,13 @@ TEST(ErrorsTest, EveryTextIsAsDocumented) {
       testing::ElementsAreArray(Split(texts, ";")));
 }
 
+class EveryCall : public BothManners {};
+
+INSTANTIATE_TEST_SUITE_P(Manners, EveryCall, testing::ValuesIn(kManners), MannerName);
+
 // One error stands before each call; whatever the call does, it is another one or none afterwards.
-TEST(ErrorsTest, EveryPublicCallClearsTheLastError) {
-  Engine engine;
+TEST_P(EveryCall, EveryPublicCallClearsTheLastError) {
+  Engine engine({}, GetParam());
   SMS& sms = engine.sms;
   engine.modem.Store("0791947101670000040C919471214365870000423040707040800131", 1);
   ASSERT_TRUE(sms.Inbox()->Refresh());

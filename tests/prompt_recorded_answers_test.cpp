@@ -73,10 +73,10 @@ TEST(RecordedAnswerTest, PinStateWithoutAResult) {
     ModemReply reply;
     std::int64_t atMost;
   } kCases[] = {
-      {"none", ModemReply::Bytes("+CPIN: READY\r\n"), 1500},
+      {"none", ModemReply::Bytes("+CPIN: READY\r\n"), 3500},
       {"no line end either", ModemReply::Bytes("\r\n+CPIN: READY"), 30500},
-      {"late", ModemReply::Bytes("\r\n+CPIN: READY\r\n").Then(1500, "\r\nOK\r\n"), 2000},
-      {"in pieces", ModemReply::Bytes("\r\n+CPIN: READY\r").Then(900, "\n\r\nO").Then(900, "K\r\n"), 2000},
+      {"late", ModemReply::Bytes("\r\n+CPIN: READY\r\n").Then(1500, "\r\nOK\r\n"), 2500},
+      {"in pieces", ModemReply::Bytes("\r\n+CPIN: READY\r").Then(900, "\n\r\nO").Then(900, "K\r\n"), 2500},
   };
   for (const auto& c : kCases) {
     Engine engine = PromptEngine();

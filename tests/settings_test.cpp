@@ -63,8 +63,12 @@ TEST(SettingsTest, AcceptRejectAndReadBack) {
   Check<std::int32_t>(&SMS::ModemCommandDelay, &SMS::SetModemCommandDelay, 100, {50, 5000}, {}, 1041, {49, 5001});
 }
 
-TEST(SettingsTest, LogWhatIsAcceptedAndWhatIsNot) {
-  Engine engine;
+class Setting : public BothManners {};
+
+INSTANTIATE_TEST_SUITE_P(Manners, Setting, testing::ValuesIn(kManners), MannerName);
+
+TEST_P(Setting, LogWhatIsAcceptedAndWhatIsNot) {
+  Engine engine({}, GetParam());
   SMS& sms = engine.sms;
   engine.line->StartTranscript();
   sms.SetPort(u"com1");
@@ -143,8 +147,8 @@ error 8001 Invalid log type option, disconnected
   EXPECT_EQ(SMS(engine.line, Options{}).LogType(), 0);
 }
 
-TEST(SettingsTest, PortSettingsAreLockedWhileConnectedWhateverTheValue) {
-  Engine engine;
+TEST_P(Setting, PortSettingsAreLockedWhileConnectedWhateverTheValue) {
+  Engine engine({}, GetParam());
   SMS& sms = engine.sms;
   ASSERT_TRUE(sms.Connect());
   const auto locked = [&] { return sms.ErrorCode() == 1009; };
@@ -168,9 +172,9 @@ TEST(SettingsTest, PortSettingsAreLockedWhileConnectedWhateverTheValue) {
   EXPECT_EQ(sms.Port(), u"COM1");
 }
 
-TEST(SettingsTest, AnotherPortForgetsTheModemAndReplacesTheInbox) {
+TEST_P(Setting, AnotherPortForgetsTheModemAndReplacesTheInbox) {
   SimulatedModem other;
-  Engine engine;
+  Engine engine({}, GetParam());
   other.Settings().serviceCentre = "+19175550100";
   engine.line->Attach(2, other);
   const auto inbox = engine.sms.Inbox();
@@ -189,8 +193,8 @@ TEST(SettingsTest, AnotherPortForgetsTheModemAndReplacesTheInbox) {
   EXPECT_EQ(other.Pdus()[0].text.substr(0, 16), "07919171550501F0");  // its own service centre
 }
 
-TEST(SettingsTest, ErrorsAreReadWithoutClearingAndShownWhenAsked) {
-  Engine engine;
+TEST_P(Setting, ErrorsAreReadWithoutClearingAndShownWhenAsked) {
+  Engine engine({}, GetParam());
   engine.sms.SetBaudRate(1);
   EXPECT_TRUE(engine.sms.IsError());
   EXPECT_THAT(engine.line->MessageBoxes(), IsEmpty());

@@ -22,6 +22,8 @@
 //
 //      601 AT+CSQ > 701 > 30001 ERROR [1012] Cannot read modem response
 //
+// In the prompt manner, which purges nothing, it is "AT+CSQ - 601 > 601".
+//
 // Whatever else stands between them, a SetCommTimeouts perhaps, leaves them all as they are.
 #pragma once
 
@@ -130,20 +132,23 @@ class TranscriptLine : public SimulatedLine {
     if (!text(0).starts_with(kStart) || !text(0).ends_with(kEnd)) return {};
     const std::string command(text(0).substr(kStart.size(), text(0).size() - kStart.size() - kEnd.size()));
     const std::string write = "WriteFile " + command + "<cr> -> " + std::to_string(command.size() + 1);
-    if (text(1) != "PurgeComm 15" || text(2) != "log Send: " + command + "<cr>" || text(3) != write) return {};
-    if (line[1].ms != line[2].ms || line[2].ms != line[3].ms) return {};
+    const bool purged = text(1) == "PurgeComm 15";
+    const int send = purged ? 2 : 1, end = send + 2;
+    if (text(send) != "log Send: " + command + "<cr>" || text(send + 1) != write) return {};
+    if (line[1].ms != line[send].ms || line[send].ms != line[send + 1].ms) return {};
     std::string answer;
-    int length = 5;
-    if (text(4).starts_with("log ERROR [1012]") && text(5) == kReceived && line[4].ms == line[5].ms) {
-      answer = text(4).substr(4);
-      length = 6;
-    } else if (text(4).starts_with(kReceived)) {
-      answer = text(4) == kReceived ? "(empty)" : ReplaceAll(text(4).substr(kReceived.size()), "<cr><lf>", "|");
+    int length = end + 1;
+    if (text(end).starts_with("log ERROR [1012]") && text(end + 1) == kReceived && line[end].ms == line[end + 1].ms) {
+      answer = text(end).substr(4);
+      length = end + 2;
+    } else if (text(end).starts_with(kReceived)) {
+      answer = text(end) == kReceived ? "(empty)" : ReplaceAll(text(end).substr(kReceived.size()), "<cr><lf>", "|");
     } else {
       return {};
     }
     const auto ms = [&](int k) { return std::to_string(line[k].ms); };
-    const std::string shown = Padded(line->ms) + command + " > " + ms(1) + " > " + ms(4) + " " + answer;
+    const std::string shown =
+        Padded(line->ms) + command + (purged ? " > " : " - ") + ms(1) + " > " + ms(end) + " " + answer;
     line += length;
     return shown;
   }

@@ -55,7 +55,7 @@ const PushCase kPushes[] = {
 
 // Connected and with the service centre known, so that the next command is a push's.
 struct Pusher : Engine {
-  Pusher() {
+  explicit Pusher(Dialogue dialogue = Dialogue::kClassic) : Engine({}, dialogue) {
     sms.SetTimeout(5000);
     sms.SetSendRetry(0);
     if (!sms.Connect() || sms.SMSC().empty()) throw std::runtime_error("not connected");
@@ -67,9 +67,13 @@ struct Pusher : Engine {
   std::shared_ptr<Wap> wap = sms.WapPush();
 };
 
-TEST(WapPushTest, IsWhatTheStandardsDecode) {
+class WapPush : public BothManners {};
+
+INSTANTIATE_TEST_SUITE_P(Manners, WapPush, testing::ValuesIn(kManners), MannerName);
+
+TEST_P(WapPush, IsWhatTheStandardsDecode) {
   for (const PushCase& c : kPushes) {
-    Pusher pusher;
+    Pusher pusher(GetParam());
     pusher.wap->SetURL(c.url);
     pusher.wap->SetText(c.text);
     pusher.wap->SetAction(c.action);
@@ -117,8 +121,8 @@ error 0, connected
 )");
 }
 
-TEST(WapPushTest, HoldsTheLengthOfOneMessage) {
-  Pusher pusher;
+TEST_P(WapPush, HoldsTheLengthOfOneMessage) {
+  Pusher pusher(GetParam());
   pusher.wap->SetCreated(ToOleDate({2009, 11, 15, 16, 30, 0}));
   pusher.wap->SetText(std::u16string(93, u'x'));
   EXPECT_TRUE(pusher.wap->IsLengthOK());
@@ -180,8 +184,8 @@ TEST(WapPushTest, ReportsFailuresWithItsOwnCodes) {
                           "[Send Attempt: 1]"));
 }
 
-TEST(WapPushTest, RejectsValuesAndKeepsTheOldOnes) {
-  Engine engine;
+TEST_P(WapPush, RejectsValuesAndKeepsTheOldOnes) {
+  Engine engine({}, GetParam());
   const auto wap = engine.sms.WapPush();
   const auto expectError = [&](std::int32_t code, const char* text) {
     EXPECT_EQ(engine.sms.ErrorCode(), code);

@@ -12,6 +12,7 @@ namespace {
 
 constexpr std::int32_t kWakeTimeout = 2000;  // ms for each answer of a modem that may be asleep
 constexpr int kWakeAttempts = 3;
+constexpr std::uint32_t kWakeInterval = 500;  // ms between the further ones
 
 }  // namespace
 
@@ -127,7 +128,7 @@ bool ModemConnection::WakeModem() {
   const std::int32_t timeout = std::exchange(settings_.timeout, std::min(settings_.timeout, kWakeTimeout));
   const auto answers = [this](const char* command) {
     exchange_.ForgetUnanswered();
-    return exchange_.CheckCommandResponse(command).HoldsOk();
+    return exchange_.SendCommand(command).HoldsOk();
   };
   bool present = answers("AT\r");
   const bool atOnce = present;
@@ -138,6 +139,8 @@ bool ModemConnection::WakeModem() {
     } else if (attempt == 3) {
       answers("ATV1\r");
       answers("ATE0\r");
+    } else {
+      platform_.Sleep(kWakeInterval);  // it answers, but not with OK
     }
     present = answers("AT\r");
   }

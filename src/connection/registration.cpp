@@ -12,6 +12,9 @@ namespace {
 
 constexpr std::uint32_t kPollInterval = 1000;  // ms
 
+// <stat> (3GPP TS 27.007, 7.2).
+constexpr std::string_view kSearching = "2", kDenied = "3";
+
 // <stat> of "+CREG: <n>,<stat>"; empty when the answer has none.
 std::string StatusOf(const Answer& answer, std::string_view prefix) {
   const std::string information = answer.Information(prefix);
@@ -37,9 +40,9 @@ bool Registration::CheckRegistration() {
   if (!state_.registered && !errors_.IsPending()) {
     if (status.empty()) {
       error_ = kUnreadableRegistrationStatus;
-    } else if (status == "0" || status == "2") {
+    } else if (status == "0" || status == kSearching) {
       error_ = kRegistrationFailed;
-    } else if (status == "3") {
+    } else if (status == kDenied) {
       error_ = kRegistrationDenied;
     } else {
       error_ = kUnknownRegistrationStatus;
@@ -69,9 +72,9 @@ std::string Registration::PollStatus() {
   std::string status;
   while (!wait.IsOver()) {
     status = QueryStatus();
-    if (status == "2") {
+    if (status == kSearching) {
       log_.WriteLog("Modem is searching for a new operator to register to");
-    } else if (status == "3") {
+    } else if (status == kDenied) {
       log_.WriteLog("Network registration denied to the modem");
     } else {
       break;
@@ -89,17 +92,16 @@ std::string Registration::QueryStatus() {
     if (errors_.IsPending() || answer.IsEmpty() || answer.HoldsError()) return std::string();
     return AsNumber(StatusOf(answer, std::string(name) + ":"));
   };
-  const std::string status = ask("+CREG");
-  if (!manner_.countsAllNetworks || CountsAsRegistered(status)) return status;
-  bool searching = status == "2";
+  std::string status = ask("+CREG");
+  if (!manner_.countsAllNetworks || CountsAsRegistered(status) || errors_.IsPending()) return status;
   for (const std::string_view name : kOtherNetworks) {
     if (!exchange_.IsPortOpen()) break;
     const std::string other = ask(name);
     if (CountsAsRegistered(other)) return other;
-    searching = searching || other == "2";
+    if (other == kSearching && status != kDenied) status = other;  // there may be a network yet
   }
   errors_.ClearError();  // many modems know only one of these
-  return searching ? "2" : status;
+  return status;
 }
 
 bool Registration::VerifyNetwork() {

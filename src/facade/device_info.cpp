@@ -23,7 +23,9 @@ std::optional<std::string> DeviceInfo::Identify(const Identification& query) {
   const auto ask = [&](const std::string& asked, const std::string& other) -> std::optional<std::string> {
     const Answer answer = exchange_.SendCommand("AT" + asked + "\r");
     if (!answer.IsGood()) return {};
-    return answer.Description(asked + ":", other.empty() ? other : other + ":");
+    std::string description = answer.Description(asked + ":", other.empty() ? other : other + ":");
+    if (manner_.needsInformation && description.empty()) return {};
+    return description;
   };
   log_.WriteLog(query.before);
   auto value = ask(command, second);

@@ -117,6 +117,11 @@ std::size_t AnswerSorter::Append(std::string_view data) {
     if (entry_ && c == ' ' && line_.empty() && blank_.empty()) continue;  // the prompt's own
     if (c != '\r' && c != '\n') {
       line_ += c;
+      if (line_.size() > 2) {  // no prompt any more: the rest of the line at once
+        const std::size_t end = std::min(data.find_first_of("\r\n", taken), data.size());
+        line_.append(data, taken, end - taken);
+        taken = end;
+      }
       // At the start of a line, with its blank; some modems give none.
       if (!idle_ && !entry_ && (line_ == "> " || (promptExpected_ && line_ == ">"))) {
         EndWithPrompt();
@@ -225,6 +230,7 @@ void AnswerSorter::Judge(std::string line) {
     AddOwn();
   } else {
     held_.push_back({blank_ + line_, std::move(line), !prefix.empty()});
+    heldSize_ += held_.back().octets.size();
   }
 }
 
@@ -239,6 +245,7 @@ void AnswerSorter::EndHeld() {
     }
   }
   held_.clear();
+  heldSize_ = 0;
 }
 
 void AnswerSorter::EndWithPrompt() {

@@ -41,6 +41,8 @@ class AnswerSorter {
   bool SawWords() const { return sawWords_; }
   // The command's own lines with their line ends, as they came, the result or prompt included.
   const std::string& Own() const { return own_; }
+  // Octets that are kept, those of an unfinished line included.
+  std::size_t Size() const { return own_.size() + heldSize_ + blank_.size() + line_.size(); }
   // Whether the command's own lines are coming in: some came, or a line has begun.
   bool IsUnderWay() const { return !own_.empty() || !held_.empty() || !line_.empty(); }
   // What was taken out since the last call, one entry each.
@@ -72,6 +74,7 @@ class AnswerSorter {
     bool hasPrefix;
   };
   std::vector<HeldLine> held_;  // lines that are the answer unless one with the command's prefix comes
+  std::size_t heldSize_ = 0;
   bool sawPrefix_ = false;
   bool takesNextLine_ = false;  // the next line belongs to the last unsolicited one
   std::vector<std::string> unsolicited_;

@@ -21,7 +21,7 @@ constexpr std::uint32_t kLongestReadTimeouts = 10, kLongestReadFloor = 10000;
 constexpr std::uint32_t kReadSlice = 100;
 constexpr std::size_t kLongestAnswer = 16 << 20;
 // An answer that may be whole without its result code is waited on for so long, in milliseconds.
-constexpr std::uint32_t kMissingResultLimit = 1000;
+constexpr std::uint32_t kMissingResultLimit = 3000;
 // The limit of each answer while the exchange is brought back into step, in milliseconds.
 constexpr std::int32_t kResynchroniseLimit = 2000;
 
@@ -166,7 +166,8 @@ void AtExchange::Purge() {
     comm_.CommFlush(settings_.portNumber);
   } else {
     SortIdle();
-    if (unanswered_) Resynchronise();
+    // Connecting finds the modem again.
+    if (unanswered_ && !Resynchronise() && closeConnection_) closeConnection_();
   }
 }
 
@@ -215,20 +216,22 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   std::uint32_t lastOctet = start;
   AnswerSorter sorter(written_, numericResults_);
   std::string piece;
+  bool isGone = false;
   while (!Sort(sorter)) {
     const std::uint32_t now = platform_.TickCount();
     if (!piece.empty() && sorter.IsUnderWay()) lastOctet = now;
     const std::uint32_t allowed = sorter.MayBeWhole()   ? std::min(silence, kMissingResultLimit)
                                   : sorter.IsUnderWay() ? silence
                                                         : beginning;
-    const bool isOver = now - lastOctet >= allowed || now - start >= longest || sorter.Own().size() > kLongestAnswer;
+    const bool isOver = now - lastOctet >= allowed || now - start >= longest || sorter.Size() > kLongestAnswer;
     if (isOver || platform_.IsInterrupted()) break;
     const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
-    if (count < 0) break;
+    isGone = count < 0;
+    if (isGone) break;
     if (count == 0) sorter.Pause();
     input_ += piece;
   }
-  if (sorter.Own().size() > kLongestAnswer) input_.clear();
+  if (sorter.Size() > kLongestAnswer) input_.clear();
   if (sorter.Ending() == AnswerSorter::End::kNone) sorter.Finish();
   HandOn(sorter);
   lastEnd_ = sorter.Ending();
@@ -239,7 +242,9 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
     CancelInput();
     unanswered_ = true;
   }
-  return isComplete(sorter.Own()) && ended;
+  const bool isDone = isComplete(sorter.Own()) && ended;
+  if (isGone && closeConnection_) closeConnection_();  // the next call opens the device anew
+  return isDone;
 }
 
 // Gives the sorter what came. Whether the answer has ended.
@@ -268,17 +273,19 @@ void AtExchange::SortIdle() {
   input_ = sorter.TakeRest();
 }
 
-void AtExchange::Resynchronise() {
-  unanswered_ = false;
+// ERROR may be the late answer or, from a modem that does not know the question, the one to it: another is waited for.
+bool AtExchange::Resynchronise() {
   log_.WriteLog("Waiting for answers that are late");
-  if (!Write("AT+CMEE?\r")) return;
-  bool found = false;
+  if (!Write("AT+CMEE?\r")) return false;
+  bool found = false, refused = false;
   while (!found && AwaitResult(std::min(settings_.timeout, kResynchroniseLimit), [&](const std::string& answer) {
-    found = ContainsNoCase(answer, "+CMEE:") || ContainsNoCase(answer, "ERROR");
+    found = lastEnd_ == AnswerSorter::End::kOk && ContainsNoCase(answer, "+CMEE:");
+    refused = refused || lastEnd_ == AnswerSorter::End::kError;
     return true;
   })) {
   }
   unanswered_ = false;
+  return found || refused;
 }
 
 // What the port holds, up to the gap that ends it; empty when there is nothing or the port fails. The port is never

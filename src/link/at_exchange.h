@@ -68,7 +68,8 @@ class AtExchange {
   bool AwaitAnswer(std::uint32_t interval, std::int32_t limit, const Completion& isComplete);
 
   // Waits until the answers that are still to come have come: asks for something that tells its answer from theirs.
-  void Resynchronise();
+  // False when the modem does not answer.
+  bool Resynchronise();
 
   // No answer is to come any more.
   void ForgetUnanswered() { unanswered_ = false; }

@@ -42,6 +42,8 @@ struct Manner {
   bool needsNetworkForAll;
   // Registered for SMS only, without CSFB, and in the packet domains counts as registered (Registration).
   bool countsAllNetworks;
+  // An answer of OK alone identifies nothing (DeviceInfo).
+  bool needsInformation;
   // A PIN that was refused is never sent again until it is set anew; otherwise not in the same call (PinCheck).
   bool remembersRefusedPin;
   // The SIM's last attempt is kept for the user: the remaining ones are asked for (PinCheck).
@@ -80,6 +82,7 @@ inline constexpr Manner kClassicManner{
     .namesOperatorsByNumber = false,
     .needsNetworkForAll = true,
     .countsAllNetworks = false,
+    .needsInformation = false,
     .remembersRefusedPin = false,
     .sparesLastPinAttempt = false,
     .sendsOnce = false,
@@ -103,6 +106,7 @@ inline constexpr Manner kPromptManner{
     .namesOperatorsByNumber = true,
     .needsNetworkForAll = false,
     .countsAllNetworks = true,
+    .needsInformation = true,
     .remembersRefusedPin = true,
     .sparesLastPinAttempt = true,
     .sendsOnce = true,
