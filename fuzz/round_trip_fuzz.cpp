@@ -37,11 +37,12 @@ void CheckText(std::u16string text, int coding, bool isPart) {
   const std::size_t length = headerLength + codes.size() * (coding == 16 ? 2 : 1);
   std::string userData = EncodeUserData(codes, coding, isPart && coding == 7 ? "0" : "");
   if (isPart && coding == 7 && codes.empty()) userData = "00";  // the fill bit alone
-  const std::string entry = std::string("7,1,,40\r\n0791947101670000") + (isPart ? "44" : "04") + "0C9194711032547600" +
-                            (coding == 7   ? "00"
-                             : coding == 8 ? "04"
-                                           : "08") +
-                            "42305041709040" + ByteToHex(static_cast<std::int16_t>(length)) + header + userData;
+  const std::string tpdu = std::string(isPart ? "44" : "04") + "0C9194711032547600" +
+                           (coding == 7   ? "00"
+                            : coding == 8 ? "04"
+                                          : "08") +
+                           "42305041709040" + ByteToHex(static_cast<std::int16_t>(length)) + header + userData;
+  const std::string entry = "7,1,," + std::to_string(tpdu.size() / 2) + "\r\n0791947101670000" + tpdu;
   static const DateNames names = [] {
     SimulatedLine line;
     return LocalDateNames(line);
