@@ -224,7 +224,6 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
     if (count == 0) sorter.Pause();
     input_ += piece;
   }
-  if (sorter.Size() > kLongestAnswer) input_.clear();
   if (sorter.Ending() == AnswerSorter::End::kNone) sorter.Finish();
   HandOn(sorter);
   lastEnd_ = sorter.Ending();
