@@ -20,8 +20,8 @@ constexpr std::uint32_t kLongestReadTimeouts = 10, kLongestReadFloor = 10000;
 // that window messages run and a program that wants to end is not kept.
 constexpr std::uint32_t kReadSlice = 100;
 constexpr std::size_t kLongestAnswer = 16 << 20;
-// The limit of each answer while the exchange is brought back into step, in milliseconds.
-constexpr std::int32_t kResynchroniseLimit = 2000;
+// While the exchange is brought back into step: how long another answer may take behind an ERROR, in milliseconds.
+constexpr std::int32_t kAnotherAnswerLimit = 2000;
 
 constexpr char kEsc = 27;
 
@@ -270,7 +270,8 @@ bool AtExchange::Resynchronise() {
   log_.WriteLog("Waiting for answers that are late");
   if (!Write("AT+CMEE?\r")) return false;
   bool found = false, refused = false;
-  while (!found && AwaitResult(std::min(settings_.timeout, kResynchroniseLimit), [&](const std::string& answer) {
+  const auto limit = [&] { return refused ? std::min(settings_.timeout, kAnotherAnswerLimit) : settings_.timeout; };
+  while (!found && AwaitResult(limit(), [&](const std::string& answer) {
     found = lastEnd_ == AnswerSorter::End::kOk && ContainsNoCase(answer, "+CMEE:");
     refused = refused || lastEnd_ == AnswerSorter::End::kError;
     return true;
