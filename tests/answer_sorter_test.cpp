@@ -15,12 +15,11 @@ namespace {
 
 using End = AnswerSorter::End;
 
-// "|" stands for <cr><lf> in all of these.
+// What came, "|" for <cr><lf>: lines of the modem's own accord stand in braces, echoes in brackets, and the rest is the
+// answer with its result or prompt.
 struct SorterCase {
   const char* name;
   std::string command, came;
-  std::string own;  // the result or prompt included
-  std::vector<std::string> unsolicited = {};
   End end = End::kOk;
   std::string rest = {};  // what came behind the end
   bool numericResults = false;
@@ -28,41 +27,76 @@ struct SorterCase {
 
 void PrintTo(const SorterCase& c, std::ostream* out) { *out << c.name; }
 
+// Lines without their ends.
 struct Sorted {
-  std::string own, rest;
-  std::vector<std::string> unsolicited;
+  std::vector<std::string> own, unsolicited;
+  std::string rest;
   End end = End::kNone;
 
   bool operator==(const Sorted&) const = default;
 };
 
 void PrintTo(const Sorted& sorted, std::ostream* out) {
-  *out << "own [" << sorted.own << "] rest [" << sorted.rest << "] end " << static_cast<int>(sorted.end);
-  for (const std::string& line : sorted.unsolicited) *out << " [" << line << "]";
+  *out << "own " << testing::PrintToString(sorted.own) << " unsolicited " << testing::PrintToString(sorted.unsolicited)
+       << " rest [" << sorted.rest << "] end " << static_cast<int>(sorted.end);
 }
 
 std::string Plain(std::string_view text) { return ReplaceAll(text, "|", "\r\n"); }
 
+void AddLines(std::vector<std::string>& lines, std::string_view text) {
+  const std::string plain = ReplaceAll(Plain(text), "\r", "\n");
+  for (const auto line : Split(plain, "\n")) {
+    if (!line.empty()) lines.emplace_back(line);
+  }
+}
+
+// Unsolicited lines in any order: those of an unknown name are told apart at the end.
+Sorted Expected(const SorterCase& c) {
+  Sorted sorted;
+  sorted.rest = Plain(c.rest);
+  sorted.end = c.end;
+  for (std::size_t at = 0; at < c.came.size();) {
+    const std::size_t start = std::min(c.came.find_first_of("{[", at), c.came.size());
+    const std::size_t end = std::min(c.came.find_first_of("}]", start), c.came.size());
+    AddLines(sorted.own, std::string_view(c.came).substr(at, start - at));
+    if (start < c.came.size() && c.came[start] == '{') {
+      sorted.unsolicited.push_back(Plain(c.came.substr(start + 1, end - start - 1)));
+    }
+    at = end + 1;
+  }
+  std::sort(sorted.unsolicited.begin(), sorted.unsolicited.end());
+  return sorted;
+}
+
+// All that comes.
+std::string Octets(const SorterCase& c) {
+  std::string octets = Plain(c.came + c.rest);
+  for (const char* mark : {"{", "}", "[", "]"}) octets = RemoveAll(octets, mark);
+  return octets;
+}
+
 // Cut into pieces of these lengths; the last piece is what is left.
 Sorted SortInPieces(const SorterCase& c, const std::vector<std::size_t>& lengths) {
-  AnswerSorter sorter(Plain(c.command), c.numericResults);
+  AnswerSorter sorter(c.command, c.numericResults);
   Sorted sorted;
   const auto take = [&] {
-    for (std::string& line : sorter.TakeUnsolicited()) sorted.unsolicited.push_back(ReplaceAll(line, "\r\n", "|"));
+    for (std::string& line : sorter.TakeUnsolicited()) sorted.unsolicited.push_back(std::move(line));
   };
-  sorted.rest = Plain(c.came);
+  sorted.rest = Octets(c);
   std::string input;
   for (std::size_t i = 0; i <= lengths.size() && !sorted.rest.empty(); ++i) {
-    input += sorted.rest.substr(0, i < lengths.size() ? lengths[i] : std::string::npos);
-    sorted.rest.erase(0, i < lengths.size() ? lengths[i] : std::string::npos);
+    const std::size_t length = i < lengths.size() ? lengths[i] : std::string::npos;
+    input += sorted.rest.substr(0, length);
+    sorted.rest.erase(0, length);
     input.erase(0, sorter.Append(input));
     take();
   }
-  sorted.rest = ReplaceAll(input + sorted.rest, "\r\n", "|");
+  sorted.rest.insert(0, input);
   sorter.Finish();
   take();
-  sorted.own = ReplaceAll(sorter.Own(), "\r\n", "|");
+  AddLines(sorted.own, sorter.Own());
   sorted.end = sorter.Ending();
+  std::sort(sorted.unsolicited.begin(), sorted.unsolicited.end());
   return sorted;
 }
 
@@ -70,132 +104,80 @@ class AnswerSorterTest : public testing::TestWithParam<SorterCase> {};
 
 TEST_P(AnswerSorterTest, TellsTheLinesApartInWhateverPiecesTheyCome) {
   const SorterCase& c = GetParam();
-  const Sorted expected{c.own, c.rest, c.unsolicited, c.end};
-  const std::size_t size = Plain(c.came).size();
+  const Sorted expected = Expected(c);
+  const std::size_t size = Octets(c).size();
   EXPECT_EQ(SortInPieces(c, std::vector<std::size_t>(size, 1)), expected) << "by the octet";
   for (std::size_t cut = 0; cut < size; ++cut) ASSERT_EQ(SortInPieces(c, {cut}), expected) << "cut at " << cut;
 }
 
-constexpr char kServiceText[] = "+CUSD: 0,\"You have|OK|ERROR|> 5 EUR\",15";
-
 const SorterCase kCases[] = {
     // Results.
-    {"Ok", "AT+CSQ\r", "|+CSQ: 9,0||OK||RING|", "|+CSQ: 9,0||OK|", {}, End::kOk, "|RING|"},
-    {"SmallLetters", "at+csq\r", "+csq:9,0|ok|", "+csq:9,0|ok|"},
-    {"Error", "AT+CSQ\r", "|ERROR|", "|ERROR|", {}, End::kError},
-    {"EquipmentError", "AT+CSQ\r", "|+CME ERROR: 10|", "|+CME ERROR: 10|", {}, End::kError},
-    {"MessageError", "0011\x1a", "|+CMS ERROR: SC busy|", "|+CMS ERROR: SC busy|", {}, End::kError},
-    {"NoCarrier", "ATD1;\r", "|NO CARRIER|", "|NO CARRIER|", {}, End::kError},
-    {"Busy", "ATD1;\r", "|BUSY|", "|BUSY|", {}, End::kError},
-    {"NotSupported", "AT+CNUM\r", "|COMMAND NOT SUPPORT|", "|COMMAND NOT SUPPORT|", {}, End::kError},
-    {"TooMany", "AT+CNMI=2,1,0,0,0\r", "|TOO MANY PARAMETERS|", "|TOO MANY PARAMETERS|", {}, End::kError},
-    {"NumericOk", "AT+CSQ\r", "+CSQ: 9,0|0\rRING", "+CSQ: 9,0|0\r", {}, End::kOk, "RING", true},
-    {"NumericNoCarrier", "ATD1;\r", "3\r", "3\r", {}, End::kError, "", true},
-    {"NumericError", "AT\r", "AT\r4\r", "4\r", {}, End::kError, "", true},
-    {"ANumberIsNoResultOnceWordsCame", "AT+X\r", "|0|4||OK|", "|0|4||OK|"},
-    {"WordsWhileNumbersAreExpected", "AT\r", "|OK|", "|OK\r", {}, End::kOk, "\n", true},
-    {"NoEndOfLine", "AT\r", "|OK", "|OK"},
-    {"HalfAnAnswer", "AT+CSQ\r", "|+CSQ: 9", "|+CSQ: 9", {}, End::kNone},
-    {"Nothing", "AT\r", "", "", {}, End::kNone},
-
+    {"Ok", "AT+CSQ\r", "|+CSQ: 9,0||OK|", End::kOk, "|RING|"},
+    {"SmallLetters", "at+csq\r", "+csq:9,0|ok|"},
+    {"Error", "AT+CSQ\r", "|ERROR|", End::kError},
+    {"EquipmentError", "AT+CSQ\r", "|+CME ERROR: 10|", End::kError},
+    {"MessageError", "0011\x1a", "|+CMS ERROR: SC busy|", End::kError},
+    {"NoCarrier", "ATD1;\r", "|NO CARRIER|", End::kError},
+    {"Busy", "ATD1;\r", "|BUSY|", End::kError},
+    {"NotSupported", "AT+CNUM\r", "|COMMAND NOT SUPPORT|", End::kError},
+    {"TooMany", "AT+CNMI=2,1,0,0,0\r", "|TOO MANY PARAMETERS|", End::kError},
+    {"NumericOk", "AT+CSQ\r", "+CSQ: 9,0|0\r", End::kOk, "RING", true},
+    {"NumericNoCarrier", "ATD1;\r", "3\r", End::kError, "", true},
+    {"NumericError", "AT\r", "[AT]\r4\r", End::kError, "", true},
+    {"ANumberIsNoResultOnceWordsCame", "AT+X\r", "|0|4||OK|"},
+    {"WordsWhileNumbersAreExpected", "AT\r", "|OK|", End::kOk, "", true},
+    {"NoEndOfLine", "AT\r", "|OK"},
+    {"HalfAnAnswer", "AT+CSQ\r", "|+CSQ: 9", End::kNone},
+    {"Nothing", "AT\r", "", End::kNone},
     // Line ends and echoes.
-    {"LineFeeds", "AT+CSQ\r", "\n+CSQ: 9,0\n\nOK\n", "\n+CSQ: 9,0\n\nOK\n"},
-    {"TwoCarriageReturns", "AT+CSQ\r", "\r|+CSQ: 9,0\r|RING\r|OK\r|", "\r|+CSQ: 9,0\r|OK\r|", {"RING"}},
-    {"CarriageReturns", "AT+CSQ\r", "+CSQ: 9,0\rRING\rOK\r", "+CSQ: 9,0\rOK\r", {"RING"}},
-    {"Echo", "AT+CSQ\r", "at+csq\r|+CSQ: 9,0||OK|", "+CSQ: 9,0||OK|"},
-    {"EchoOfAnEntry", "AT+CMGS=19\r", "AT+CMGS=19\r|> ", ">", {}, End::kPrompt, " "},
-    {"EchoOfAPdu", "0011AB\x1a", "0011AB\x1a|+CMGS: 7||OK|", "+CMGS: 7||OK|"},
-    {"EchoOfAPduBehindItsPrompt", "0011AB\x1a", " |> 0011AB|+CMGS: 7||OK|", "+CMGS: 7||OK|"},
-    {"BlankOfThePrompt", "0011AB\x1a", " |+CMGS: 7||OK|", "|+CMGS: 7||OK|"},
-
+    {"LineFeeds", "AT+CSQ\r", "\n+CSQ: 9,0\n\nOK\n"},
+    {"TwoCarriageReturns", "AT+CSQ\r", "\r|+CSQ: 9,0\r|{RING}\r|OK\r|"},
+    {"CarriageReturns", "AT+CSQ\r", "+CSQ: 9,0\r{RING}\rOK\r"},
+    {"Echo", "AT+CSQ\r", "[at+csq]\r|+CSQ: 9,0||OK|"},
+    {"EchoOfAnEntry", "AT+CMGS=19\r", "[AT+CMGS=19]\r|>", End::kPrompt, " "},
+    {"EchoOfAPdu", "0011AB\x1a", "[0011AB\x1a]|+CMGS: 7||OK|"},
+    {"EchoOfAPduBehindItsPrompt", "0011AB\x1a", "[ ]|[> 0011AB]|+CMGS: 7||OK|"},
+    {"BlankOfThePrompt", "0011AB\x1a", "[ ]|+CMGS: 7||OK|"},
     // OK that is none.
-    {"QuotedOk", "AT+COPS?\r", "|+COPS: 0,0,\"OK\"||OK|", "|+COPS: 0,0,\"OK\"||OK|"},
-    {"OkInWords", "AT+CGMM\r", "|BOOK-1|TOKYO|OKAY||OK|", "|BOOK-1|TOKYO|OKAY||OK|"},
-    {"ErrorInWords", "AT+CGMM\r", "|NO ERROR 5||OK|", "|NO ERROR 5||OK|"},
-    {"OpenQuote", "AT+CNUM\r", "|+CNUM: \"me,1||OK|", "|+CNUM: \"me,1||OK|"},
-    {"TextOverLines",
-     "AT+CSQ\r",
-     std::string("|") + kServiceText + "||+CSQ: 9,0||OK|",
-     "|+CSQ: 9,0||OK|",
-     {kServiceText}},
-
+    {"QuotedOk", "AT+COPS?\r", "|+COPS: 0,0,\"OK\"||OK|"},
+    {"OkInWords", "AT+CGMM\r", "|BOOK-1|TOKYO|OKAY||OK|"},
+    {"ErrorInWords", "AT+CGMM\r", "|NO ERROR 5||OK|"},
+    {"OpenQuote", "AT+CNUM\r", "|+CNUM: \"me,1||OK|"},
+    {"TextOverLines", "AT+CSQ\r", "|{+CUSD: 0,\"You have|OK|ERROR|> 5 EUR\",15}||+CSQ: 9,0||OK|"},
     // Lines of the modem's own accord.
-    {"Before", "AT+CSQ\r", "|RING||+CMTI: \"SM\",3||+CSQ: 9,0||OK|", "|+CSQ: 9,0||OK|", {"RING", "+CMTI: \"SM\",3"}},
-    {"BeforeTheResult", "AT+CSQ\r", "|+CSQ: 9,0||^RSSI:17||OK|", "|+CSQ: 9,0||OK|", {"^RSSI:17"}},
-    {"WithoutAnAnswer", "", "|OK||RING|", "", {"OK", "RING"}, End::kNone},
-    {"MessageWithItsPdu", "AT+CIMI\r", "|+CMT: ,19|0011AB||26201||OK|", "|26201||OK|", {"+CMT: ,19|0011AB"}},
-    {"ReportInAListing",
-     "AT+CMGL=4\r",
-     "|+CMGL: 1,1,,2|+CDS: 6|00AA||0011|+CMGL: 2,1,,2|0022||OK|",
-     "|+CMGL: 1,1,,2||0011|+CMGL: 2,1,,2|0022||OK|",
-     {"+CDS: 6|00AA"}},
-    {"ImeiBetweenOthers",
-     "AT+CGSN\r",
-     "|^BOOT:490154203,0||490154203237518||*PSUTTZ: 1||Call Ready||OK|",
-     "|490154203237518||OK|",
-     {"^BOOT:490154203,0", "*PSUTTZ: 1", "Call Ready"}},
-    {"OthersWhoseNameNobodyKnows",
-     "AT+CGSN\r",
-     "|^NEW:1||490154203237518||#X: 2||OK|",
-     "|490154203237518||OK|",
-     {"^NEW:1", "#X: 2"}},
-    {"AnotherNameInPlaceOfItsOwn", "AT+CGSN\r", "|+XGSN: 490154203237518||OK|", "|+XGSN: 490154203237518||OK|"},
-    {"ItsOwnNameAmongOthers",
-     "AT+CGSN\r",
-     "|#X: 2||noise||+CGSN: 490154203237518||OK|",
-     "|+CGSN: 490154203237518||OK|",
-     {"#X: 2", "noise"}},
-    {"TheSiblingsName", "AT+GMI\r", "|+CGMI: X||#X: 2||OK|", "|+CGMI: X||OK|", {"#X: 2"}},
-    {"OtherSiblingsName", "AT+CGSN\r", "|+GSN: 4||#X: 2||OK|", "|+GSN: 4||OK|", {"#X: 2"}},
-    {"Words",
-     "AT+CIMI\r",
-     "|SMS Ready|PB DONE|NITZ 26,1|26201|rdy||OK|",
-     "26201||OK|",
-     {"SMS Ready", "PB DONE", "NITZ 26,1", "rdy"}},
-    {"AnyNameWithoutAName", "ATI\r", "|X|+GCAP: +CGSM|+CREG: 1||OK|", "|X|+GCAP: +CGSM||OK|", {"+CREG: 1"}},
-    {"SeveralCommands",
-     "AT+CSQ;+CREG?\r",
-     "|+CSQ: 9,0|#X: 1|+CREG: 0,1||+CPIN: READY||OK|",
-     "|+CSQ: 9,0|+CREG: 0,1||OK|",
-     {"+CPIN: READY", "#X: 1"}},
-    {"NamesInQuotes", "AT+X=\";+CREG\"\r", "|+CREG: 0,1||+X: 1||OK|", "|+X: 1||OK|", {"+CREG: 0,1"}},
-    {"PinState", "AT+CPIN?\r", "|+CPIN: READY||+CPAS: 0||OK|", "|+CPIN: READY||OK|", {"+CPAS: 0"}},
-    {"ServiceAnswer", "AT+CUSD=1,\"*100#\"\r", "|+CUSD: 0,\"A\",15||OK|", "|OK|", {"+CUSD: 0,\"A\",15"}},
-    {"ServiceState", "AT+CUSD?\r", "|+CUSD: 1||OK|", "|+CUSD: 1||OK|"},
-
+    {"Before", "AT+CSQ\r", "|{RING}||{+CMTI: \"SM\",3}||+CSQ: 9,0||OK|"},
+    {"BeforeTheResult", "AT+CSQ\r", "|+CSQ: 9,0||{^RSSI:17}||OK|"},
+    {"WithoutAnAnswer", "", "|{OK}||{RING}|", End::kNone},
+    {"MessageWithItsPdu", "AT+CIMI\r", "|{+CMT: ,19|0011AB}||26201||OK|"},
+    {"ReportInAListing", "AT+CMGL=4\r", "|+CMGL: 1,1,,2|{+CDS: 6|00AA}||0011|+CMGL: 2,1,,2|0022||OK|"},
+    {"ImeiBetweenOthers", "AT+CGSN\r", "|{^BOOT:490154203,0}||490154203237518||{*PSUTTZ: 1}||{Call Ready}||OK|"},
+    {"OthersWhoseNameNobodyKnows", "AT+CGSN\r", "|{^NEW:1}||490154203237518||{#X: 2}||OK|"},
+    {"AnotherNameInPlaceOfItsOwn", "AT+CGSN\r", "|+XGSN: 490154203237518||OK|"},
+    {"ItsOwnNameAmongOthers", "AT+CGSN\r", "|{#X: 2}||{noise}||+CGSN: 490154203237518||OK|"},
+    {"TheSiblingsName", "AT+GMI\r", "|+CGMI: X||{#X: 2}||OK|"},
+    {"OtherSiblingsName", "AT+CGSN\r", "|+GSN: 4||{#X: 2}||OK|"},
+    {"Words", "AT+CIMI\r", "|{SMS Ready}|{PB DONE}|{NITZ 26,1}|26201|{rdy}||OK|"},
+    {"AnyNameWithoutAName", "ATI\r", "|X|+GCAP: +CGSM|{+CREG: 1}||OK|"},
+    {"SeveralCommands", "AT+CSQ;+CREG?\r", "|+CSQ: 9,0|{#X: 1}|+CREG: 0,1||{+CPIN: READY}||OK|"},
+    {"NamesInQuotes", "AT+X=\";+CREG\"\r", "|{+CREG: 0,1}||+X: 1||OK|"},
+    {"PinState", "AT+CPIN?\r", "|+CPIN: READY||{+CPAS: 0}||OK|"},
+    {"ServiceAnswer", "AT+CUSD=1,\"*100#\"\r", "|{+CUSD: 0,\"A\",15}||OK|"},
+    {"ServiceState", "AT+CUSD?\r", "|+CUSD: 1||OK|"},
     // Registrations: an answer has <n> in front of the status.
-    {"Registration", "AT+CREG?\r", "|+CREG: 1||+CREG: 0,1||OK|", "|+CREG: 0,1||OK|", {"+CREG: 1"}},
-    {"RegistrationWithPlace",
-     "AT+CEREG?\r",
-     "|+CEREG: 1,\"00C3\",\"0A1B\"||+CEREG: 2,5,\"00C3\",\"0A1B\",7||OK|",
-     "|+CEREG: 2,5,\"00C3\",\"0A1B\",7||OK|",
-     {"+CEREG: 1,\"00C3\",\"0A1B\""}},
-    {"RegistrationWithPlainPlace",
-     "AT+CGREG?\r",
-     "|+CGREG: 5,0123,4567||+CGREG: 2,05||OK|",
-     "|+CGREG: 2,05||OK|",
-     {"+CGREG: 5,0123,4567"}},
-    {"RegistrationForms", "AT+CREG=?\r", "|+CREG: (0-2)||OK|", "|+CREG: (0-2)||OK|"},
-    {"AnotherRegistration", "AT+CREG?\r", "|+CGREG: 0,1||+CREG: 0,2||OK|", "|+CREG: 0,2||OK|", {"+CGREG: 0,1"}},
-
+    {"Registration", "AT+CREG?\r", "|{+CREG: 1}||+CREG: 0,1||OK|"},
+    {"RegistrationWithPlace", "AT+CEREG?\r", "|{+CEREG: 1,\"00C3\",\"0A1B\"}||+CEREG: 2,5,\"00C3\",\"0A1B\",7||OK|"},
+    {"RegistrationWithPlainPlace", "AT+CGREG?\r", "|{+CGREG: 5,0123,4567}||+CGREG: 2,05||OK|"},
+    {"RegistrationForms", "AT+CREG=?\r", "|+CREG: (0-2)||OK|"},
+    {"AnotherRegistration", "AT+CREG?\r", "|{+CGREG: 0,1}||+CREG: 0,2||OK|"},
     // Prompts.
-    {"Prompt",
-     "AT+CMGS=19\r",
-     "|RING||+CMTI: \"SM\",3||> |RING|",
-     "|>",
-     {"RING", "+CMTI: \"SM\",3"},
-     End::kPrompt,
-     " |RING|"},
-    {"PromptWithoutItsBlank", "AT+CMGS=19\r", "|>", "|>", {}, End::kPrompt},
-    {"UnexpectedPrompt", "AT+CSQ\r", "|> ", "|> ", {}, End::kPrompt},
-    {"UnexpectedPromptWithoutItsBlank", "AT+CSQ\r", "|>", "|>", {}, End::kPrompt},
-    {"NoPromptInALine", "AT+CGMM\r", "|a> ||OK|", "|a> ||OK|"},
-    {"PromptRefused", "AT+CMGS=19\r", "|+CMS ERROR: 302|", "|+CMS ERROR: 302|", {}, End::kError},
-    {"LinesAroundAReference",
-     "0011\x1a",
-     "|#X: 1||+CMGS: 7||+CMTI: \"SM\",3||OK|",
-     "|+CMGS: 7||OK|",
-     {"+CMTI: \"SM\",3", "#X: 1"}},
+    {"Prompt", "AT+CMGS=19\r", "|{RING}||{+CMTI: \"SM\",3}||>", End::kPrompt, " |RING|"},
+    {"UnknownLinesBeforeThePrompt", "AT+CMGS=19\r", "|{#X: 1}||{noise}||>", End::kPrompt, " "},
+    {"PromptWithoutItsBlank", "AT+CMGS=19\r", "|>", End::kPrompt},
+    {"UnexpectedPrompt", "AT+CSQ\r", "|> ", End::kPrompt},
+    {"UnexpectedPromptWithoutItsBlank", "AT+CSQ\r", "|>", End::kPrompt},
+    {"NoPromptInALine", "AT+CGMM\r", "|a> ||OK|"},
+    {"PromptRefused", "AT+CMGS=19\r", "|+CMS ERROR: 302|", End::kError},
+    {"LinesAroundAReference", "0011\x1a", "|{#X: 1}||+CMGS: 7||{+CMTI: \"SM\",3}||OK|"},
 };
 
 INSTANTIATE_TEST_SUITE_P(Answers, AnswerSorterTest, testing::ValuesIn(kCases),

@@ -58,6 +58,18 @@ TEST(PromptNetworkTest, ASilentModemIsAskedOnce) {
   EXPECT_FALSE(engine.sms.SendSMS(kSomebody, u"hello"));
   EXPECT_EQ(engine.sms.ErrorCode(), 1012);
   EXPECT_EQ(engine.line->Elapsed(), 30000);
+
+  PromptEngine other;  // silent about the packet domain alone
+  other.modem.Settings().registration = {0};
+  other.modem.Answer("AT+CGREG?", ModemReply::Silence());
+  EXPECT_FALSE(other.sms.SendSMS(kSomebody, u"hello"));
+  EXPECT_EQ(other.sms.ErrorCode(), 3002);
+
+  PromptEngine gone;
+  gone.modem.Settings().registration = {0};
+  gone.modem.Answer("AT+CEREG?", ModemReply::Own().LineLostAfter(3));
+  EXPECT_FALSE(gone.sms.SendSMS(kSomebody, u"hello"));
+  EXPECT_THAT(gone.line->CallTexts(), Contains(StartsWith("CreateFile")).Times(1)) << "it is not opened again for more";
 }
 
 TEST(PromptNetworkTest, ReadsStatusesAsNumbers) {
@@ -144,6 +156,14 @@ TEST(PromptPinTest, OneWithoutAnAnswerIsSentAgainByTheNextCall) {
   EXPECT_EQ(PinsSent(engine.modem), 2);
 }
 
+TEST(PromptPinTest, ASimThatStaysBusyIsAnError) {
+  PromptEngine engine;
+  engine.modem.Settings().simBusyMs = 1000000;
+  EXPECT_FALSE(engine.sms.Connect());
+  EXPECT_EQ(engine.sms.ErrorCode(), 2006);
+  EXPECT_LE(engine.line->Elapsed(), 31000);
+}
+
 TEST(PromptPinTest, TheLastAttemptIsTheUsers) {
   const struct {
     int attempts;
@@ -167,6 +187,11 @@ TEST(PromptPinTest, TheLastAttemptIsTheUsers) {
     EXPECT_EQ(engine.ErrorText(), c.sent ? "" : "PIN not sent: the SIM takes only one more");
     EXPECT_EQ(engine.sms.Connect(), c.sent) << "nor is it by the next call";
   }
+  PromptEngine other;  // that of another code
+  other.modem.Settings().pin = "1234";
+  other.modem.Answer("AT+CPINR=*", ModemReply::Ok("+CPINR: SIM PIN2,1,3"));
+  other.sms.SetPIN(u"1234");
+  EXPECT_TRUE(other.sms.Connect());
 }
 
 }  // namespace

@@ -82,7 +82,7 @@ const FaultCase kFaults[] = {
     {"LateResult", [](Sender& s) { s.modem.AnswerPdu(Reply::Own().Late(182000)); }, "1", 0, "", 1, 1, 182000},
     {"TooLateResult", [](Sender& s) { s.modem.AnswerPdu(Reply::Own().Late(190000)); }, "-", 4012, "Result unknown]", 1,
      1, 185000},
-    {"LateOk", [](Sender& s) { s.modem.AnswerPdu(Reply::Own().ResultLate(4000)); }, "1", 0, "", 1, 1, 4000},
+    {"LateOk", [](Sender& s) { s.modem.AnswerPdu(Reply::Own().ResultLate(29000)); }, "1", 0, "", 1, 1, 29000},
     {"NoOk", [](Sender& s) { s.modem.AnswerPdu(Reply::Own().WithoutResult()); }, "1", 0, "", 1, 1, 30000},
     {"NoReference", [](Sender& s) { s.modem.AnswerPdu(Reply::Line("OK").Executed()); }, "-", 4012,
      "Result unknown: <cr><lf>OK<cr><lf>]", 1, 1, 5000},

@@ -1,7 +1,7 @@
 #include "connection/registration.h"
 
 #include <algorithm>
-#include <iterator>
+#include <vector>
 
 #include "base/text.h"
 #include "link/whole_second_wait.h"
@@ -22,12 +22,24 @@ std::string StatusOf(const Answer& answer, std::string_view prefix) {
   return fields.size() < 2 ? std::string() : Trimmed(fields[1]);
 }
 
-// The networks of the circuit-switched and the packet domains (3GPP TS 27.007, 7.2 and 10.1.20, 10.1.22, 10.1.47).
-constexpr std::string_view kOtherNetworks[] = {"+CEREG", "+CGREG", "+C5GREG"};
-
 }  // namespace
 
-Registration::Registration(const DialogueContext& dialogue, PinCheck& pin) : DialoguePart(dialogue), pin_(pin) {}
+// Which networks are asked, and which states count: 1 home, 5 roaming; also for SMS only (6, 7) and with CSFB not
+// preferred (9, 10). The others are those of the packet domains (3GPP TS 27.007, 10.1.20, 10.1.22 and 10.1.47).
+struct Registration::Networks {
+  std::vector<std::string_view> registered;
+  std::vector<std::string_view> others;
+  bool comparesNumbers;  // "002" is 2
+};
+
+const Registration::Networks& Registration::NetworksOf(const Manner& manner) {
+  static const Networks kOne{{"1", "5"}, {}, false};
+  static const Networks kAll{{"1", "5", "6", "7", "9", "10"}, {"+CEREG", "+CGREG", "+C5GREG"}, true};
+  return manner.countsAllNetworks ? kAll : kOne;
+}
+
+Registration::Registration(const DialogueContext& dialogue, PinCheck& pin)
+    : DialoguePart(dialogue), networks_(NetworksOf(manner_)), pin_(pin) {}
 
 bool Registration::CheckRegistration() {
   error_ = {};
@@ -51,19 +63,8 @@ bool Registration::CheckRegistration() {
   return state_.registered;
 }
 
-// "002" is 2.
-std::string Registration::AsNumber(const std::string& status) const {
-  int number = 0;
-  return manner_.countsAllNetworks && ParseWhole(status, number) ? std::to_string(number) : status;
-}
-
-// 1 home, 5 roaming; also for SMS only (6, 7) and with CSFB not preferred (9, 10).
 bool Registration::CountsAsRegistered(const std::string& status) const {
-  if (!manner_.countsAllNetworks) return status == "1" || status == "5";
-  int number = 0;
-  constexpr int kRegistered[] = {1, 5, 6, 7, 9, 10};
-  return ParseWhole(status, number) &&
-         std::find(std::begin(kRegistered), std::end(kRegistered), number) != std::end(kRegistered);
+  return std::find(networks_.registered.begin(), networks_.registered.end(), status) != networks_.registered.end();
 }
 
 // Asks until the modem no longer searches and is no longer denied; returns the last status.
@@ -90,11 +91,14 @@ std::string Registration::QueryStatus() {
   const auto ask = [this](std::string_view name) {
     const Answer answer = exchange_.CheckCommandResponse("AT" + std::string(name) + "?\r");
     if (errors_.IsPending() || answer.IsEmpty() || answer.HoldsError()) return std::string();
-    return AsNumber(StatusOf(answer, std::string(name) + ":"));
+    std::string status = StatusOf(answer, std::string(name) + ":");
+    int number = 0;
+    if (networks_.comparesNumbers && ParseWhole(status, number)) status = std::to_string(number);
+    return status;
   };
   std::string status = ask("+CREG");
-  if (!manner_.countsAllNetworks || CountsAsRegistered(status) || errors_.IsPending()) return status;
-  for (const std::string_view name : kOtherNetworks) {
+  if (networks_.others.empty() || CountsAsRegistered(status) || errors_.IsPending()) return status;
+  for (const std::string_view name : networks_.others) {
     if (!exchange_.IsPortOpen()) break;
     const std::string other = ask(name);
     if (CountsAsRegistered(other)) return other;

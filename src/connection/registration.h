@@ -36,9 +36,11 @@ class Registration : DialoguePart {
   bool CheckRegistration();
   std::string PollStatus();
   std::string QueryStatus();
-  std::string AsNumber(const std::string& status) const;
+  struct Networks;
+  static const Networks& NetworksOf(const Manner& manner);
   bool CountsAsRegistered(const std::string& status) const;
 
+  const Networks& networks_;
   PinCheck& pin_;
   PendingError error_;
 };

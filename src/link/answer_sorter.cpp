@@ -133,7 +133,9 @@ std::size_t AnswerSorter::Append(std::string_view data) {
     } else {
       carriageReturn_ = true;
       line_ += c;
-      if (c == '\n' || numericResults_) EndLine();
+      // An echo ends with the command's own carriage return, a number with one that nothing follows.
+      const std::string_view line = WithoutControls(line_);
+      if (c == '\n' || (c == '\r' && IsEcho(line)) || (numericResults_ && line.size() == 1)) EndLine();
     }
   }
   return taken;

@@ -22,8 +22,8 @@ constexpr std::uint32_t kReadSlice = 100;
 constexpr std::size_t kLongestAnswer = 16 << 20;
 // An answer that may be whole without its result code is waited on for so long, in milliseconds.
 constexpr std::uint32_t kMissingResultLimit = 3000;
-// The limit of each answer while the exchange is brought back into step, in milliseconds.
-constexpr std::int32_t kResynchroniseLimit = 2000;
+// While the exchange is brought back into step: how long another answer may take behind an ERROR, in milliseconds.
+constexpr std::int32_t kAnotherAnswerLimit = 2000;
 
 constexpr char kEsc = 27;
 
@@ -51,7 +51,7 @@ AtExchange::AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, Lo
       errors_(errors),
       log_(log),
       settings_(settings),
-      manner_(manner),
+      sortsAnswers_(manner.answersEndAtResult),
       lastCommandTick_(platform.TickCount()),
       sinceWritten_(platform, 0) {}
 
@@ -141,7 +141,7 @@ bool AtExchange::IsPortOpen() const { return comm_.IsOpen(settings_.portNumber);
 void AtExchange::ApplyTimeOuts(char mark, const SerialTimeOuts& timeOuts) {
   if (timeOutMark_ == mark) return;
   SerialTimeOuts applied = timeOuts;
-  if (manner_.answersEndAtResult) {
+  if (sortsAnswers_) {
     // A read waits for the first octet, a slice at most, and returns what is there then.
     applied.readInterval = applied.readTotalMultiplier = kAllBits;
     applied.readTotalConstant = kReadSlice;
@@ -162,7 +162,7 @@ void AtExchange::Pace() {
 void AtExchange::MarkCommandEnd() { lastCommandTick_ = platform_.TickCount(); }
 
 void AtExchange::Purge() {
-  if (!manner_.answersEndAtResult) {
+  if (!sortsAnswers_) {
     comm_.CommFlush(settings_.portNumber);
   } else {
     SortIdle();
@@ -192,7 +192,7 @@ bool AtExchange::AwaitAnswer(std::uint32_t interval, const Completion& isComplet
 }
 
 bool AtExchange::AwaitAnswer(std::uint32_t interval, std::int32_t limit, const Completion& isComplete) {
-  if (manner_.answersEndAtResult) return AwaitResult(limit, isComplete);
+  if (sortsAnswers_) return AwaitResult(limit, isComplete);
   return AwaitAtInterval(interval, isComplete);
 }
 
@@ -231,7 +231,6 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
     if (count == 0) sorter.Pause();
     input_ += piece;
   }
-  if (sorter.Size() > kLongestAnswer) input_.clear();
   if (sorter.Ending() == AnswerSorter::End::kNone) sorter.Finish();
   HandOn(sorter);
   lastEnd_ = sorter.Ending();
@@ -278,7 +277,8 @@ bool AtExchange::Resynchronise() {
   log_.WriteLog("Waiting for answers that are late");
   if (!Write("AT+CMEE?\r")) return false;
   bool found = false, refused = false;
-  while (!found && AwaitResult(std::min(settings_.timeout, kResynchroniseLimit), [&](const std::string& answer) {
+  const auto limit = [&] { return refused ? std::min(settings_.timeout, kAnotherAnswerLimit) : settings_.timeout; };
+  while (!found && AwaitResult(limit(), [&](const std::string& answer) {
     found = lastEnd_ == AnswerSorter::End::kOk && ContainsNoCase(answer, "+CMEE:");
     refused = refused || lastEnd_ == AnswerSorter::End::kError;
     return true;

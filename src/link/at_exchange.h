@@ -95,7 +95,7 @@ class AtExchange {
   ErrorState& errors_;
   LogHandling& log_;
   const Settings& settings_;
-  const Manner& manner_;
+  const bool sortsAnswers_;  // the prompt manner: they end at their result
   std::function<void()> openConnection_, closeConnection_;
   char timeOutMark_ = '\0';  // 'N' commands, 'S' sending, 'R' reading a listing
   std::uint32_t gap_ = 500;  // ms without an octet that end a read

@@ -40,14 +40,14 @@ class DialoguePart {
 
   // The fields of an information, and those of each list in brackets, "(2,"name","26201"),(1,...),,(0,1)".
   AnswerFieldList Fields(std::string_view information) const {
-    return manner_.readsFieldsWithCare ? QuotedFields(information) : AnswerFields(information);
+    return ReadsWithCare() ? QuotedFields(information) : AnswerFields(information);
   }
   std::vector<AnswerFieldList> Lists(std::string_view information) const {
-    return manner_.readsFieldsWithCare ? QuotedLists(information) : AnswerLists(information);
+    return ReadsWithCare() ? QuotedLists(information) : AnswerLists(information);
   }
   // A number with "+" in front when its type says that it is international.
   std::string TypedNumber(const std::string& number, std::string_view type) const {
-    return manner_.readsFieldsWithCare ? WithTypeOfNumber(number, type) : WithAnyKnownType(number, type);
+    return ReadsWithCare() ? WithTypeOfNumber(number, type) : WithAnyKnownType(number, type);
   }
 
   // A name or a number in an answer, also where the modem gives it in UCS2.
@@ -68,6 +68,7 @@ class DialoguePart {
   const Manner& manner_;
 
  private:
+  bool ReadsWithCare() const { return manner_.readsFieldsWithCare; }
   bool ReadsUcs2() const { return manner_.readsUcs2Texts; }
 };
 
