@@ -71,6 +71,18 @@ struct Engine {
     sms.SetLogType(2);
   }
 
+  // The texts of the inbox, joined by "|", and the places that the modem's memory has taken.
+  std::string Texts() {
+    std::string texts;
+    for (auto& message : *sms.Inbox()) texts += (texts.empty() ? "" : "|") + line->ToCodePage(message.Text());
+    return texts;
+  }
+  std::vector<int> Locations() const {
+    std::vector<int> locations;
+    for (const auto& message : modem.Stored()) locations.push_back(message.location);
+    return locations;
+  }
+
   std::string ErrorText() { return line->ToCodePage(sms.ErrorDescription()); }
 
   // The transcript (see transcript.h) with a last line that says how the call ended: its error, or else the warning

@@ -47,17 +47,6 @@ struct Connected : Engine {
     modem.ForgetReceived();
     line->StartTranscript();
   }
-  // The texts of the inbox, joined by "|".
-  std::string Texts() {
-    std::string texts;
-    for (auto& message : *sms.Inbox()) texts += (texts.empty() ? "" : "|") + line->ToCodePage(message.Text());
-    return texts;
-  }
-  std::vector<int> Locations() const {
-    std::vector<int> locations;
-    for (const auto& message : modem.Stored()) locations.push_back(message.location);
-    return locations;
-  }
 };
 
 // Read messages before unread ones; a status report and a part that is not understood go on the way.

@@ -30,16 +30,6 @@ struct Connected : Engine {
     EXPECT_TRUE(sms.Connect());
     modem.ForgetReceived();
   }
-  std::string Texts() {
-    std::string texts;
-    for (auto& message : *sms.Inbox()) texts += (texts.empty() ? "" : "|") + line->ToCodePage(message.Text());
-    return texts;
-  }
-  std::vector<int> Locations() const {
-    std::vector<int> locations;
-    for (const auto& message : modem.Stored()) locations.push_back(message.location);
-    return locations;
-  }
 };
 
 TEST(PromptReading, DeletesNothingAndShowsAllThatWasReceived) {
