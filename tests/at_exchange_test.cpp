@@ -3,6 +3,8 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "engine_fixture.h"
 
 namespace tavro {
@@ -108,10 +110,19 @@ TEST_F(AtExchangeTest, AClockThatIsSetNeitherEndsNorLengthensTheWait) {
 
 TEST_F(AtExchangeTest, OctetsThatNeverStopEndAfterTenTimesTheTimeout) {
   settings_.timeout = 1000;
-  modem_.Answer("AT+X", ModemReply::Bytes(std::string(1000, 'x')).InPieces(1, 400));
-  EXPECT_THAT(exchange_.SendCommand("AT+X\r").Text(), testing::StartsWith("xxxxxxxx"));
-  EXPECT_GE(line_.Elapsed(), 10000);
-  EXPECT_LE(line_.Elapsed(), 12000);
+  const std::pair<std::uint32_t, std::int64_t> kGaps[] = {{500, 400}, {1000, 900}};  // that end a read; between octets
+  for (const auto& [gap, pause] : kGaps) {
+    modem_.ForgetAnswers();
+    modem_.Answer("AT+X", ModemReply::Bytes(std::string(50, 'x')).InPieces(1, pause));
+    exchange_.ApplyTimeOuts(gap == 500 ? 'N' : 'S', {gap, 0xFFFFFFFF, 0xFFFFFFFF, 2, 0});
+    exchange_.Write("AT+X\r");
+    const auto start = line_.Elapsed();
+    EXPECT_TRUE(exchange_.AwaitAnswer(1, [](const std::string& read) { return Contains(read, "xxxxxxxx"); })) << gap;
+    EXPECT_GE(line_.Elapsed() - start, 10000);
+    EXPECT_LE(line_.Elapsed() - start, 12000);
+    line_.Sleep(50000);
+    exchange_.Purge();
+  }
 }
 
 TEST_F(AtExchangeTest, OnlyTheBareTextsGetSettlingTime) {
@@ -130,6 +141,14 @@ TEST_F(AtExchangeTest, OnlyTheBareTextsGetSettlingTime) {
     exchange_.SendCommand(c.command);
     EXPECT_EQ(line_.Elapsed() - start, c.settling > 0 ? 100 + c.settling : 1000) << c.command;
   }
+}
+
+// What its first line raises goes with what the command before it left; the next line raises it again.
+TEST_F(AtExchangeTest, LogThatCannotBeWrittenStopsNoCommand) {
+  std::filesystem::remove_all(folder_.Path());
+  EXPECT_EQ(CleanResponse(exchange_.SendCommand("AT\r").Text(), false), "OK");
+  EXPECT_EQ(errors_.LastErrorCode(), 8004);
+  EXPECT_EQ(errors_.PreviousErrorCode(), 8004);
 }
 
 TEST_F(AtExchangeTest, ShortWriteIsAnError) {

@@ -34,10 +34,16 @@ SIMMessage Record(const StoredText& stored) {
   details->parts = record.concatTotal;
   if (stored.total > 1) details->shown = {record.concatPart};
   if (stored.seconds >= -kStart) details->sent = kStart + stored.seconds;
+  details->ports = ApplicationPorts{static_cast<std::uint16_t>(stored.number), 0};
+  details->messageClass = stored.number;
+  details->isReplacement = stored.number == 1;
+  details->waiting = {{WaitingMessages::Kind::kFax, true, stored.number}};
   auto content = std::make_shared<MessageContent>();
   content->phone = u"+4917";
   content->text = stored.text;
   content->timeStamp = stored.location;  // tells whose time stamp a message has
+  content->timeZone = record.memoryIndex;
+  content->timeStampRFC = std::u16string(1, static_cast<char16_t>(u'0' + stored.location));
   content->smsc = stored.smsc;
   content->details = std::move(details);
   record.content = std::move(content);
@@ -142,6 +148,13 @@ TEST(CarefulJoining, AJoinedMessageHasWhatItsPartsHave) {
   const auto message = box->InboxMessages()->front();
   EXPECT_EQ(message->SMSC(), u"+48");
   EXPECT_EQ(message->TimeStamp(), 5);  // of the last part
+  EXPECT_EQ(message->TimeZone(), 5);
+  EXPECT_EQ(message->TimeStampRFC(), u"5");
+  EXPECT_EQ(message->Ports()->destination, 1);  // the first that has any
+  EXPECT_EQ(message->MessageClass(), 1);
+  EXPECT_TRUE(message->IsReplacement());
+  ASSERT_EQ(message->Waiting().size(), 1u);
+  EXPECT_EQ(message->Waiting()[0].count, 2);  // the newest
   EXPECT_EQ(message->Data(), (std::vector<std::uint8_t>{'A', '1', 'A', '2'}));
   EXPECT_EQ(message->Parts(), 2);
   box->BuildInbox(false);

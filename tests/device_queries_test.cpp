@@ -214,7 +214,8 @@ TEST_P(DeviceQuery, Signal) {
   const struct {
     int indication;
     std::int16_t db, percent;
-  } kCases[] = {{31, -51, 100}, {0, -113, 0}, {15, -83, 48}, {1, -111, 3}, {30, -53, 97}, {11, -91, 36}};
+  } kCases[] = {{31, -51, 100}, {0, -113, 0},  {15, -83, 48}, {1, -111, 3},
+                {30, -53, 97},  {11, -91, 36}, {20, -73, 64}, {24, -65, 77}};
   Engine engine({}, GetParam());
   engine.sms.Connect();
   for (const auto& c : kCases) {
