@@ -19,7 +19,11 @@ DecodedEntry DecodeEntry(const std::string& entry) {
   return DecodeStoredMessage(entry, names, kPromptManner);
 }
 
-DecodedEntry Decode(const std::string& pdu) { return DecodeEntry("7,1,,0\r\n" + pdu + "\r\n\r\nOK\r\n"); }
+DecodedEntry Decode(const std::string& pdu) {
+  const int serviceCentre = pdu.size() < 2 ? 0 : std::stoi("0" + pdu.substr(0, 2), nullptr, 16);
+  const std::string length = std::to_string(static_cast<int>(pdu.size() / 2) - 1 - serviceCentre);
+  return DecodeEntry("7,1,," + length + "\r\n" + pdu + "\r\n\r\nOK\r\n");
+}
 
 std::string Utf8(const std::u16string& text) {
   SimulatedLine line;

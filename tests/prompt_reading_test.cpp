@@ -185,5 +185,60 @@ TEST(PromptReading, APlaceIsReadBeforeItIsDeletedAgain) {
   }
 }
 
+// What stands at a place may be another message by the time it is deleted: the place is read first, and nothing but
+// what the message shows is removed.
+TEST(PromptReading, NothingIsDeletedUnseen) {
+  const std::string listed = "+CMGL: 1,1,,22\r\n";
+  const struct {
+    const char* name;
+    void (*prepare)(Connected&);  // behind the listing
+    std::string listing;          // "": the modem's own
+    std::vector<int> left;        // places behind Delete of message 1
+  } kCases[] = {
+      {"nothing new", [](Connected&) {}, "", {2}},
+      {"another connection, the same message", [](Connected& e) { e.sms.Disconnect(); }, "", {2}},
+      {"another connection and message",
+       [](Connected& e) {
+         e.sms.Disconnect();
+         e.modem.Store(Letter("78"), 1, 1);
+       },
+       "",
+       {1, 2}},
+      {"a place that was listed twice",
+       [](Connected&) {},
+       listed + Letter("61") + "\r\n" + listed + Letter("62"),
+       {1, 2}},
+      {"an octet that was lost",
+       [](Connected&) {},
+       listed + Letter("61").substr(0, 30) + Letter("61").substr(32),
+       {1, 2}},
+      {"a PDU that was lost", [](Connected&) {}, listed, {1, 2}},
+      {"a text that speaks of an error",
+       [](Connected& e) { e.modem.Answer("AT+CMGD=1", Reply::Bytes("\r\nno ERROR\r\n\r\nOK\r\n").Executed()); },
+       "",
+       {2}},
+  };
+  for (const auto& c : kCases) {
+    Connected engine;
+    engine.modem.Store(Letter("61"), 1);
+    engine.modem.Store(Letter("62"), 1);
+    if (!c.listing.empty()) engine.modem.Answer("AT+CMGL=1", Reply::Ok(c.listing));
+    ASSERT_TRUE(engine.sms.Inbox()->Refresh()) << c.name;
+    c.prepare(engine);
+    const auto message = engine.sms.Inbox()->Message(1);
+    ASSERT_TRUE(message) << c.name;
+    EXPECT_TRUE(message->Delete()) << c.name << engine.ErrorText();
+    EXPECT_EQ(engine.Locations(), c.left) << c.name;
+  }
+}
+
+// A listing that was cut off is none, whatever its names say.
+TEST(PromptReading, AListingEndsAtItsResult) {
+  Connected engine;
+  engine.modem.Answer("AT+CMGL=1", Reply::Bytes("\r\n+CMGL: 1,1,BOOK,22\r\n" + Letter("61") + "\r\n"));
+  EXPECT_FALSE(engine.sms.Inbox()->Refresh());
+  EXPECT_EQ(engine.sms.ErrorCode(), 5006);
+}
+
 }  // namespace
 }  // namespace tavro

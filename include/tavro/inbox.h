@@ -34,7 +34,8 @@ class Inbox {
   //   Classic manner: status reports, submitted messages and messages with a user-data header that is not understood
   //   are deleted from the modem on the way; what cannot be decoded is left there and noted in the log. Prompt manner:
   //   nothing is deleted. Status reports and submitted messages are left in the modem, every received message is shown.
-  // False on failure: 5001 invalid type, 5002 to 5006 and 5008, or a connection, PIN or registration error.
+  // False on failure: 5001 invalid type, 2002 a new connection came up with another memory in between, 5002 to 5006 and
+  // 5008, or a connection, PIN or registration error.
   bool Refresh(std::int16_t messageType = 2);
 
   bool HasMessages();

@@ -15,7 +15,7 @@ PendingError MessageSteps::PrepareSending(const MessageStepTexts& texts) {
 PendingError MessageSteps::PrepareReading(const MessageStepTexts& texts) {
   if (!SelectMemory()) {
     if (!exchange_.IsPortOpen()) return texts.cannotConnect;  // tried once: it may cost the PIN an attempt
-    errors_.Warn(kMessageMemoryNotSupported);                 // what the modem reads from by itself is listed
+    errors_.ClearError();                                     // what the modem reads from by itself is listed
   }
   return CheckRegistrationAndMode(texts);
 }
@@ -34,7 +34,7 @@ PendingError MessageSteps::RequireMemory(const MessageStepTexts& texts, const st
   if (SelectMemory()) return settings_.messageMemory == required ? PendingError() : kMessageNotFound;
   if (!exchange_.IsPortOpen()) return texts.cannotConnect;
   if (!required.empty()) return kMessageMemoryNotSupported;
-  errors_.Warn(kMessageMemoryNotSupported);
+  errors_.ClearError();
   return {};
 }
 

@@ -22,6 +22,7 @@ class ListingAnswer {
   // "OK" and no "ERROR"; or "+CMS ERROR: 321", an invalid memory index, which is how some modems say that nothing is
   // stored.
   bool IsComplete() const { return (ok_ && !error_) || nothingStored_; }
+  bool SaysNothingIsStored() const { return nothingStored_; }
   // An "ERROR" that is none of the above. A "+CMS ERROR" is judged when its line has ended, or
   // nothing more came for a second.
   bool IsFailed() const { return error_ && !nothingStored_ && !numberPending_; }

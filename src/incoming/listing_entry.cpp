@@ -44,7 +44,14 @@ ListingEntry ReadListingEntry(std::string_view entry, bool hasLocation) {
   if (hasLocation) result.location = takeField();
   result.stat = takeField();
   result.pdu = PduOnSameLine(header);
-  if (result.pdu.empty()) result.pdu = TakeLine(entry);
+  std::string_view fields = header;
+  if (result.pdu.empty()) {
+    result.pdu = TakeLine(entry);
+  } else {
+    fields = header.substr(0, header.size() - result.pdu.size());
+    fields = fields.substr(0, std::min(fields.find_last_not_of(", ") + 1, fields.size()));
+  }
+  result.length = Trim(fields.substr(fields.rfind(',') + 1));
   if (result.pdu == "OK") result.pdu = {};
   return result;
 }

@@ -11,7 +11,8 @@ namespace tavro {
 struct ListingEntry {
   std::string_view location;  // AT+CMGL alone
   std::string_view stat;
-  std::string_view pdu;  // as it stands there; empty when there is none
+  std::string_view length;  // octets of the PDU without the service centre's; the last field in front of the PDU
+  std::string_view pdu;     // as it stands there; empty when there is none
 };
 
 // `entry` is what stands behind "+CMGL:" or "+CMGR:", in capitals.

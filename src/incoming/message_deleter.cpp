@@ -36,12 +36,14 @@ bool MessageDeleter::DeleteStoredMessage(SIMBox& box, std::int16_t inboxIndex,
 PendingError MessageDeleter::Delete(SIMBox& box, const std::vector<std::int16_t>& locations) {
   int connection = connection_.Count();
   if (PendingError error = steps_.PrepareDeleting(kDeleteSteps, box.Memory())) return error;
+  box.NoteConnection(connection_.Count());
   for (const std::int16_t location : locations) {
     if (PendingError error = steps_.Connect(kDeleteSteps)) return error;
     // A new connection may have come up with another memory, where the location is another message's.
     if (connection != connection_.Count()) {
       if (PendingError error = steps_.RequireMemory(kDeleteSteps, box.Memory())) return error;
       connection = connection_.Count();
+      box.NoteConnection(connection);
     }
     if (PendingError error = DeleteRecord(box, location)) return error;
     box.RemoveRecord(location);
@@ -64,13 +66,15 @@ PendingError MessageDeleter::DeleteRecord(SIMBox& box, std::int16_t location) {
 }
 
 MessageDeleter::Place MessageDeleter::LookAt(const SIMMessage& record) {
-  constexpr std::string_view kPrefix = "+CMGR:", kNotThere = "+CMS ERROR: 321";
+  constexpr std::string_view kPrefix = "+CMGR:";
   const std::string place = std::to_string(record.memoryIndex);
   const Answer answer = exchange_.CheckCommandResponse("AT+CMGR=" + place + "\r");
   const std::string_view text = answer.Text();
   errors_.ClearError();  // the deletion's own error is raised
   // Half an answer says nothing of the place.
-  if (!answer.IsGood() && !Contains(text, kNotThere)) {
+  const bool isEmpty =
+      Contains(text, "+CMS ERROR:") && (Contains(text, "321") || Contains(text, "INVALID MEMORY INDEX"));
+  if (!answer.IsGood() && !isEmpty) {
     if (Trim(text).empty()) connection_.DisconnectModem();
     return Place::kUnknown;
   }
@@ -101,7 +105,7 @@ PendingError MessageDeleter::DeleteLocation(SIMBox& box, std::int16_t location) 
   });
   if (!isAnswered) box.MarkDoubtful(location);
   exchange_.MarkCommandEnd();
-  if (IsGoodResponse(answer)) return {};
+  if (exchange_.EndedWell(IsGoodResponse(answer))) return {};
   log_.WriteLog("Modem Response: " + answer);
   if (Trim(answer).empty()) connection_.DisconnectModem();
   return kDeleteInvalidResponse;

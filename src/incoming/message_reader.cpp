@@ -66,7 +66,10 @@ PendingError MessageReader::Read(SIMBox& box, std::int16_t messageType, bool del
   for (const char stat : ListingsOf(messageType)) {
     if (PendingError error = steps_.Connect(kReadSteps)) return error;
     // Noted now that the connection stands: a new one may have come up with another memory.
-    if (!memoryKnown) box.SetMemory(steps_.Memory());
+    if (!memoryKnown) {
+      box.SetMemory(steps_.Memory());
+      box.SetConnection(connection_.Count());
+    }
     if (box.Memory() != steps_.Memory()) return kMessageMemoryNotSupported;
     memoryKnown = true;
     ListingAnswer answer;
@@ -91,10 +94,11 @@ PendingError MessageReader::List(char stat, ListingAnswer& answer) {
     answer.Append(read);
     return answer.IsComplete() || answer.IsFailed();
   });
+  const bool isWhole = exchange_.EndedWell(answer.IsComplete()) || answer.SaysNothingIsStored();
   exchange_.MarkCommandEnd();
   // A long answer is not copied for a log that does not take it.
   if (log_.LogType() >= 2) log_.WriteLog("Modem Response: " + answer.Text());
-  if (answer.IsComplete()) return {};
+  if (isWhole) return {};
   if (answer.IsBlank()) connection_.DisconnectModem();
   return kReadInvalidResponse;
 }

@@ -105,6 +105,7 @@ bool SIMBox::AddRecord(SIMMessage record) {
   std::int32_t& position = positions_[location];
   if (position != kNone) {
     records_[static_cast<std::size_t>(position)] = std::move(record);
+    MarkDoubtful(records_[static_cast<std::size_t>(position)].memoryIndex);  // one of the two stands elsewhere
     return true;
   }
   if (IsFull()) return false;
@@ -126,6 +127,14 @@ const SIMMessage* SIMBox::Record(std::int16_t memoryIndex) const {
   const auto location = static_cast<std::size_t>(memoryIndex);
   if (memoryIndex < 0 || location >= positions_.size() || positions_[location] == kNone) return nullptr;
   return &records_[static_cast<std::size_t>(positions_[location])];
+}
+
+void SIMBox::NoteConnection(int connection) {
+  if (connection == connection_) return;
+  connection_ = connection;
+  for (const SIMMessage& record : records_) {
+    if (record.content) MarkDoubtful(record.memoryIndex);
+  }
 }
 
 void SIMBox::MarkDoubtful(std::int16_t memoryIndex) {

@@ -35,6 +35,10 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   // the one it uses by itself. A location means nothing in another memory.
   const std::string& Memory() const { return memory_; }
   void SetMemory(std::string memory) { memory_ = std::move(memory); }
+  // The connection (ModemConnection::Count) that the records come from. Behind another one the SIM may be another, or
+  // the places may have been filled anew: every record is doubtful then.
+  void SetConnection(int connection) { connection_ = connection; }
+  void NoteConnection(int connection);
   bool IsFull() const { return recordCount_ >= kMaxRecords; }
   // A record whose location is there already replaces the earlier one in its place. False when the store is full or the
   // location below 0.
@@ -82,6 +86,7 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
 
   std::weak_ptr<IncomingServices> services_;
   std::string memory_;
+  int connection_ = 0;
   std::vector<SIMMessage> records_;      // a removed one has no content until the next build
   std::vector<std::int32_t> positions_;  // in records_, by memory location; -1 for none
   std::size_t recordCount_ = 0;

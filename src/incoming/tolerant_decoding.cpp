@@ -234,6 +234,15 @@ class TolerantDecoder {
   MessageDetails details_;
 };
 
+// Without the service centre's octets. Some modems fill a PDU up with FF, and count these or not.
+bool HasAnnouncedLength(const std::vector<std::uint8_t>& octets, std::string_view length) {
+  int announced = 0;
+  if (octets.empty() || !ParseWhole(length, announced)) return false;
+  const int tpdu = static_cast<int>(octets.size()) - 1 - octets[0];
+  const auto filled = std::find_if(octets.rbegin(), octets.rend(), [](std::uint8_t octet) { return octet != 0xFF; });
+  return announced <= tpdu && announced >= tpdu - static_cast<int>(filled - octets.rbegin());
+}
+
 }  // namespace
 
 DecodedEntry DecodeTolerantly(std::string_view text, const DateNames& names) {
@@ -258,7 +267,12 @@ DecodedEntry DecodeTolerantly(std::string_view text, const DateNames& names) {
   } else if (octets.size() < entry.pdu.size() / 2) {
     fault = "the PDU has characters that are no hex digits";
   }
+  const bool isAsAnnounced = HasAnnouncedLength(octets, entry.length);
   TolerantDecoder(result, names).Decode(std::move(octets), fault);
+  if (!isAsAnnounced && result.action == DecodedEntry::Action::kStore) {
+    result.record.isDoubtful = true;  // octets were lost on the line: another message may stand there
+    if (result.remark.empty()) result.remark = "it is not as long as the modem says";
+  }
   return result;
 }
 

@@ -67,6 +67,10 @@ class AtExchange {
   // The same with another limit than Timeout, in milliseconds, where answers end at their result.
   bool AwaitAnswer(std::uint32_t interval, std::int32_t limit, const Completion& isComplete);
 
+  // Whether the answer that was awaited last ended with OK. Where answers end at a gap, what the caller found in its
+  // text.
+  bool EndedWell(bool byText) const { return sortsAnswers_ ? lastEnd_ == AnswerSorter::End::kOk : byText; }
+
   // Waits until the answers that are still to come have come: asks for something that tells its answer from theirs.
   // False when the modem does not answer.
   bool Resynchronise();
