@@ -235,5 +235,15 @@ TEST(CleanResponseTest, RemovesWhatIsAskedFor) {
   for (const auto& c : kCases) EXPECT_EQ(CleanResponse(c.text, c.ok, c.cr, c.lf), c.cleaned) << c.text;
 }
 
+TEST_F(AtExchangeTest, HandsOnWhatTheModemSaysOfItsOwnAccord) {
+  AtExchange exchange(line_, comm_, errors_, log_, settings_, kPromptManner);
+  std::vector<std::string> lines;
+  exchange.SetUnsolicited([&](const std::string& line) { lines.push_back(line); });
+  modem_.Unsolicited("+CMT: ,25\r\n0011", line_.Elapsed());
+  modem_.Answer("AT+CSQ", ModemReply::Before("\r\nRING\r\n"), 1);
+  EXPECT_EQ(exchange.SendCommand("AT+CSQ\r").Information("+CSQ:"), "23,0");
+  EXPECT_THAT(lines, testing::ElementsAre("+CMT: ,25\r\n0011", "RING"));
+}
+
 }  // namespace
 }  // namespace tavro

@@ -1,7 +1,6 @@
 #include "facade/network_info.h"
 
 #include <cmath>
-#include <limits>
 
 #include "base/text.h"
 #include "link/answer_fields.h"

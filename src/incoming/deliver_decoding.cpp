@@ -22,6 +22,7 @@
 #include <utility>
 
 #include "base/text.h"
+#include "incoming/listing_entry.h"
 #include "incoming/tolerant_decoding.h"
 #include "incoming/user_data.h"
 #include "outgoing/encodings.h"
@@ -181,13 +182,7 @@ class DeliverDecoder {
     entry_.remark = std::move(reason);
   }
 
-  // Whether the PDU is as long as the listing says, the service centre's octets not counted. Some modems fill it up
-  // with FF, and count these or not.
-  bool HasAnnouncedLength() const {
-    int announced = 0;
-    return ParseWhole(announcedOctets_, announced) && announced <= tpduOctets_ &&
-           announced >= tpduOctets_ - fillOctets_;
-  }
+  bool HasAnnouncedLength() const { return IsAnnouncedLength(announcedOctets_, tpduOctets_, fillOctets_); }
 
   bool SetTimeStamp(std::string_view digits) {
     auto timeStamp = DecodeTimeStamp(digits, names_);

@@ -56,6 +56,11 @@ ListingEntry ReadListingEntry(std::string_view entry, bool hasLocation) {
   return result;
 }
 
+bool IsAnnouncedLength(std::string_view length, int octets, int fillOctets) {
+  int announced = 0;
+  return ParseWhole(length, announced) && announced <= octets && announced >= octets - fillOctets;
+}
+
 std::vector<std::uint8_t> ReadOctets(std::string_view digits) {
   std::vector<std::uint8_t> octets;
   octets.reserve(digits.size() / 2);

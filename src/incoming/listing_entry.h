@@ -18,6 +18,10 @@ struct ListingEntry {
 // `entry` is what stands behind "+CMGL:" or "+CMGR:", in capitals.
 ListingEntry ReadListingEntry(std::string_view entry, bool hasLocation);
 
+// Whether a PDU of so many octets behind those of the service centre is as long as <length> says. Some modems fill a
+// PDU up with octets FF, and count these or not.
+bool IsAnnouncedLength(std::string_view length, int octets, int fillOctets);
+
 // Of the hex digits, up to the first other character; a last single digit is no octet.
 std::vector<std::uint8_t> ReadOctets(std::string_view digits);
 

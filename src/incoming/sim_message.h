@@ -43,7 +43,7 @@ struct SIMMessage {
   std::int32_t concatReference = 0;
   std::int16_t concatTotal = 1;
   std::int16_t concatPart = 1;
-  // The modem was told to delete it and did not answer.
+  // Another message may stand at the location by now: it is read again before it is deleted.
   bool isDoubtful = false;
   std::shared_ptr<const MessageContent> content;
 };

@@ -26,6 +26,7 @@
 #include "incoming/listing_entry.h"
 #include "incoming/septets.h"
 #include "incoming/user_data_header.h"
+#include "outgoing/encodings.h"
 
 namespace tavro {
 
@@ -39,8 +40,6 @@ constexpr int kSubmit = 1, kReport = 2;               // message type indicators
 constexpr const char* kCutShort = "the PDU is cut short";
 constexpr const char* kShortUserData = "the user data is shorter than its length";
 constexpr const char* kBadHeader = "the user-data header contradicts its length";
-
-std::u16string Widen(std::string_view ascii) { return {ascii.begin(), ascii.end()}; }
 
 // Takes octets from the front; what reaches past the end is empty and makes the whole cut short.
 class OctetReader {
@@ -98,10 +97,7 @@ std::u16string ReadOriginator(OctetReader& pdu) {
 
 std::string HexDigits(Octets octets) {
   std::string digits;
-  for (const std::uint8_t octet : octets) {
-    digits += "0123456789ABCDEF"[octet >> 4];
-    digits += "0123456789ABCDEF"[octet & 0xF];
-  }
+  for (const std::uint8_t octet : octets) digits += ByteToHex(octet);
   return digits;
 }
 
@@ -218,7 +214,7 @@ class TolerantDecoder {
 
   void GiveUp(std::string_view reason) {
     Remark(reason);
-    content_.text = u"[This message cannot be decoded: " + Widen(reason) + u"]";
+    content_.text = u"[This message cannot be decoded: " + std::u16string(reason.begin(), reason.end()) + u"]";
     details_.data = details_.pdu;
     entry_.action = DecodedEntry::Action::kStore;
   }
@@ -234,13 +230,11 @@ class TolerantDecoder {
   MessageDetails details_;
 };
 
-// Without the service centre's octets. Some modems fill a PDU up with FF, and count these or not.
 bool HasAnnouncedLength(const std::vector<std::uint8_t>& octets, std::string_view length) {
-  int announced = 0;
-  if (octets.empty() || !ParseWhole(length, announced)) return false;
-  const int tpdu = static_cast<int>(octets.size()) - 1 - octets[0];
+  if (octets.empty()) return false;
   const auto filled = std::find_if(octets.rbegin(), octets.rend(), [](std::uint8_t octet) { return octet != 0xFF; });
-  return announced <= tpdu && announced >= tpdu - static_cast<int>(filled - octets.rbegin());
+  const int tpduOctets = static_cast<int>(octets.size()) - 1 - octets[0];
+  return IsAnnouncedLength(length, tpduOctets, static_cast<int>(filled - octets.rbegin()));
 }
 
 }  // namespace

@@ -25,6 +25,8 @@ class AnswerSorter {
   // everything is unsolicited. `numericResults`: whether the modem may still give result codes as numbers.
   AnswerSorter(std::string_view command, bool numericResults);
 
+  // Whether the command asks for input.
+  bool ExpectsPrompt() const { return promptExpected_; }
   // Takes octets up to the end of the answer and returns their number.
   std::size_t Append(std::string_view data);
   // Nothing came for a while: a line that a carriage return ends is ended.

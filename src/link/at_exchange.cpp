@@ -37,11 +37,6 @@ std::uint32_t SettlingTime(std::string_view command) {
   return 0;
 }
 
-bool IsEntryCommand(std::string_view command) {
-  const std::string capitals = Upper(command.substr(0, 8));
-  return capitals == "AT+CMGS=" || capitals == "AT+CMGW=";
-}
-
 }  // namespace
 
 AtExchange::AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, LogHandling& log,
@@ -237,7 +232,7 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   const bool ended = lastEnd_ != AnswerSorter::End::kNone;
   if (ended) unanswered_ = !sorter.HasResult();
   if (sorter.SawWords()) numericResults_ = false;
-  if (lastEnd_ == AnswerSorter::End::kPrompt && !IsEntryCommand(written_)) {
+  if (lastEnd_ == AnswerSorter::End::kPrompt && !sorter.ExpectsPrompt()) {
     CancelInput();
     unanswered_ = true;
   }
