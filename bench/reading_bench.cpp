@@ -70,6 +70,7 @@ class ListingLine : public Platform, public SerialDriver {
   bool BuildLineState(const std::string&, LineState&) override { return true; }
   bool SetLineState(Handle, const LineState&) override { return true; }
   bool SetTimeOuts(Handle, const SerialTimeOuts&) override { return true; }
+  void Wake() override {}
   bool TransferResult(Handle, std::uint32_t&) override { return true; }
   bool GetModemStatus(Handle, std::uint32_t&) override { return true; }
   bool Escape(Handle, std::uint32_t) override { return true; }

@@ -141,6 +141,27 @@ TEST_F(PosixSerial, WaitsForTheFirstOctetWithoutLimitAndEndsAtTheGap) {
   EXPECT_EQ(read.get(), "\r\nOK\r\n");
 }
 
+TEST_F(PosixSerial, WakeEndsTheReadThatWaitsOrElseTheNext) {
+  ASSERT_TRUE(driver_->SetTimeOuts(port_, {5000, kAllBits, kAllBits, 2, 0}));
+  auto read = std::async(std::launch::async, [&] { return Read(10); });
+  EXPECT_EQ(read.wait_for(milliseconds(20)), std::future_status::timeout);
+  driver_->Wake();
+  ASSERT_EQ(read.wait_for(kInTime), std::future_status::ready);
+  EXPECT_EQ(read.get(), "");
+
+  driver_->Wake();
+  driver_->Wake();
+  ASSERT_NO_FATAL_FAILURE(Arrive("abc"));
+  EXPECT_EQ(Read(3), "abc") << "a read that does not wait";
+  ASSERT_NO_FATAL_FAILURE(Arrive("de"));
+  const auto start = Clock::now();
+  EXPECT_EQ(Read(10), "de");
+  EXPECT_LT(Clock::now() - start, kInTime);
+  ASSERT_TRUE(driver_->SetTimeOuts(port_, {kAllBits, kAllBits, 30, 2, 0}));
+  EXPECT_EQ(Read(10), "");
+  EXPECT_GE(Clock::now() - start, milliseconds(30)) << "woken twice";
+}
+
 TEST_F(PosixSerial, WriteEndsAtItsTimeOutWithFewerOctets) {
   ASSERT_TRUE(driver_->SetTimeOuts(port_, {0, 0, 0, 0, 30}));
   const std::string tooMuch(1 << 20, 'x');

@@ -87,6 +87,25 @@ TEST(SimulatedLineTest, TimeMovesOnlyInSleepsAndWaits) {
   EXPECT_THROW(line.Read(handle, buffer, sizeof buffer, count), std::logic_error) << "it would hang";
 }
 
+TEST(SimulatedLineTest, WakeEndsTheReadThatWaitsOrElseTheNext) {
+  SimulatedModem modem;
+  SimulatedLine line(modem);
+  const SerialDriver::Handle handle = line.Open("\\\\.\\COM1");
+  line.SetTimeOuts(handle, kGap);
+  modem.Output("ab", 100);
+  line.At(120, [&] { line.Wake(); });
+  char buffer[4];
+  std::uint32_t count = 0;
+  EXPECT_TRUE(line.Read(handle, buffer, 4, count));
+  EXPECT_EQ(std::string(buffer, count), "ab");
+  EXPECT_EQ(line.Elapsed(), 120);
+  line.Wake();
+  EXPECT_TRUE(line.Read(handle, buffer, 4, count));
+  EXPECT_EQ(count, 0u);
+  EXPECT_EQ(line.Elapsed(), 120);
+  EXPECT_THROW(line.Read(handle, buffer, 4, count), std::logic_error) << "woken twice";
+}
+
 TEST(SimulatedLineTest, CharactersTakeTheirTime) {
   SimulatedModem modem;
   SimulatedLine line(modem);

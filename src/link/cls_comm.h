@@ -42,6 +42,8 @@ class clsCOMM {
   std::int32_t CommRead(int port, std::string& data, std::uint32_t requested);
   // Waits within the time-outs and reads what comes then. Returns as CommRead does.
   std::int32_t CommAwait(int port, std::string& data);
+  // From any thread: CommAwait returns at once, the one that waits or the next that would (SerialDriver::Wake).
+  void Wake() { driver_.Wake(); }
   // Whether octets are queued.
   bool HasInput(int port);
   // Returns the number of octets written, -1 on failure.

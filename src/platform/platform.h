@@ -33,6 +33,9 @@ class Platform {
   // Whether the program wants to end: every wait for the modem and every pause then ends at once, nothing more is
   // sent but what cancels a message that was begun, and the call that is under way fails.
   virtual bool IsInterrupted() { return false; }
+  // How long one read of the serial line may wait, in milliseconds, so that an interruption and SerialDriver::Wake are
+  // noticed in time.
+  virtual std::uint32_t WaitSlice() const { return 100; }
   // Lets the window messages that are pending in this thread run, so that a host's user interface stays alive.
   virtual void PumpMessages() = 0;
   // A modal box; `style` is that of the Win32 MessageBox (16: stop icon, OK button). Returns at once, and shows

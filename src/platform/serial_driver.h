@@ -74,6 +74,10 @@ class SerialDriver {
   virtual bool Read(Handle handle, char* buffer, std::uint32_t size, std::uint32_t& bytesRead) = 0;
   // WriteFile: `bytesWritten` falls short when the time-outs end it.
   virtual bool Write(Handle handle, const char* data, std::uint32_t size, std::uint32_t& bytesWritten) = 0;
+  // From any thread: a read that waits in another one returns at once with what is there, nothing perhaps; when none
+  // waits, the next that would. Several calls before that count as one. Windows, whose reads are to be short, does
+  // nothing.
+  virtual void Wake() = 0;
   // GetOverlappedResult, waiting: the bytes of the read or write that is pending.
   virtual bool TransferResult(Handle handle, std::uint32_t& transferred) = 0;
   // ClearCommError: the line's error flags (CE_*), and the bytes waiting in the input queue.

@@ -1,9 +1,10 @@
 // A platform and its serial line in virtual time, with simulated modems at the ports.
 //
 // The clock stands still but in Sleep and while a read or a write waits. Local time is UTC, the code page UTF-8. No
-// part of it is made for more than one thread.
+// part of it is made for more than one thread, but for Wake.
 #pragma once
 
+#include <atomic>
 #include <cstddef>
 #include <cstdint>
 #include <cstdio>
@@ -124,6 +125,7 @@ class SimulatedLine : public Platform, public SerialDriver {
   bool SetTimeOuts(Handle handle, const SerialTimeOuts& timeOuts) override;
   bool Read(Handle handle, char* buffer, std::uint32_t size, std::uint32_t& bytesRead) override;
   bool Write(Handle handle, const char* data, std::uint32_t size, std::uint32_t& bytesWritten) override;
+  void Wake() override { isWoken_ = true; }
   bool TransferResult(Handle handle, std::uint32_t& transferred) override;
   bool ClearError(Handle handle, std::uint32_t& errorFlags, std::uint32_t& queued) override;
   bool GetModemStatus(Handle handle, std::uint32_t& status) override;
@@ -200,6 +202,7 @@ class SimulatedLine : public Platform, public SerialDriver {
   std::uint32_t transferred_ = 0;
   std::vector<ShortWrite> shortWrites_;
   std::size_t readLimit_ = 0;
+  std::atomic<bool> isWoken_ = false;
 
   bool recordCalls_ = true;
   std::vector<Call> calls_;

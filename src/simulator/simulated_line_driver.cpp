@@ -206,6 +206,7 @@ bool SimulatedLine::Read(Handle handle, char* buffer, std::uint32_t size, std::u
       if (count == 0) return Fail(kErrorDeviceNotConnected, kCall, arguments);
       break;
     }
+    if (isWoken_.exchange(false)) break;
     const std::int64_t endUs = std::min(totalEndUs, gapEndUs), nextUs = NextEventUs(*port);
     if (endUs == kNever && nextUs == kNever) throw std::logic_error("a read that nothing ends");
     MoveTo(std::min(endUs, nextUs));

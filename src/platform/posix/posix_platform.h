@@ -21,6 +21,8 @@ class PosixPlatform : public Platform {
   LocalTime ToLocal(std::int64_t wallClock) override;
   void Sleep(std::uint32_t milliseconds) override;
   bool IsInterrupted() override { return interrupted_ && interrupted_(); }
+  // A read is woken up; only an interruption has to be asked for.
+  std::uint32_t WaitSlice() const override { return interrupted_ ? 100 : 60000; }
   void PumpMessages() override {}
   void ShowMessageBox(std::u16string_view, std::uint32_t, std::u16string_view) override {}
   PathKind KindOf(std::u16string_view path) override;

@@ -154,7 +154,7 @@ bool PosixSerialDriver::Read(Handle handle, char* buffer, std::uint32_t size, st
   bytesRead = 0;
   const Port* port = Find(handle);
   if (!port) return false;
-  return TimedRead(port->device, port->timeOuts, buffer, size, bytesRead) || FailWithErrno();
+  return TimedRead(port->device, wake_, port->timeOuts, buffer, size, bytesRead) || FailWithErrno();
 }
 
 bool PosixSerialDriver::Write(Handle handle, const char* data, std::uint32_t size, std::uint32_t& bytesWritten) {

@@ -5,6 +5,7 @@
 #include <map>
 #include <string>
 
+#include "platform/posix/wake_signal.h"
 #include "platform/serial_driver.h"
 
 namespace tavro {
@@ -32,6 +33,7 @@ class PosixSerialDriver : public SerialDriver {
   bool SetTimeOuts(Handle handle, const SerialTimeOuts& timeOuts) override;
   bool Read(Handle handle, char* buffer, std::uint32_t size, std::uint32_t& bytesRead) override;
   bool Write(Handle handle, const char* data, std::uint32_t size, std::uint32_t& bytesWritten) override;
+  void Wake() override { wake_.Raise(); }
   bool TransferResult(Handle handle, std::uint32_t& transferred) override;
   bool ClearError(Handle handle, std::uint32_t& errorFlags, std::uint32_t& queued) override;
   bool GetModemStatus(Handle handle, std::uint32_t& status) override;
@@ -58,6 +60,7 @@ class PosixSerialDriver : public SerialDriver {
 
   std::map<int, std::string> devices_;
   std::map<Handle, Port> ports_;
+  WakeSignal wake_;
   std::uint32_t lastError_ = 0;
 };
 

@@ -7,6 +7,7 @@
 #include <cerrno>
 #include <chrono>
 #include <ctime>
+#include <iterator>
 #include <limits>
 #include <optional>
 
@@ -34,10 +35,10 @@ TimeLimit Sooner(TimeLimit a, TimeLimit b) {
   return std::min(*a, *b);
 }
 
-// Waits until the device is ready for `events` or is gone, which the next read or write tells. False when the limit
-// came first.
-bool WaitFor(int device, short events, TimeLimit limit) {
-  pollfd entry{device, events, 0};
+// Waits until the device is ready for `events` or is gone, which the next read or write tells. False when the limit or
+// the signal came first; without one it is null.
+bool WaitFor(int device, short events, TimeLimit limit, WakeSignal* wake) {
+  pollfd entries[] = {{device, events, 0}, {wake ? wake->Descriptor() : -1, POLLIN, 0}};
   while (true) {
     timespec remaining{};
     if (limit) {
@@ -47,8 +48,10 @@ bool WaitFor(int device, short events, TimeLimit limit) {
       remaining.tv_sec = static_cast<time_t>(seconds.count());
       remaining.tv_nsec = static_cast<long>(std::chrono::nanoseconds(left - seconds).count());
     }
-    const int ready = ppoll(&entry, 1, limit ? &remaining : nullptr, nullptr);
-    if (ready > 0 || (ready < 0 && errno != EINTR)) return true;
+    const int ready = ppoll(entries, std::size(entries), limit ? &remaining : nullptr, nullptr);
+    if (ready < 0 && errno == EINTR) continue;
+    if (ready < 0 || entries[0].revents != 0) return true;
+    if (ready > 0 && wake->Take()) return false;
   }
 }
 
@@ -66,7 +69,8 @@ Step Judge(ssize_t result) {
 
 }  // namespace
 
-bool TimedRead(int device, const SerialTimeOuts& timeOuts, char* buffer, std::uint32_t size, std::uint32_t& bytesRead) {
+bool TimedRead(int device, WakeSignal& wake, const SerialTimeOuts& timeOuts, char* buffer, std::uint32_t size,
+               std::uint32_t& bytesRead) {
   bytesRead = 0;
   const bool anyWillDo = timeOuts.readInterval == kAllBits;
   const bool anyInTime = anyWillDo && timeOuts.readTotalMultiplier == kAllBits && timeOuts.readTotalConstant < kAllBits;
@@ -83,7 +87,7 @@ bool TimedRead(int device, const SerialTimeOuts& timeOuts, char* buffer, std::ui
         break;
       case Step::kNotReady:
         if (atOnce || (anyWillDo && bytesRead > 0)) return true;
-        if (!WaitFor(device, POLLIN, Sooner(totalLimit, gapLimit))) return true;
+        if (!WaitFor(device, POLLIN, Sooner(totalLimit, gapLimit), &wake)) return true;
         break;
       case Step::kFailed:
         return bytesRead > 0;
@@ -103,7 +107,7 @@ bool TimedWrite(int device, const SerialTimeOuts& timeOuts, const char* data, st
         bytesWritten += static_cast<std::uint32_t>(result);
         break;
       case Step::kNotReady:
-        if (!WaitFor(device, POLLOUT, limit)) return true;
+        if (!WaitFor(device, POLLOUT, limit, nullptr)) return true;
         break;
       case Step::kFailed:
         return false;

@@ -27,6 +27,7 @@ class Win32SerialDriver : public SerialDriver {
   bool SetTimeOuts(Handle handle, const SerialTimeOuts& timeOuts) override;
   bool Read(Handle handle, char* buffer, std::uint32_t size, std::uint32_t& bytesRead) override;
   bool Write(Handle handle, const char* data, std::uint32_t size, std::uint32_t& bytesWritten) override;
+  void Wake() override {}  // a read that waits is not pending: nothing could end it
   bool TransferResult(Handle handle, std::uint32_t& transferred) override;
   bool ClearError(Handle handle, std::uint32_t& errorFlags, std::uint32_t& queued) override;
   bool GetModemStatus(Handle handle, std::uint32_t& status) override;
