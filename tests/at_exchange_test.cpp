@@ -243,6 +243,38 @@ TEST_F(AtExchangeTest, HandsOnWhatTheModemSaysOfItsOwnAccord) {
   modem_.Answer("AT+CSQ", ModemReply::Before("\r\nRING\r\n"), 1);
   EXPECT_EQ(exchange.SendCommand("AT+CSQ\r").Information("+CSQ:"), "23,0");
   EXPECT_THAT(lines, testing::ElementsAre("+CMT: ,25\r\n0011", "RING"));
+
+  // While no answer is awaited.
+  int closed = 0;
+  exchange.SetConnection({}, [&] {
+    ++closed;
+    comm_.CommClose(1);
+  });
+  const auto awaits = [&](std::uint32_t milliseconds) {
+    lines.clear();
+    const std::int64_t start = line_.Elapsed();
+    const bool handedOn = exchange.AwaitUnsolicited(milliseconds);
+    EXPECT_EQ(handedOn, !lines.empty());
+    return (lines.empty() ? "" : lines.front()) + " " + std::to_string(line_.Elapsed() - start);
+  };
+  const auto later = [&](std::int64_t ms, const char* octets) { modem_.Output(octets, line_.Elapsed() + ms); };
+  EXPECT_EQ(awaits(0), " 0");
+  EXPECT_EQ(awaits(1050), " 1100") << "the slices are whole";
+  later(5020, "\r\n+CMTI: \"SM\",1\r\n\r\nRING\r\n\r\n+CU");
+  EXPECT_EQ(awaits(60000), "+CMTI: \"SM\",1 5020");
+  EXPECT_THAT(lines, testing::ElementsAre("+CMTI: \"SM\",1", "RING"));
+  later(400, "SD: 0,\"a\r\nOK\",15\r\n");
+  EXPECT_EQ(awaits(300), " 300");
+  EXPECT_EQ(awaits(60000), "+CUSD: 0,\"a\r\nOK\",15 100");
+  later(700, "+CUSD: 0,\"not closed\r\n");
+  EXPECT_EQ(awaits(60000), "+CUSD: 0,\"not closed 3700");
+  later(10, "RING\r\n");
+  line_.Sleep(20);
+  EXPECT_EQ(awaits(0), "RING 0");
+  line_.At(line_.Elapsed() + 2500, [&] { modem_.LoseLine(); });
+  EXPECT_EQ(awaits(60000), " 2500");
+  EXPECT_EQ(awaits(60000), " 0");
+  EXPECT_EQ(closed, 1);
 }
 
 }  // namespace

@@ -22,6 +22,8 @@ constexpr std::uint32_t kReadSlice = 100;
 constexpr std::size_t kLongestAnswer = 16 << 20;
 // An answer that may be whole without its result code is waited on for so long, in milliseconds.
 constexpr std::uint32_t kMissingResultLimit = 3000;
+// A line of the modem's own accord that has begun and does not go on is taken as ended after so many milliseconds.
+constexpr std::uint32_t kUnendedLineLimit = 3000;
 // While the exchange is brought back into step: how long another answer may take behind an ERROR, in milliseconds.
 constexpr std::int32_t kAnotherAnswerLimit = 2000;
 
@@ -210,21 +212,18 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   const std::uint32_t start = platform_.TickCount();
   std::uint32_t lastOctet = start;
   AnswerSorter sorter(written_, numericResults_);
-  std::string piece;
-  bool isGone = false;
+  std::int32_t count = 0;
   while (!Sort(sorter)) {
     const std::uint32_t now = platform_.TickCount();
-    if (!piece.empty() && sorter.IsUnderWay()) lastOctet = now;
+    if (count > 0 && sorter.IsUnderWay()) lastOctet = now;
     const std::uint32_t allowed = sorter.MayBeWhole()   ? std::min(silence, kMissingResultLimit)
                                   : sorter.IsUnderWay() ? silence
                                                         : beginning;
     const bool isOver = now - lastOctet >= allowed || now - start >= longest || sorter.Size() > kLongestAnswer;
     if (isOver || platform_.IsInterrupted()) break;
-    const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
-    isGone = count < 0;
-    if (isGone) break;
+    count = ReadMore();
+    if (count < 0) break;
     if (count == 0) sorter.Pause();
-    input_ += piece;
   }
   if (sorter.Ending() == AnswerSorter::End::kNone) sorter.Finish();
   HandOn(sorter);
@@ -237,7 +236,7 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
     unanswered_ = true;
   }
   const bool isDone = isComplete(sorter.Own()) && ended;
-  if (isGone && closeConnection_) closeConnection_();  // the next call opens the device anew
+  if (count < 0 && closeConnection_) closeConnection_();  // the next call opens the device anew
   return isDone;
 }
 
@@ -248,20 +247,55 @@ bool AtExchange::Sort(AnswerSorter& sorter) {
   return sorter.Ending() != AnswerSorter::End::kNone;
 }
 
-void AtExchange::HandOn(AnswerSorter& sorter) {
-  for (const std::string& line : sorter.TakeUnsolicited()) {
+// Whether there was any.
+bool AtExchange::HandOn(AnswerSorter& sorter) {
+  const std::vector<std::string> lines = sorter.TakeUnsolicited();
+  for (const std::string& line : lines) {
     log_.WriteLog("Unsolicited: " + line);
     if (takeUnsolicited_) takeUnsolicited_(line);
   }
+  return !lines.empty();
+}
+
+// As CommAwait returns, a slice of time later at most.
+std::int32_t AtExchange::ReadMore() {
+  std::string piece;
+  const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
+  if (count > 0) inputTick_ = platform_.TickCount();
+  input_ += piece;
+  return count;
+}
+
+void AtExchange::ReadQueued() {
+  while (comm_.HasInput(settings_.portNumber) && input_.size() < kLongestAnswer && ReadMore() > 0) {
+  }
+}
+
+bool AtExchange::AwaitUnsolicited(std::uint32_t milliseconds) {
+  if (!sortsAnswers_ || !IsPortOpen()) return false;
+  if (timeOutMark_ == '\0') ApplyTimeOuts('N', kCommandTimeOuts);
+  const std::uint32_t start = platform_.TickCount();
+  ReadQueued();
+  AnswerSorter sorter({}, false);
+  std::int32_t count = 0;
+  bool handedOn = false;
+  while (true) {
+    input_.erase(0, sorter.Append(input_));
+    if (count == 0) sorter.Pause();
+    const std::uint32_t now = platform_.TickCount();
+    if (now - inputTick_ >= kUnendedLineLimit || sorter.Size() > kLongestAnswer) sorter.Finish();
+    handedOn = HandOn(sorter);
+    if (handedOn || count < 0 || now - start >= milliseconds || platform_.IsInterrupted()) break;
+    count = ReadMore();
+  }
+  input_ = sorter.TakeRest();
+  if (count < 0 && closeConnection_) closeConnection_();
+  return handedOn;
 }
 
 // What came while no answer was waited for. A line that has only begun is kept.
 void AtExchange::SortIdle() {
-  std::string piece;
-  while (comm_.HasInput(settings_.portNumber) && input_.size() < kLongestAnswer &&
-         comm_.CommAwait(settings_.portNumber, piece) > 0) {
-    input_ += piece;
-  }
+  ReadQueued();
   AnswerSorter sorter({}, false);
   Sort(sorter);
   input_ = sorter.TakeRest();

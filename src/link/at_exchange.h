@@ -80,8 +80,12 @@ class AtExchange {
   // Whether the modem was not yet seen to give result codes as words.
   bool HasNumericResults() const { return numericResults_; }
 
-  // Takes the lines that the modem sent of its own accord; they are logged before.
+  // Takes the lines that the modem sent of its own accord; they are logged before. It must not use the exchange.
   void SetUnsolicited(std::function<void(const std::string& line)> take) { takeUnsolicited_ = std::move(take); }
+  // Waits for such a line while no answer is awaited, so many milliseconds at most, 0: looks what came. True as soon as
+  // one was handed on. False at the limit, when the program wants to end, and when the port is closed: a device that is
+  // gone closes the connection. Where lines are not sorted: false at once.
+  bool AwaitUnsolicited(std::uint32_t milliseconds);
 
  private:
   std::int32_t WriteOctets(std::string_view data);
@@ -90,7 +94,9 @@ class AtExchange {
   bool AwaitResult(std::int32_t limit, const Completion& isComplete);
   bool Sort(AnswerSorter& sorter);
   void SortIdle();
-  void HandOn(AnswerSorter& sorter);
+  std::int32_t ReadMore();
+  void ReadQueued();
+  bool HandOn(AnswerSorter& sorter);
   std::string Read();
   bool AwaitOctet();
 
@@ -107,10 +113,11 @@ class AtExchange {
   WholeSecondWait sinceWritten_;
 
   // Of the prompt manner.
-  std::string written_;         // what the answer is to
-  std::string input_;           // came and is not sorted yet
-  bool numericResults_ = true;  // the modem may still give result codes as numbers
-  bool unanswered_ = false;     // an answer may still come
+  std::string written_;          // what the answer is to
+  std::string input_;            // came and is not sorted yet
+  std::uint32_t inputTick_ = 0;  // when its last octets came
+  bool numericResults_ = true;   // the modem may still give result codes as numbers
+  bool unanswered_ = false;      // an answer may still come
   AnswerSorter::End lastEnd_ = AnswerSorter::End::kNone;
   std::function<void(const std::string&)> takeUnsolicited_;
 };
