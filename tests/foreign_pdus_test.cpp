@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <fstream>
@@ -102,9 +103,25 @@ TEST(ForeignPdus, ReceivedMessages) {
   EXPECT_EQ(number, 40);
 }
 
-TEST(ForeignPdus, StatusReportsAreNoReceivedMessages) {
+TEST(ForeignPdus, StatusReports) {
+  constexpr double kUnixStart = 25569;  // 1970-01-01 as an OLE Automation date
+  const auto seconds = [](double date, int zone) { return std::llround((date - kUnixStart) * 86400) - zone * 60; };
   for (const Row& row : Rows("status-report.tsv")) {
-    EXPECT_EQ(Decode(row.at("pdu")).action, DecodedEntry::Action::kDelete) << row.at("pdu");
+    SCOPED_TRACE(row.at("pdu"));
+    const DecodedEntry entry = Decode(row.at("pdu"));
+    ASSERT_EQ(entry.action, DecodedEntry::Action::kReport);
+    const StatusReport& report = *entry.report;
+    int status = -1, reference = -1;
+    char discharge[32];
+    ASSERT_EQ(std::sscanf(row.at("text").c_str(), "status=%d ref=%d discharge=%31s", &status, &reference, discharge),
+              3);
+    EXPECT_EQ(report.status, status);
+    EXPECT_EQ(report.state, DeliveryState::kDelivered);
+    EXPECT_EQ(report.reference, reference);
+    EXPECT_EQ(report.recipient, Text(row.at("sender")));
+    EXPECT_EQ(report.smsc, Text(row.at("smsc")));
+    EXPECT_EQ(seconds(report.sentTimeStamp, report.sentTimeZone), Seconds(row.at("ts")));
+    EXPECT_EQ(seconds(report.dischargeTimeStamp, report.dischargeTimeZone), Seconds(discharge));
   }
 }
 

@@ -58,9 +58,10 @@ TEST(PromptReading, DeletesNothingAndShowsAllThatWasReceived) {
   EXPECT_THAT(push->Waiting(), IsEmpty());
   EXPECT_FALSE(push->IsReplacement());
   EXPECT_EQ(inbox->Message(3)->Text(), u"[This message cannot be decoded: the PDU is cut short]");
-  for (const char* line : {"Skipping message at memory location 1: not a received message",
-                           "Skipping message at memory location 5: not a received message",
-                           "Message at memory location 4: the PDU is cut short"}) {
+  for (const char* line :
+       {"Status report at memory location 1: message 5 to +31641600986: Short message received by the SME",
+        "Skipping message at memory location 5: not a received message",
+        "Message at memory location 4: the PDU is cut short"}) {
     EXPECT_THAT(engine.folder.LogLines(), Contains(line));
   }
 }

@@ -172,20 +172,28 @@ TEST(SIMBox, ManyPartsOfOneKeyAreJoinedByTheRules) {
   }
 }
 
-TEST(StatusBox, KeepsReportsByLocation) {
+TEST(StatusBox, KeepsEachReportOnce) {
   StatusBox box;
-  Status report;
-  for (const int location : {3, 1, 3}) {
-    report.memIndex = static_cast<std::int16_t>(location);
-    ++report.statIndex;
-    box.Add(report);
-  }
-  EXPECT_EQ(box.Count(), 2U);
-  EXPECT_EQ(box.Item(3)->statIndex, 3);
-  box.Remove(3);
-  EXPECT_EQ(box.Item(3), nullptr);
+  const auto add = [&](int reference, int location) {
+    return box.Add(
+        {.report = {.reference = reference}, .memory = "SM", .memIndex = static_cast<std::int16_t>(location)});
+  };
+  EXPECT_TRUE(add(7, -1));
+  EXPECT_FALSE(add(7, 3));  // listed as well
+  EXPECT_EQ(box.Item(0).memIndex, 3);
+  EXPECT_TRUE(add(8, 3));  // the place was taken anew
+  EXPECT_EQ(box.Item(0).memIndex, -1);
+  EXPECT_EQ(box.Item(1).memIndex, 3);
+  box.Remove("ME", 3);
+  EXPECT_EQ(box.Item(1).memIndex, 3);
+  box.Remove("SM", 3);
+  EXPECT_EQ(box.Item(1).memIndex, -1);
   box.Clear();
   EXPECT_EQ(box.Count(), 0U);
+  EXPECT_FALSE(add(8, -1));
+  for (int i = 0; i < static_cast<int>(StatusBox::kMaxReports); ++i) add(1000 + i, -1);
+  EXPECT_EQ(box.Count(), StatusBox::kMaxReports);
+  EXPECT_EQ(box.Item(0).report.reference, 1000);
 }
 
 }  // namespace

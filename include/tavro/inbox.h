@@ -38,6 +38,21 @@ class Inbox {
   // 5008, or a connection, PIN or registration error.
   bool Refresh(std::int16_t messageType = 2);
 
+  // Waits until a message comes, so many milliseconds at most, and adds it to the inbox, behind the others; 0 takes
+  // what has come. With Concatenate a long message comes with its last part. The first time behind a connection that is
+  // what is unread in the modem's memory too. One that came during another call is there at once.
+  //   Prompt manner: the modem tells of messages (AT+CNMI, 3GPP TS 27.005, 3.4.1), which are read each by itself, and
+  //   the wait takes no processor time. What it delivers without storing it (+CMT) is acknowledged (AT+CNMA) once it is
+  //   in the inbox; it stays there, Refresh or not, until it is deleted. A modem that cannot tell is asked every five
+  //   seconds, and the log says so.
+  //   Classic manner: the modem is asked every five seconds.
+  // True when a message came. False with no error at the limit and when it was cancelled; on failure with 5009 negative
+  // time, 5002 to 5006, 5008 the inbox is full, 1012 the device is lost or the program wants to end, or a connection,
+  // PIN or registration error. Nothing is lost by a failure: the next call goes on.
+  bool Wait(std::int32_t milliseconds);
+  // From any thread: ends the Wait that is under way, or the next one. It touches no error.
+  void Cancel();
+
   bool HasMessages();
   bool IsEmpty();
   std::int16_t Count();

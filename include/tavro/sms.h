@@ -16,10 +16,12 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tavro/inbox.h"
 #include "tavro/long_message_type.h"
 #include "tavro/message.h"
+#include "tavro/status_report.h"
 #include "tavro/wap.h"
 
 namespace tavro {
@@ -184,6 +186,32 @@ class SMS {
   // In the prompt manner 4012 with "Result unknown" says that the message may be out all the same.
   std::optional<std::u16string> SendSMS(const std::u16string& destinationNumber, const std::u16string& textMessage,
                                         bool alertMessage = false);
+
+  // --- Status reports (prompt manner only)
+  // ----------------------------------------------------------------------------
+
+  // Whether the texts that are sent from now on ask for status reports (TP-SRR, 3GPP TS 23.040, 9.2.3.5), every part of
+  // a long one. False at the start. In the classic manner its last part alone asks, and reports are deleted unread.
+  bool StatusReport();
+  void SetStatusReport(bool wanted);
+  // The reports that came so far: those that the modem told of or delivered, which Inbox::Wait and WaitForDelivery
+  // take, and those that Inbox::Refresh found in the message memory. In the order in which they came, each once, also
+  // when it came twice; of more than 10000 the oldest ones go. What was read from the modem's memory is deleted from
+  // it, now that it was handed over; a deletion that fails is no error, and is tried again when the report is read
+  // again.
+  std::vector<tavro::StatusReport> StatusReports();
+  // From now on StatusReports returns those that come later.
+  void ClearStatusReports();
+  // What became of the message that SendSMS returned these references for, "12" or "12,13,14": the last one, as a modem
+  // gives the same reference again after 256 messages. Of others, what was reported on the references last. The reports
+  // that it is made of count as handed over. 5010 when the text is no list of references from 0 to 255.
+  Delivery DeliveryOf(const std::u16string& references);
+  // Waits until the state of that message is final (IsFinal), so many milliseconds at most. Messages that come
+  // meanwhile are added to the inbox; Inbox::Wait does not count them any more. False with no error at the limit and
+  // when it was cancelled; otherwise fails as Inbox::Wait does, or with 5010.
+  bool WaitForDelivery(const std::u16string& references, std::int32_t milliseconds);
+  // From any thread, as nothing else here: ends the Inbox::Wait or WaitForDelivery that is under way, or the next one.
+  void Cancel();
 
   // --- Log and errors ------------------------------------------------------------------------------------------------
 

@@ -138,6 +138,8 @@ inline constexpr ErrorDefinition kReadCommandError{5005, "Read message command e
 inline constexpr ErrorDefinition kReadInvalidResponse{5006, "Invalid response to read message command"};
 inline constexpr ErrorDefinition kInvalidMessageIndex{5007, "Invalid message item index"};
 inline constexpr ErrorDefinition kReadMessageError{5008, "Read message error"};
+inline constexpr ErrorDefinition kInvalidWaitTime{5009, "Invalid waiting time"};
+inline constexpr ErrorDefinition kInvalidReferences{5010, "Invalid message references"};
 
 // Deleting and message objects.
 inline constexpr ErrorDefinition kDeletePduModeUnchecked{6002, "Cannot check PDU mode support"};

@@ -43,4 +43,24 @@ std::optional<std::string> MessageMemory::ReadMessageMemory() {
   return memory;
 }
 
+bool MessageMemory::Visit(const std::string& memory, const std::function<void()>& visit) {
+  const auto select = [this](const std::string& name) {
+    const bool selected = exchange_.CheckCommandResponse("AT+CPMS=\"" + name + "\"\r").IsGood();
+    errors_.ClearError();
+    return selected;
+  };
+  const bool isCurrent = state_.memorySelected && memory == settings_.messageMemory;
+  if (isCurrent) {
+    visit();
+    return true;
+  }
+  if (!IsQuotable(memory) || !select(memory)) return false;
+  visit();
+  errors_.ClearError();
+  // When it does not go back, the next reading selects its memory first.
+  if (!exchange_.IsPortOpen() || !state_.memorySelected || !select(settings_.messageMemory))
+    state_.memorySelected = false;
+  return true;
+}
+
 }  // namespace tavro

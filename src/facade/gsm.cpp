@@ -7,6 +7,7 @@ namespace tavro {
 
 GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
     : platform(std::move(systemPlatform)),
+      cancellation(std::make_shared<Cancellation>(platform)),
       log(*platform),
       errors(*platform, log, settings),
       comm(*platform),
@@ -22,14 +23,18 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
       network(dialogue, registration),
       serviceCentre(dialogue, registration),
       submission(dialogue, registration, connection, messageSteps, serviceCentre),
-      textSender(dialogue, submission),
+      textSender(dialogue, submission, sentMessages),
       pushSender(dialogue, submission),
       pushServices{errors, pushSender},
-      reader(dialogue, connection, messageSteps),
+      deliveries(dialogue, connection, memory, statusBox, sentMessages),
+      reader(dialogue, connection, messageSteps, statusBox),
       deleter(dialogue, connection, messageSteps),
-      incomingServices{errors, settings, reader, deleter} {
+      indications(dialogue, connection),
+      waiter(dialogue, connection, messageSteps, memory, indications, arrivals, reader, cancellation),
+      incomingServices{errors, settings, reader, deleter, waiter} {
   if (!manner.pausesUnasked)
     settings.pauses = {.command = 0, .unanswered = 100, .send = 0, .afterPin = 0, .functionality = 0};
+  exchange.SetUnsolicited([this](const std::string& line) { arrivals.Take(line, exchange.Heard()); });
   log.AttachErrorState([this](std::int32_t code, std::string_view text) { errors.SetError(code, text); });
 }
 

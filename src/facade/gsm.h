@@ -7,15 +7,20 @@
 #include "connection/message_steps.h"
 #include "connection/modem_connection.h"
 #include "connection/modem_initialisation.h"
+#include "connection/new_message_indications.h"
 #include "connection/pin_check.h"
 #include "connection/registration.h"
 #include "facade/device_info.h"
 #include "facade/network_info.h"
+#include "incoming/arrivals.h"
+#include "incoming/deliveries.h"
 #include "incoming/incoming_services.h"
 #include "incoming/message_deleter.h"
 #include "incoming/message_reader.h"
+#include "incoming/message_waiter.h"
 #include "incoming/status_box.h"
 #include "link/at_exchange.h"
+#include "link/cancellation.h"
 #include "link/cls_comm.h"
 #include "link/connection_state.h"
 #include "link/dialogue.h"
@@ -24,6 +29,7 @@
 #include "link/settings.h"
 #include "log/log_handling.h"
 #include "outgoing/push_sender.h"
+#include "outgoing/sent_messages.h"
 #include "outgoing/service_centre.h"
 #include "outgoing/submission.h"
 #include "outgoing/text_sender.h"
@@ -43,6 +49,7 @@ class GSM {
   void ForgetModem();
 
   const std::shared_ptr<Platform> platform;
+  const std::shared_ptr<Cancellation> cancellation;
   Settings settings;
   ConnectionState state;
 
@@ -64,13 +71,18 @@ class GSM {
 
   ServiceCentre serviceCentre;
   Submission submission;
+  SentMessages sentMessages;
   TextSender textSender;
   PushSender pushSender;
   PushServices pushServices;
 
+  StatusBox statusBox;
+  Deliveries deliveries;
   MessageReader reader;
   MessageDeleter deleter;
-  StatusBox statusBox;  // stays empty: status reports are deleted while reading
+  NewMessageIndications indications;
+  Arrivals arrivals;
+  MessageWaiter waiter;
   IncomingServices incomingServices;
 };
 

@@ -15,7 +15,10 @@ const Manner& MannerOf(Dialogue dialogue) { return dialogue == Dialogue::kClassi
 }  // namespace
 
 SMS::State::State(std::shared_ptr<Platform> platform, const Options& options)
-    : gsm_(std::make_shared<GSM>(std::move(platform), MannerOf(options.dialogue))) {
+    : State(std::make_shared<GSM>(std::move(platform), MannerOf(options.dialogue)), options) {}
+
+SMS::State::State(std::shared_ptr<GSM> gsm, const Options& options)
+    : cancellation(gsm->cancellation), gsm_(std::move(gsm)) {
   gsm_->settings.wideReferences = options.wideReferences;
   gsm_->settings.sendsPinOnLastAttempt = options.sendsPinOnLastAttempt;
   ReplaceInbox();
@@ -29,10 +32,10 @@ SMS::State::~State() {
 }
 
 void SMS::State::ReplaceInbox() {
-  if (box_) box_->Retire();
-  box_ = std::make_shared<SIMBox>(IncomingServicesOf(gsm_));
+  if (box) box->Retire();
+  box = std::make_shared<SIMBox>(IncomingServicesOf(gsm_));
   inbox = std::make_shared<tavro::Inbox>(
-      std::make_unique<tavro::Inbox::State>(tavro::Inbox::State{box_, IncomingServicesOf(gsm_)}));
+      std::make_unique<tavro::Inbox::State>(tavro::Inbox::State{box, IncomingServicesOf(gsm_), cancellation}));
 }
 
 bool SMS::State::IsPortLocked(const Call& call) {
@@ -87,6 +90,29 @@ std::optional<std::u16string> SMS::SendSMS(const std::u16string& destinationNumb
   if (!references) return {};
   return state_->Text(*references);
 }
+
+// --- Status reports --------------------------------------------------------------------------------------------------
+
+std::vector<tavro::StatusReport> SMS::StatusReports() { return state_->Begin()->deliveries.Reports(); }
+
+void SMS::ClearStatusReports() { state_->Begin()->statusBox.Clear(); }
+
+Delivery SMS::DeliveryOf(const std::u16string& references) {
+  const auto gsm = state_->Begin();
+  const auto delivery = gsm->deliveries.DeliveryOf(state_->Bytes(references));
+  return delivery ? *delivery : gsm.Fail(kInvalidReferences, Delivery());
+}
+
+bool SMS::WaitForDelivery(const std::u16string& references, std::int32_t milliseconds) {
+  const auto gsm = state_->Begin();
+  if (milliseconds < 0) return gsm.Fail(kInvalidWaitTime);
+  const std::string text = state_->Bytes(references);
+  if (!gsm->deliveries.DeliveryOf(text)) return gsm.Fail(kInvalidReferences);
+  const auto isDone = [&] { return IsFinal(gsm->deliveries.DeliveryOf(text)->state); };
+  return gsm->waiter.AwaitReports(*state_->box, milliseconds, isDone) || gsm.Fail(gsm->waiter.Error());
+}
+
+void SMS::Cancel() { state_->cancellation->Cancel(); }
 
 // --- Log and errors --------------------------------------------------------------------------------------------------
 

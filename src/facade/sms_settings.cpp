@@ -222,6 +222,14 @@ void SMS::SetValidity(const std::u16string& validity) {
   gsm->settings.validityPeriodValue = *octet;
 }
 
+bool SMS::StatusReport() { return state_->Begin()->settings.statusReportRequested; }
+
+void SMS::SetStatusReport(bool wanted) {
+  const auto gsm = state_->Begin();
+  gsm->settings.statusReportRequested = wanted;
+  gsm->log.WriteLog(wanted ? "Enable status reports" : "Disable status reports");
+}
+
 // --- Log and errors --------------------------------------------------------------------------------------------------
 
 bool SMS::DebugMode() { return state_->Begin()->settings.debugMode; }

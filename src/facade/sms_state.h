@@ -30,12 +30,15 @@ struct SMS::State {
   std::string Bytes(std::u16string_view text) const { return gsm_->platform->ToCodePage(text); }
   std::u16string Text(std::string_view bytes) const { return gsm_->platform->FromCodePage(bytes); }
 
+  const std::shared_ptr<Cancellation> cancellation;
+  std::shared_ptr<SIMBox> box;
   std::shared_ptr<tavro::Inbox> inbox;
   std::shared_ptr<tavro::Wap> wap;
 
  private:
+  State(std::shared_ptr<GSM> gsm, const Options& options);
+
   std::shared_ptr<GSM> gsm_;
-  std::shared_ptr<SIMBox> box_;
 };
 
 }  // namespace tavro

@@ -95,4 +95,9 @@ std::shared_ptr<const MessageContent> JoinGroup(const PartGroup& group) {
 
 bool IsSamePdu(const MessageContent& a, const MessageContent& b) { return a.details->pdu == b.details->pdu; }
 
+bool IsSameMessage(const MessageContent& a, const MessageContent& b) {
+  if (a.details && b.details) return IsSamePdu(a, b);
+  return a.phone == b.phone && a.text == b.text && a.timeStampRFC == b.timeStampRFC;
+}
+
 }  // namespace tavro

@@ -23,5 +23,7 @@ bool IsShown(const PartGroup& group, std::int64_t now);
 std::shared_ptr<const MessageContent> JoinGroup(const PartGroup& group);
 
 bool IsSamePdu(const MessageContent& a, const MessageContent& b);
+// The same, also where the PDU is not kept: what it says.
+bool IsSameMessage(const MessageContent& a, const MessageContent& b);
 
 }  // namespace tavro

@@ -6,6 +6,7 @@
 #include "incoming/inbox_state.h"
 #include "incoming/incoming_call.h"
 #include "incoming/message_reader.h"
+#include "incoming/message_waiter.h"
 #include "link/settings.h"
 
 namespace tavro {
@@ -40,6 +41,15 @@ bool Inbox::Refresh(std::int16_t messageType) {
   const PendingError& error = call->reader.Error();
   return call.Fail(error ? error : kReadMessageError);
 }
+
+bool Inbox::Wait(std::int32_t milliseconds) {
+  const IncomingCall call(state_->services);
+  if (!call) return false;
+  if (milliseconds < 0) return call.Fail(kInvalidWaitTime);
+  return call->waiter.AwaitMessage(*state_->box, milliseconds) || call.Fail(call->waiter.Error());
+}
+
+void Inbox::Cancel() { state_->cancellation->Cancel(); }
 
 bool Inbox::HasMessages() { return Count() > 0; }
 

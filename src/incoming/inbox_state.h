@@ -5,6 +5,7 @@
 
 #include "incoming/incoming_services.h"
 #include "incoming/sim_box.h"
+#include "link/cancellation.h"
 #include "tavro/inbox.h"
 
 namespace tavro {
@@ -12,6 +13,7 @@ namespace tavro {
 struct Inbox::State {
   std::shared_ptr<SIMBox> box;
   std::weak_ptr<IncomingServices> services;
+  std::shared_ptr<Cancellation> cancellation;
 };
 
 }  // namespace tavro

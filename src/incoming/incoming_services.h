@@ -14,6 +14,7 @@ namespace tavro {
 class ErrorState;
 class MessageDeleter;
 class MessageReader;
+class MessageWaiter;
 struct Settings;
 
 // Inbox, Message and SIMBox keep it as a weak pointer: after the SMS object was released what was read can still be
@@ -23,6 +24,7 @@ struct IncomingServices {
   Settings& settings;
   MessageReader& reader;
   MessageDeleter& deleter;
+  MessageWaiter& waiter;
 };
 
 }  // namespace tavro

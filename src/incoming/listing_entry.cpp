@@ -56,6 +56,10 @@ ListingEntry ReadListingEntry(std::string_view entry, bool hasLocation) {
   return result;
 }
 
+bool IsEmptyPlace(std::string_view answer) {
+  return Contains(answer, "+CMS ERROR:") && (Contains(answer, "321") || Contains(answer, "INVALID MEMORY INDEX"));
+}
+
 bool IsAnnouncedLength(std::string_view length, int octets, int fillOctets) {
   int announced = 0;
   return ParseWhole(length, announced) && announced <= octets && announced >= octets - fillOctets;

@@ -18,6 +18,9 @@ struct ListingEntry {
 // `entry` is what stands behind "+CMGL:" or "+CMGR:", in capitals.
 ListingEntry ReadListingEntry(std::string_view entry, bool hasLocation);
 
+// Whether the answer to AT+CMGR, in capitals, says that there is nothing at the location (27.005, 3.2.5: error 321).
+bool IsEmptyPlace(std::string_view answer);
+
 // Whether a PDU of so many octets behind those of the service centre is as long as <length> says. Some modems fill a
 // PDU up with octets FF, and count these or not.
 bool IsAnnouncedLength(std::string_view length, int octets, int fillOctets);

@@ -33,7 +33,21 @@ bool MessageDeleter::DeleteStoredMessage(SIMBox& box, std::int16_t inboxIndex,
   return !error_;
 }
 
-PendingError MessageDeleter::Delete(SIMBox& box, const std::vector<std::int16_t>& locations) {
+PendingError MessageDeleter::Delete(SIMBox& box, const std::vector<std::int16_t>& all) {
+  std::vector<std::int16_t> locations;
+  for (const std::int16_t location : all) {
+    if (location >= 0) locations.push_back(location);
+  }
+  // What was delivered directly is nowhere else; it goes last, when nothing can fail any more.
+  PendingError error = locations.empty() ? PendingError() : DeleteFromModem(box, locations);
+  if (error) return error;
+  for (const std::int16_t location : all) {
+    if (location < 0) box.RemoveRecord(location);
+  }
+  return {};
+}
+
+PendingError MessageDeleter::DeleteFromModem(SIMBox& box, const std::vector<std::int16_t>& locations) {
   int connection = connection_.Count();
   if (PendingError error = steps_.PrepareDeleting(kDeleteSteps, box.Memory())) return error;
   box.NoteConnection(connection_.Count());
@@ -72,9 +86,7 @@ MessageDeleter::Place MessageDeleter::LookAt(const SIMMessage& record) {
   const std::string_view text = answer.Text();
   errors_.ClearError();  // the deletion's own error is raised
   // Half an answer says nothing of the place.
-  const bool isEmpty =
-      Contains(text, "+CMS ERROR:") && (Contains(text, "321") || Contains(text, "INVALID MEMORY INDEX"));
-  if (!answer.IsGood() && !isEmpty) {
+  if (!answer.IsGood() && !IsEmptyPlace(text)) {
     if (Trim(text).empty()) connection_.DisconnectModem();
     return Place::kUnknown;
   }

@@ -26,6 +26,7 @@ class MessageDeleter : DialoguePart {
 
  private:
   PendingError Delete(SIMBox& box, const std::vector<std::int16_t>& locations);
+  PendingError DeleteFromModem(SIMBox& box, const std::vector<std::int16_t>& locations);
   PendingError DeleteRecord(SIMBox& box, std::int16_t location);
   PendingError DeleteLocation(SIMBox& box, std::int16_t location);
   // What the modem has at a location now.

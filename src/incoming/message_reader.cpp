@@ -1,9 +1,12 @@
 #include "incoming/message_reader.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "base/text.h"
-#include "incoming/deliver_decoding.h"
+#include "incoming/careful_joining.h"
+#include "incoming/listing_entry.h"
+#include "incoming/tolerant_decoding.h"
 
 namespace tavro {
 
@@ -41,11 +44,13 @@ std::string AtLocation(std::int16_t location) {
 
 }  // namespace
 
-MessageReader::MessageReader(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps)
-    : DialoguePart(dialogue), connection_(connection), steps_(steps) {}
+MessageReader::MessageReader(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps,
+                             StatusBox& statusBox)
+    : DialoguePart(dialogue), connection_(connection), steps_(steps), statusBox_(statusBox) {}
 
 bool MessageReader::ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver) {
   leftBehind_ = 0;
+  ForgetAdded();  // the application sees all of them now
   log_.WriteLog("Reading incoming messages [Option-" + std::to_string(messageType) + "]");
   box.Clear();
   if (manner_.joinsWithCare) box.JoinWithCare(platform_.WallClock() / 1000);
@@ -74,7 +79,9 @@ PendingError MessageReader::Read(SIMBox& box, std::int16_t messageType, bool del
     memoryKnown = true;
     ListingAnswer answer;
     if (PendingError error = List(stat, answer)) return error;
-    for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, deleteNonDeliver);
+    const Handling handling =
+        deleteNonDeliver && manner_.deletesWhileReading ? Handling::kReadAndDelete : Handling::kRead;
+    for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, handling);
   }
   return {};
 }
@@ -104,7 +111,7 @@ PendingError MessageReader::List(char stat, ListingAnswer& answer) {
 }
 
 // What stands before the first "+CMGL:" is the echo or the end of something else.
-void MessageReader::StoreEntries(SIMBox& box, std::string block, const DateNames& names, bool deleteNonDeliver) {
+void MessageReader::StoreEntries(SIMBox& box, std::string block, const DateNames& names, Handling handling) {
   UpperInPlace(block);
   const std::string_view text = block;
   for (std::size_t start = text.find(kListingPrefix); start != std::string_view::npos;) {
@@ -116,27 +123,32 @@ void MessageReader::StoreEntries(SIMBox& box, std::string block, const DateNames
     if (box.IsFull()) {
       ++leftBehind_;
     } else {
-      StoreEntry(box, entry, names, deleteNonDeliver);
+      StoreEntry(box, entry, names, handling);
     }
   }
 }
 
-void MessageReader::StoreEntry(SIMBox& box, std::string_view entry, const DateNames& names, bool deleteNonDeliver) {
+void MessageReader::StoreEntry(SIMBox& box, std::string_view entry, const DateNames& names, Handling handling) {
   DecodedEntry decoded = DecodeStoredMessage(entry, names, manner_);
   switch (decoded.action) {
     case DecodedEntry::Action::kStore:
-      if (!decoded.remark.empty()) log_.WriteLog("Message" + AtLocation(decoded.location) + ": " + decoded.remark);
+      if (handling == Handling::kAdd) return AddNew(box, std::move(decoded));
+      LogRemark(decoded);
       box.AddRecord(std::move(decoded.record));
       return;
+    case DecodedEntry::Action::kReport:
+      return AddReport(std::move(decoded), box.Memory(), exchange_.Heard());
     case DecodedEntry::Action::kDelete:
-      if (deleteNonDeliver && manner_.deletesWhileReading) {
-        return DeleteWhileReading(box, decoded.location, decoded.remark);
-      }
+      if (handling == Handling::kReadAndDelete) return DeleteWhileReading(box, decoded.location, decoded.remark);
       break;
     case DecodedEntry::Action::kSkip:
       break;
   }
   log_.WriteLog("Skipping message" + AtLocation(decoded.location) + ": " + decoded.remark);
+}
+
+void MessageReader::LogRemark(const DecodedEntry& decoded) {
+  if (!decoded.remark.empty()) log_.WriteLog("Message" + AtLocation(decoded.location) + ": " + decoded.remark);
 }
 
 // A deletion that fails is no failure of the reading: the message is listed again the next time.
@@ -147,6 +159,97 @@ void MessageReader::DeleteWhileReading(SIMBox& box, std::int16_t location, const
   if (!exchange_.IsPortOpen()) return;
   exchange_.CheckCommandResponse("AT+CMGD=" + std::to_string(location) + "\r");
   errors_.ClearError();
+}
+
+void MessageReader::Begin(SIMBox& box) {
+  leftBehind_ = 0;
+  if (manner_.joinsWithCare) box.JoinWithCare(platform_.WallClock() / 1000);
+  if (box.Memory() != steps_.Memory()) box.Clear();
+  if (box.RecordCount() == 0) box.SetConnection(connection_.Count());
+  box.SetMemory(steps_.Memory());
+  box.NoteConnection(connection_.Count());
+}
+
+PendingError MessageReader::AddUnread(SIMBox& box) {
+  ListingAnswer answer;
+  if (PendingError error = List('0', answer)) return error;
+  const DateNames names = LocalDateNames(platform_);
+  for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, Handling::kAdd);
+  return {};
+}
+
+// A message that is there already was told of or listed before; another one at its location is in its place.
+void MessageReader::AddNew(SIMBox& box, DecodedEntry decoded) {
+  const SIMMessage* const known = box.Record(decoded.location);
+  const bool isAddedNow = std::find(added_.begin(), added_.end(), decoded.location) != added_.end();
+  if (known != nullptr && IsSameMessage(*known->content, *decoded.record.content)) return;
+  if (known != nullptr && !isAddedNow) box.RemoveRecord(decoded.location);
+  LogRemark(decoded);
+  if (box.AddRecord(std::move(decoded.record))) added_.push_back(decoded.location);
+}
+
+void MessageReader::AddReport(DecodedEntry decoded, const std::string& memory, std::uint64_t heard) {
+  const StatusReport& report = *decoded.report;
+  log_.WriteLog("Status report" + AtLocation(decoded.location) + ": message " + std::to_string(report.reference) +
+                " to " + platform_.ToCodePage(report.recipient) + ": " + platform_.ToCodePage(report.text));
+  statusBox_.Add({.report = std::move(*decoded.report),
+                  .memory = memory,
+                  .memIndex = decoded.location,
+                  .connection = connection_.Count(),
+                  .heard = heard});
+}
+
+PendingError MessageReader::AddPlace(SIMBox& box, std::int16_t location, std::uint64_t heard) {
+  std::optional<DecodedEntry> decoded;
+  if (PendingError error = ReadPlace(location, decoded)) return error;
+  if (!decoded) return {};
+  if (decoded->action == DecodedEntry::Action::kReport) {
+    AddReport(std::move(*decoded), box.Memory(), heard);
+  } else if (decoded->action != DecodedEntry::Action::kStore) {
+    log_.WriteLog("Skipping message" + AtLocation(location) + ": " + decoded->remark);
+  } else if (box.IsFull() && box.Record(location) == nullptr) {
+    log_.WriteLog("The inbox is full: the message" + AtLocation(location) + " stays in the modem");
+  } else {
+    AddNew(box, std::move(*decoded));
+  }
+  return {};
+}
+
+PendingError MessageReader::ReadReport(const std::string& memory, std::int16_t location, std::uint64_t heard) {
+  std::optional<DecodedEntry> decoded;
+  if (PendingError error = ReadPlace(location, decoded)) return error;
+  if (decoded && decoded->action == DecodedEntry::Action::kReport) AddReport(std::move(*decoded), memory, heard);
+  return {};
+}
+
+// Nothing is read from an empty place.
+PendingError MessageReader::ReadPlace(std::int16_t location, std::optional<DecodedEntry>& decoded) {
+  const Answer answer = exchange_.CheckCommandResponse("AT+CMGR=" + std::to_string(location) + "\r");
+  errors_.ClearError();
+  const std::string_view text = answer.Text();
+  if (IsEmptyPlace(text)) {
+    log_.WriteLog("There is no message" + AtLocation(location));
+    return {};
+  }
+  constexpr std::string_view kPrefix = "+CMGR:";
+  const std::size_t entry = text.find(kPrefix);
+  if (!answer.IsGood() || entry == std::string_view::npos)
+    return answer.IsGood() ? PendingError() : kReadInvalidResponse;
+  decoded = DecodePlace(Trim(text.substr(entry + kPrefix.size())), location, LocalDateNames(platform_));
+  return {};
+}
+
+bool MessageReader::AddDelivered(SIMBox& box, std::string_view entry, std::uint64_t heard) {
+  DecodedEntry decoded = DecodeDelivered(entry, LocalDateNames(platform_));
+  if (decoded.action == DecodedEntry::Action::kReport) {
+    AddReport(std::move(decoded), {}, heard);
+    return true;
+  }
+  if (box.IsFull()) return false;
+  LogRemark(decoded);
+  const auto location = box.AddDelivered(std::move(decoded.record));
+  if (location) added_.push_back(*location);
+  return true;
 }
 
 }  // namespace tavro

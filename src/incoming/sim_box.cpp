@@ -93,9 +93,43 @@ SIMBox::SIMBox(std::weak_ptr<IncomingServices> services)
     : services_(std::move(services)), messages_(std::make_shared<const Messages>()) {}
 
 void SIMBox::Clear() {
+  std::erase_if(records_, [](const SIMMessage& record) { return record.memoryIndex >= 0; });
+  positions_.clear();
+  recordCount_ = records_.size();
+  Compact();
+}
+
+void SIMBox::Retire() {
   records_.clear();
   positions_.clear();
+  delivered_.clear();
   recordCount_ = 0;
+}
+
+const std::int32_t* SIMBox::PositionOf(std::int16_t memoryIndex) const {
+  const std::vector<std::int32_t>& positions = memoryIndex < 0 ? delivered_ : positions_;
+  const auto index = static_cast<std::size_t>(memoryIndex < 0 ? -1 - memoryIndex : memoryIndex);
+  return index < positions.size() ? &positions[index] : nullptr;
+}
+
+std::int32_t* SIMBox::PositionOf(std::int16_t memoryIndex) {
+  return const_cast<std::int32_t*>(std::as_const(*this).PositionOf(memoryIndex));
+}
+
+std::optional<std::int16_t> SIMBox::AddDelivered(SIMMessage record) {
+  constexpr std::size_t kMaxDelivered = 32768;  // the locations below 0
+  const bool isKnown = std::any_of(records_.begin(), records_.end(), [&](const SIMMessage& other) {
+    return other.content && other.memoryIndex < 0 && IsSamePdu(*other.content, *record.content);
+  });
+  if (IsFull() || isKnown) return {};
+  auto place = delivered_.end();
+  if (delivered_.size() >= kMaxDelivered) place = std::find(delivered_.begin(), delivered_.end(), kNone);
+  if (place == delivered_.end()) place = delivered_.insert(delivered_.end(), kNone);
+  *place = static_cast<std::int32_t>(records_.size());
+  record.memoryIndex = static_cast<std::int16_t>(-1 - (place - delivered_.begin()));
+  records_.push_back(std::move(record));
+  ++recordCount_;
+  return records_.back().memoryIndex;
 }
 
 bool SIMBox::AddRecord(SIMMessage record) {
@@ -117,16 +151,15 @@ bool SIMBox::AddRecord(SIMMessage record) {
 
 void SIMBox::RemoveRecord(std::int16_t memoryIndex) {
   if (Record(memoryIndex) == nullptr) return;
-  std::int32_t& position = positions_[static_cast<std::size_t>(memoryIndex)];
+  std::int32_t& position = *PositionOf(memoryIndex);
   records_[static_cast<std::size_t>(position)] = SIMMessage();
   position = kNone;
   --recordCount_;
 }
 
 const SIMMessage* SIMBox::Record(std::int16_t memoryIndex) const {
-  const auto location = static_cast<std::size_t>(memoryIndex);
-  if (memoryIndex < 0 || location >= positions_.size() || positions_[location] == kNone) return nullptr;
-  return &records_[static_cast<std::size_t>(positions_[location])];
+  const std::int32_t* const position = PositionOf(memoryIndex);
+  return position == nullptr || *position == kNone ? nullptr : &records_[static_cast<std::size_t>(*position)];
 }
 
 void SIMBox::NoteConnection(int connection) {
@@ -138,8 +171,8 @@ void SIMBox::NoteConnection(int connection) {
 }
 
 void SIMBox::MarkDoubtful(std::int16_t memoryIndex) {
-  if (!JoinsWithCare() || Record(memoryIndex) == nullptr) return;
-  records_[static_cast<std::size_t>(positions_[static_cast<std::size_t>(memoryIndex)])].isDoubtful = true;
+  if (!JoinsWithCare() || memoryIndex < 0 || Record(memoryIndex) == nullptr) return;
+  records_[static_cast<std::size_t>(*PositionOf(memoryIndex))].isDoubtful = true;
 }
 
 std::vector<std::int16_t> SIMBox::LocationsOf(std::int16_t inboxIndex) const {
@@ -235,7 +268,7 @@ void SIMBox::Compact() {
   std::erase_if(records_, [](const SIMMessage& record) { return !record.content; });
   for (std::size_t i = 0; i < records_.size(); ++i) {
     records_[i].inboxIndex = 0;
-    positions_[static_cast<std::size_t>(records_[i].memoryIndex)] = static_cast<std::int32_t>(i);
+    *PositionOf(records_[i].memoryIndex) = static_cast<std::int32_t>(i);
   }
 }
 

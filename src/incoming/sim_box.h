@@ -30,6 +30,7 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
 
   // --- RawMessages ---------------------------------------------------------------------------------------------------
 
+  // Forgets those of the modem's memory; what was delivered directly stays.
   void Clear();
   // The modem's message memory that the records come from, empty when it could not be selected and the modem read from
   // the one it uses by itself. A location means nothing in another memory.
@@ -43,6 +44,9 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   // A record whose location is there already replaces the earlier one in its place. False when the store is full or the
   // location below 0.
   bool AddRecord(SIMMessage record);
+  // A message that the modem delivered directly and has nowhere: it gets a location below 0, which is returned. Nothing
+  // when the store is full or has the same message from an earlier delivery.
+  std::optional<std::int16_t> AddDelivered(SIMMessage record);
   void RemoveRecord(std::int16_t memoryIndex);
   std::size_t RecordCount() const { return recordCount_; }
   // The record at a memory location; null when there is none.
@@ -73,9 +77,12 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
 
   // Forgets the records and keeps the messages, which then can be read but not deleted: their locations are those of a
   // modem that is no longer connected.
-  void Retire() { Clear(); }
+  void Retire();
 
  private:
+  // The position of the record at a location; null when there is no room for one.
+  std::int32_t* PositionOf(std::int16_t memoryIndex);
+  const std::int32_t* PositionOf(std::int16_t memoryIndex) const;
   void Compact();
   void BuildJoined(Messages& messages);
   void BuildWithCare(Messages& messages);
@@ -90,6 +97,7 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   int connection_ = 0;
   std::vector<SIMMessage> records_;      // a removed one has no content until the next build
   std::vector<std::int32_t> positions_;  // in records_, by memory location; -1 for none
+  std::vector<std::int32_t> delivered_;  // the same of the locations below 0, -1 first
   std::size_t recordCount_ = 0;
   std::optional<std::int64_t> now_;  // of the last read; nothing when parts are not joined with care
   std::shared_ptr<const Messages> messages_;

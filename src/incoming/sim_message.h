@@ -36,7 +36,7 @@ struct MessageContent {
 };
 
 struct SIMMessage {
-  std::int16_t memoryIndex = 0;  // the location in the modem's memory
+  std::int16_t memoryIndex = 0;  // the location in the modem's memory; below 0 when it is in none
   std::int16_t inboxIndex = 0;   // the inbox position of the message that it became or is a part of; 0 for none
   // Concatenation (3GPP TS 23.040, 9.2.3.24.1), as received: a total or part that makes no sense stays as it is.
   // A reference of 16 bits has 0x10000 added.

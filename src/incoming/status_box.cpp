@@ -1,28 +1,34 @@
 #include "incoming/status_box.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace tavro {
 
-void StatusBox::Add(Status status) {
-  for (Status& item : items_) {
-    if (item.memIndex == status.memIndex) {
-      item = std::move(status);
-      return;
-    }
+bool StatusBox::Add(Status status) {
+  // A location holds one report at a time.
+  if (status.memIndex >= 0) Remove(status.memory, status.memIndex);
+  const auto known =
+      std::find_if(items_.rbegin(), items_.rend(), [&](const Status& item) { return item.report == status.report; });
+  if (known != items_.rend()) {
+    if (status.memIndex < 0) return false;
+    known->memory = std::move(status.memory);
+    known->memIndex = status.memIndex;
+    known->connection = status.connection;
+    return false;
+  }
+  if (items_.size() >= kMaxReports) {
+    items_.pop_front();
+    if (cleared_ > 0) --cleared_;
   }
   items_.push_back(std::move(status));
+  return true;
 }
 
-void StatusBox::Remove(std::int16_t memIndex) {
-  std::erase_if(items_, [memIndex](const Status& item) { return item.memIndex == memIndex; });
-}
-
-const Status* StatusBox::Item(std::int16_t memIndex) const {
-  for (const Status& item : items_) {
-    if (item.memIndex == memIndex) return &item;
+void StatusBox::Remove(std::string_view memory, std::int16_t memIndex) {
+  for (Status& item : items_) {
+    if (item.memIndex == memIndex && item.memory == memory) item.memIndex = -1;
   }
-  return nullptr;
 }
 
 }  // namespace tavro

@@ -1,27 +1,40 @@
-// The delivery status reports, keyed by their location in the modem's memory.
+// The delivery status reports that were received.
 #pragma once
 
 #include <cstddef>
 #include <cstdint>
-#include <vector>
+#include <deque>
+#include <string_view>
 
 #include "incoming/status.h"
 
 namespace tavro {
 
-// It stays empty: status reports are deleted from the modem while its memory is read.
+// In the order in which they came. In the classic manner it stays empty: reports are deleted from the modem while its
+// memory is read.
 class StatusBox {
  public:
-  // A report at a location that is there already replaces the earlier one.
-  void Add(Status status);
-  void Remove(std::int16_t memIndex);
-  void Clear() { items_.clear(); }
-  std::size_t Count() const { return items_.size(); }
-  // Null when no report has this location.
-  const Status* Item(std::int16_t memIndex) const;
+  // When there are more, the oldest ones go.
+  static constexpr std::size_t kMaxReports = 10000;
+
+  // False for a report that is there already: it came twice, or is listed again. Then only its location is noted.
+  bool Add(Status status);
+  // The modem has nothing at that location any more.
+  void Remove(std::string_view memory, std::int16_t memIndex);
+  // Those that came so far are not shown any more.
+  void Clear() { cleared_ = items_.size(); }
+
+  // All of them, those that were cleared too: what became of a message does not depend on what was shown.
+  const std::deque<Status>& Items() const { return items_; }
+  std::deque<Status>& Items() { return items_; }
+  // Without those that were cleared.
+  std::size_t Count() const { return items_.size() - cleared_; }
+  // From 0 to below Count.
+  Status& Item(std::size_t index) { return items_[cleared_ + index]; }
 
  private:
-  std::vector<Status> items_;
+  std::deque<Status> items_;
+  std::size_t cleared_ = 0;  // so many at the front
 };
 
 }  // namespace tavro

@@ -1,12 +1,9 @@
 // The SMS-DELIVER (3GPP TS 23.040, 9.2.2.1) as the standard asks a receiver to read it:
 //
-//   pdu     = sca tpdu [ fill ]                fill: anything behind the user data, FF for one
-//   sca     = length [ type address ]          length in octets, type included; 0 when there is no address
+//   pdu     = sca tpdu [ fill ]                sca: see pdu_octets.h; fill: anything behind the user data, FF for one
 //   tpdu    = first oa pid dcs scts udl ud
 //   first   = - UDHI - - - - MTI MTI           MTI 00: SMS-DELIVER; 11, reserved, is read as one (9.2.3.1)
-//   oa      = length type address              length in semi-octets, without the one that fills the last octet
-//   type    = 1 TON (3 bits) plan (4 bits)     TON 001: international; 101: alphanumeric
-//   address = digits in swapped pairs, A to E for * # a b c and F behind the last one; or text in septets
+//   oa      = the sender's address             see pdu_octets.h
 //   scts    = 7 octets                         see time_stamp.cpp
 //   udl     = length of ud                     in septets for the GSM alphabet, which include the header's; else octets
 //   ud      = [ udhl udh ] [ fill bits ] text  udhl: octets of udh; fill bits up to the next septet
@@ -16,7 +13,6 @@
 #include <cmath>
 #include <limits>
 #include <memory>
-#include <span>
 #include <string>
 #include <utility>
 #include <vector>
@@ -24,82 +20,21 @@
 #include "base/text.h"
 #include "incoming/data_coding.h"
 #include "incoming/listing_entry.h"
+#include "incoming/pdu_octets.h"
 #include "incoming/septets.h"
+#include "incoming/status_report_decoding.h"
 #include "incoming/user_data_header.h"
-#include "outgoing/encodings.h"
 
 namespace tavro {
 
 namespace {
 
-using Octets = std::span<const std::uint8_t>;
+constexpr int kSubmit = 1, kReport = 2;  // message type indicators
 
-constexpr int kInternational = 1, kAlphanumeric = 5;  // types of number
-constexpr int kSubmit = 1, kReport = 2;               // message type indicators
-
+constexpr const char* kNotReceived = "not a received message";
 constexpr const char* kCutShort = "the PDU is cut short";
 constexpr const char* kShortUserData = "the user data is shorter than its length";
 constexpr const char* kBadHeader = "the user-data header contradicts its length";
-
-// Takes octets from the front; what reaches past the end is empty and makes the whole cut short.
-class OctetReader {
- public:
-  explicit OctetReader(Octets octets) : rest_(octets) {}
-
-  Octets Take(std::size_t count) {
-    if (count > rest_.size()) {
-      isCutShort_ = true;
-      rest_ = {};
-      return {};
-    }
-    const Octets piece = rest_.first(count);
-    rest_ = rest_.subspan(count);
-    return piece;
-  }
-  int Octet() {
-    const Octets one = Take(1);
-    return one.empty() ? 0 : one[0];
-  }
-  bool IsCutShort() const { return isCutShort_; }
-  Octets Rest() const { return rest_; }
-
- private:
-  Octets rest_;
-  bool isCutShort_ = false;
-};
-
-std::u16string Address(int type, Octets octets, std::size_t semiOctets) {
-  const int typeOfNumber = type >> 4 & 7;
-  // The bits behind the last whole character are no "@".
-  if (typeOfNumber == kAlphanumeric) return SeptetText(octets, 0, semiOctets * 4 / 7);
-  std::u16string number;
-  for (std::size_t i = 0; i < std::min(semiOctets, octets.size() * 2); ++i) {
-    const int digit = octets[i / 2] >> (i % 2 * 4) & 0xF;
-    if (digit == 0xF) break;
-    number += u"0123456789*#abc"[digit];
-  }
-  return typeOfNumber == kInternational && !number.empty() ? u"+" + number : number;
-}
-
-std::u16string ReadServiceCentre(OctetReader& pdu) {
-  const int octets = pdu.Octet();
-  if (octets == 0) return {};
-  const int type = pdu.Octet();
-  const auto count = static_cast<std::size_t>(octets - 1);
-  return Address(type, pdu.Take(count), count * 2);
-}
-
-std::u16string ReadOriginator(OctetReader& pdu) {
-  const auto semiOctets = static_cast<std::size_t>(pdu.Octet());
-  const int type = pdu.Octet();
-  return Address(type, pdu.Take((semiOctets + 1) / 2), semiOctets);
-}
-
-std::string HexDigits(Octets octets) {
-  std::string digits;
-  for (const std::uint8_t octet : octets) digits += ByteToHex(octet);
-  return digits;
-}
 
 std::int64_t UnixSeconds(double oleDate, int zoneMinutes) {
   constexpr double kUnixStart = 25569;  // 1970-01-01 as an OLE Automation date
@@ -139,12 +74,9 @@ class TolerantDecoder {
     content_.smsc = ReadServiceCentre(pdu);
     const int first = pdu.Octet();
     if (pdu.IsCutShort()) return GiveUp(kCutShort);
-    if ((first & 3) == kSubmit || (first & 3) == kReport) {
-      entry_.action = DecodedEntry::Action::kDelete;
-      entry_.remark = "not a received message";
-      return;
-    }
-    content_.phone = ReadOriginator(pdu);
+    if ((first & 3) == kReport) return DecodeReport();
+    if ((first & 3) == kSubmit) return Reject();
+    content_.phone = ReadAddress(pdu);
     const int protocol = pdu.Octet();
     details_.isReplacement = protocol >= 0x41 && protocol <= 0x47;
     const DataCoding coding = ReadDataCoding(pdu.Octet());
@@ -160,6 +92,19 @@ class TolerantDecoder {
     if (octets > pdu.Rest().size()) Remark(kShortUserData);
     const Octets userData = pdu.Rest().first(std::min(octets, pdu.Rest().size()));
     DecodeUserData(userData, coding.alphabet, static_cast<std::size_t>(length), (first & 0x40) != 0);
+  }
+
+  // What is nowhere else is shown, so that it is not lost.
+  void Reject() {
+    if (entry_.location < 0) return GiveUp(kNotReceived);
+    entry_.action = DecodedEntry::Action::kDelete;
+    entry_.remark = kNotReceived;
+  }
+
+  void DecodeReport() {
+    entry_.report = DecodeStatusReport(details_.pdu, names_);
+    if (!entry_.report) return entry_.location < 0 ? GiveUp(kCutShort) : Remark("the status report is cut short");
+    entry_.action = DecodedEntry::Action::kReport;
   }
 
   void DecodeUserData(Octets userData, DataCoding::Alphabet alphabet, std::size_t length, bool hasHeader) {
@@ -237,23 +182,9 @@ bool HasAnnouncedLength(const std::vector<std::uint8_t>& octets, std::string_vie
   return IsAnnouncedLength(length, tpduOctets, static_cast<int>(filled - octets.rbegin()));
 }
 
-}  // namespace
-
-DecodedEntry DecodeTolerantly(std::string_view text, const DateNames& names) {
+DecodedEntry DecodeEntry(const ListingEntry& entry, std::int16_t location, const DateNames& names) {
   DecodedEntry result;
-  const ListingEntry entry = ReadListingEntry(text, true);
-  int location = 0;
-  if (!ParseWhole(entry.location, location) || location < 0 || location > std::numeric_limits<std::int16_t>::max()) {
-    result.remark = "\"" + std::string(entry.location) + "\" is no memory location";
-    return result;
-  }
-  result.location = static_cast<std::int16_t>(location);
-  const bool isDraft = entry.stat == "2" || entry.stat == "3";
-  if (isDraft) {
-    result.action = DecodedEntry::Action::kDelete;
-    result.remark = "not a received message";
-    return result;
-  }
+  result.location = location;
   std::vector<std::uint8_t> octets = ReadOctets(entry.pdu);
   std::string_view fault;
   if (entry.pdu.empty()) {
@@ -268,6 +199,40 @@ DecodedEntry DecodeTolerantly(std::string_view text, const DateNames& names) {
     if (result.remark.empty()) result.remark = "it is not as long as the modem says";
   }
   return result;
+}
+
+// What the application wrote itself.
+bool IsDraft(const ListingEntry& entry) { return entry.stat == "2" || entry.stat == "3"; }
+
+DecodedEntry Draft(std::int16_t location) {
+  DecodedEntry result;
+  result.location = location;
+  result.action = DecodedEntry::Action::kDelete;
+  result.remark = kNotReceived;
+  return result;
+}
+
+}  // namespace
+
+DecodedEntry DecodeTolerantly(std::string_view text, const DateNames& names) {
+  const ListingEntry entry = ReadListingEntry(text, true);
+  int location = 0;
+  if (!ParseWhole(entry.location, location) || location < 0 || location > std::numeric_limits<std::int16_t>::max()) {
+    DecodedEntry result;
+    result.remark = "\"" + std::string(entry.location) + "\" is no memory location";
+    return result;
+  }
+  const auto place = static_cast<std::int16_t>(location);
+  return IsDraft(entry) ? Draft(place) : DecodeEntry(entry, place, names);
+}
+
+DecodedEntry DecodePlace(std::string_view text, std::int16_t location, const DateNames& names) {
+  const ListingEntry entry = ReadListingEntry(text, false);
+  return IsDraft(entry) ? Draft(location) : DecodeEntry(entry, location, names);
+}
+
+DecodedEntry DecodeDelivered(std::string_view text, const DateNames& names) {
+  return DecodeEntry(ReadListingEntry(text, false), kNoLocation, names);
 }
 
 }  // namespace tavro

@@ -252,6 +252,7 @@ bool AtExchange::HandOn(AnswerSorter& sorter) {
   const std::vector<std::string> lines = sorter.TakeUnsolicited();
   for (const std::string& line : lines) {
     log_.WriteLog("Unsolicited: " + line);
+    ++heard_;
     if (takeUnsolicited_) takeUnsolicited_(line);
   }
   return !lines.empty();
@@ -271,9 +272,8 @@ void AtExchange::ReadQueued() {
   }
 }
 
-bool AtExchange::AwaitUnsolicited(std::uint32_t milliseconds) {
+bool AtExchange::AwaitUnsolicited(std::uint32_t milliseconds, const std::function<bool()>& isCancelled) {
   if (!sortsAnswers_ || !IsPortOpen()) return false;
-  if (timeOutMark_ == '\0') ApplyTimeOuts('N', kCommandTimeOuts);
   const std::uint32_t start = platform_.TickCount();
   ReadQueued();
   AnswerSorter sorter({}, false);
@@ -286,11 +286,25 @@ bool AtExchange::AwaitUnsolicited(std::uint32_t milliseconds) {
     if (now - inputTick_ >= kUnendedLineLimit || sorter.Size() > kLongestAnswer) sorter.Finish();
     handedOn = HandOn(sorter);
     if (handedOn || count < 0 || now - start >= milliseconds || platform_.IsInterrupted()) break;
+    if (isCancelled && isCancelled()) break;
+    const std::uint32_t left = milliseconds - (now - start);
+    ApplyWaitTimeOuts(sorter.Size() > 0 ? kReadSlice : std::min(left, platform_.WaitSlice()));
     count = ReadMore();
   }
   input_ = sorter.TakeRest();
   if (count < 0 && closeConnection_) closeConnection_();
   return handedOn;
+}
+
+// For a read that waits for so long.
+void AtExchange::ApplyWaitTimeOuts(std::uint32_t milliseconds) {
+  if (milliseconds <= kReadSlice) {
+    if (timeOutMark_ == '\0' || timeOutMark_ == 'W') ApplyTimeOuts('N', kCommandTimeOuts);
+    return;
+  }
+  comm_.CommSetTimeOuts(settings_.portNumber, {kAllBits, kAllBits, milliseconds, kCommandTimeOuts.writeTotalMultiplier,
+                                               kCommandTimeOuts.writeTotalConstant});
+  timeOutMark_ = 'W';
 }
 
 // What came while no answer was waited for. A line that has only begun is kept.

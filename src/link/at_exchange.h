@@ -83,9 +83,12 @@ class AtExchange {
   // Takes the lines that the modem sent of its own accord; they are logged before. It must not use the exchange.
   void SetUnsolicited(std::function<void(const std::string& line)> take) { takeUnsolicited_ = std::move(take); }
   // Waits for such a line while no answer is awaited, so many milliseconds at most, 0: looks what came. True as soon as
-  // one was handed on. False at the limit, when the program wants to end, and when the port is closed: a device that is
-  // gone closes the connection. Where lines are not sorted: false at once.
-  bool AwaitUnsolicited(std::uint32_t milliseconds);
+  // one was handed on. False at the limit, when the wait is cancelled (SerialDriver::Wake has it asked at once) or the
+  // program wants to end, and when the port is closed: a device that is gone closes the connection. Where lines are not
+  // sorted: false at once.
+  bool AwaitUnsolicited(std::uint32_t milliseconds, const std::function<bool()>& isCancelled = {});
+  // How many such lines were handed on so far.
+  std::uint64_t Heard() const { return heard_; }
 
  private:
   std::int32_t WriteOctets(std::string_view data);
@@ -99,6 +102,7 @@ class AtExchange {
   bool HandOn(AnswerSorter& sorter);
   std::string Read();
   bool AwaitOctet();
+  void ApplyWaitTimeOuts(std::uint32_t milliseconds);
 
   Platform& platform_;
   clsCOMM& comm_;
@@ -107,7 +111,7 @@ class AtExchange {
   const Settings& settings_;
   const bool sortsAnswers_;  // the prompt manner: they end at their result
   std::function<void()> openConnection_, closeConnection_;
-  char timeOutMark_ = '\0';  // 'N' commands, 'S' sending, 'R' reading a listing
+  char timeOutMark_ = '\0';  // 'N' commands, 'S' sending, 'R' reading a listing, 'W' waiting
   std::uint32_t gap_ = 500;  // ms without an octet that end a read
   std::uint32_t lastCommandTick_;
   WholeSecondWait sinceWritten_;
@@ -120,6 +124,7 @@ class AtExchange {
   bool unanswered_ = false;      // an answer may still come
   AnswerSorter::End lastEnd_ = AnswerSorter::End::kNone;
   std::function<void(const std::string&)> takeUnsolicited_;
+  std::uint64_t heard_ = 0;
 };
 
 }  // namespace tavro

@@ -57,10 +57,13 @@ struct Manner {
   bool leavesServiceCentreToModem;
   // A surrogate pair of UTF-16 stays in one part (TextSender).
   bool keepsSurrogatePairs;
+  // Every part of a long message asks for a status report; otherwise its last one does (TextSender).
+  bool reportsEveryPart;
 
   // --- Incoming messages ---
 
-  // What is listed and is no received message, or not understood, is deleted while reading (MessageReader).
+  // What is listed and is no received message, or not understood, is deleted while reading, status reports for one
+  // (MessageReader).
   bool deletesWhileReading;
   // Every received message is shown, whatever its coding and header (DecodeStoredMessage).
   bool showsEverything;
@@ -88,6 +91,7 @@ inline constexpr Manner kClassicManner{
     .sendsOnce = false,
     .leavesServiceCentreToModem = false,
     .keepsSurrogatePairs = false,
+    .reportsEveryPart = false,
     .deletesWhileReading = true,
     .showsEverything = false,
     .joinsWithCare = false,
@@ -112,6 +116,7 @@ inline constexpr Manner kPromptManner{
     .sendsOnce = true,
     .leavesServiceCentreToModem = true,
     .keepsSurrogatePairs = true,
+    .reportsEveryPart = true,
     .deletesWhileReading = false,
     .showsEverything = true,
     .joinsWithCare = true,

@@ -81,7 +81,8 @@ std::string BuildSubmitPdu(const SubmitMessage& message) {
   const std::string address = DestinationAddress(message.destination);
   if (address.empty()) return {};
   const bool concatenated = message.total >= 2;
-  const bool report = message.statusReport && (!concatenated || message.part == message.total);
+  const bool report =
+      message.statusReport && (!concatenated || message.part == message.total || message.reportsEveryPart);
   const int firstOctet = kFirstOctet | (report ? kStatusReportRequest : 0) | (concatenated ? kHeaderIndicator : 0);
 
   const HeaderSize& header = !concatenated ? kNoHeader : message.wideReference ? kWideHeader : kHeader;

@@ -14,7 +14,8 @@ struct SubmitMessage {
   std::u16string_view codes;          // the part's code-value string
   int coding = 7;                     // 7, 8 or 16
   bool alert = false;                 // shown at once and not stored (class 0)
-  bool statusReport = false;          // of the message; only its last part asks for one
+  bool statusReport = false;          // of the message: its last part asks for one,
+  bool reportsEveryPart = false;      // or each does
   std::int16_t validityPeriod = 167;  // TP-VP, relative format
   int reference = 0;                  // concatenation: the same in all parts of a message
   bool wideReference = false;         // of 16 bits

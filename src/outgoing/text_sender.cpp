@@ -1,6 +1,9 @@
 #include "outgoing/text_sender.h"
 
+#include <utility>
+
 #include "base/error_codes.h"
+#include "base/text.h"
 #include "outgoing/encodings.h"
 #include "outgoing/message_parts.h"
 #include "outgoing/submit_pdu.h"
@@ -22,8 +25,8 @@ constexpr SubmissionErrors kTextErrors{
 
 }  // namespace
 
-TextSender::TextSender(const DialogueContext& dialogue, Submission& submission)
-    : DialoguePart(dialogue), submission_(submission), reference_(platform_.WallClock()) {}
+TextSender::TextSender(const DialogueContext& dialogue, Submission& submission, SentMessages& sent)
+    : DialoguePart(dialogue), submission_(submission), sent_(sent), reference_(platform_.WallClock()) {}
 
 std::optional<std::string> TextSender::SendSMS(const std::string& destination, std::u16string_view text, bool alert) {
   errors_.ClearError();
@@ -52,6 +55,7 @@ std::string TextSender::SendTextMessage(const std::string& destination, std::u16
   message.coding = settings_.character;
   message.alert = alert;
   message.statusReport = settings_.statusReportRequested;
+  message.reportsEveryPart = manner_.reportsEveryPart;
   message.validityPeriod = settings_.validityPeriodValue;
   message.wideReference = settings_.wideReferences;
   message.reference = message.wideReference ? reference_.WideValue() : reference_.Value();
@@ -61,6 +65,7 @@ std::string TextSender::SendTextMessage(const std::string& destination, std::u16
   if (pending_) return {};
 
   std::string references;
+  SentMessage sent{destination, {}};
   for (std::size_t i = 0; i < parts.texts.size(); ++i) {
     errors_.ClearError();
     if (i == 0 || !oneReference) reference_.Advance();
@@ -73,13 +78,17 @@ std::string TextSender::SendTextMessage(const std::string& destination, std::u16
       pending_ = kCannotBuildPdu;
       return {};
     }
+    const std::uint64_t heardBefore = exchange_.Heard();
     const SubmissionResult result = submission_.Submit(pdu, i == 0, kTextErrors);
     if (result.error) {
       pending_ = result.error;
       return {};
     }
     references += (references.empty() ? "" : ",") + result.reference;
+    int reference = -1;
+    if (ParseWhole(result.reference, reference)) sent.parts.push_back({reference, heardBefore});
   }
+  if (message.statusReport) sent_.Add(std::move(sent));
   if (references.empty()) return {};  // an empty text
   if (errors_.IsPending()) {
     log_.WriteLog("Message sending failed");

@@ -7,13 +7,14 @@
 
 #include "link/dialogue.h"
 #include "outgoing/message_reference.h"
+#include "outgoing/sent_messages.h"
 #include "outgoing/submission.h"
 
 namespace tavro {
 
 class TextSender : DialoguePart {
  public:
-  TextSender(const DialogueContext& dialogue, Submission& submission);
+  TextSender(const DialogueContext& dialogue, Submission& submission, SentMessages& sent);
 
   // Sends a text as Character and LongMessage say. Returns the message references in part order, joined by ",", or
   // nothing with the error raised: 4004, 4006 to 4020, or one of the connection. Parts behind one that failed are not
@@ -25,6 +26,7 @@ class TextSender : DialoguePart {
   std::string SendTextMessage(const std::string& destination, std::u16string_view text, bool alert);
 
   Submission& submission_;
+  SentMessages& sent_;
   MessageReference reference_;
   PendingError pending_;
 };
