@@ -3,8 +3,8 @@
 #include <cstdlib>
 #include <utility>
 
+#include "simulator/command_table.h"
 #include "simulator/looped_message.h"
-#include "simulator/modem_state.h"
 
 namespace tavro {
 
@@ -162,7 +162,7 @@ CommandResult Clock(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return {};
   if (command.kind != Kind::kRead) return EquipmentError(kCmeNotSupported);
   const int zone = modem.settings.zoneMinutes, quarters = std::abs(zone) / 15;
-  const std::string swapped = HexFromOctets(TimeStampOctets(modem.Clock(), zone));
+  const std::string swapped = HexFromOctets(TimeStampOctets(modem.NetworkClock(), zone));
   std::string text = "+CCLK: \"";
   for (std::size_t i = 0; i < 6; ++i) {
     text += swapped[2 * i + 1];
@@ -235,12 +235,7 @@ CommandResult Operator(ModemState& modem, const AtCommand& command) {
               Quoted(modem, OperatorName(*current, modem.operatorFormat)));
 }
 
-struct Entry {
-  std::string_view name;
-  CommandHandler handler;
-};
-
-constexpr Entry kGeneralCommands[] = {
+constexpr CommandEntry kGeneralCommands[] = {
     {"E", Echo},
     {"V", [](ModemState& modem, const AtCommand& command) { return Switch(modem.verbose, command); }},
     {"Q", [](ModemState& modem, const AtCommand& command) { return Switch(modem.quiet, command); }},
@@ -282,7 +277,7 @@ constexpr Entry kGeneralCommands[] = {
     {"+CCLK", Clock},
 };
 
-constexpr Entry kSimCommands[] = {
+constexpr CommandEntry kSimCommands[] = {
     {"+CIMI", Identity<&ModemSettings::imsi>},
     {"+CNUM", SubscriberNumber},
     {"+COPS", Operator},
@@ -291,20 +286,9 @@ constexpr Entry kSimCommands[] = {
     {"+CRC", RunOption},
 };
 
-template <std::size_t size>
-CommandHandler Find(const Entry (&entries)[size], std::string_view name) {
-  const auto found = std::find_if(entries, entries + size, [&](const Entry& entry) { return entry.name == name; });
-  return found == entries + size ? nullptr : found->handler;
-}
-
 }  // namespace
 
-CommandHandler FindGeneralCommand(std::string_view name) {
-  // An S register is accepted and means nothing here.
-  if (name.size() > 1 && name[0] == 'S' && name[1] >= '0' && name[1] <= '9') return Nothing;
-  return Find(kGeneralCommands, name);
-}
-
-CommandHandler FindSimCommand(std::string_view name) { return Find(kSimCommands, name); }
+std::span<const CommandEntry> GeneralCommands() { return kGeneralCommands; }
+std::span<const CommandEntry> SimCommands() { return kSimCommands; }
 
 }  // namespace tavro

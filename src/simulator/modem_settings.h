@@ -51,6 +51,13 @@ struct ModemSettings {
   std::int64_t clockMs = 1709647629000;
   int zoneMinutes = 0;
 
+  // What the network does.
+  std::int64_t reportDelayMs = 0;      // from a message to the report on it
+  int reportStatus = 0;                // TP-ST (3GPP TS 23.040, 9.2.3.15)
+  bool reportsForeign = true;          // there are reports on messages to other numbers too
+  std::int64_t acknowledgeMs = 15000;  // with AT+CSMS=1: how long it waits for AT+CNMA
+  std::int64_t redeliverMs = 60000;    // until it delivers again what was refused or not acknowledged
+
   // How it starts; times count from the first byte that it is sent.
   int deafCommands = 0;      // so many command lines are lost at first, their echo too: the modem learns the baud rate
   std::int64_t startMs = 0;  // nothing is heard before

@@ -5,6 +5,9 @@
 
 #include "simulator/at_command.h"
 #include "simulator/command_pattern.h"
+#include "simulator/command_table.h"
+#include "simulator/delivery.h"
+#include "simulator/long_message.h"
 #include "simulator/modem_answer.h"
 #include "simulator/modem_speech.h"
 #include "simulator/modem_state.h"
@@ -62,6 +65,7 @@ struct SimulatedModem::State {
   void Reply(std::vector<Rule>& rules, std::string_view command, Execute execute);
   void FlushEcho();
   void FlushUnsolicited();
+  void RunEvents(std::int64_t untilMs);
   void LoseLine();
 };
 
@@ -99,7 +103,17 @@ void SimulatedModem::State::Reply(std::vector<Rule>& rules, std::string_view com
   }
   if (command == kPdu) reply.delayMs += modem.settings.sendMs;
   speech.Answer(command, reply, std::move(own), modem.nowMs);
+  DeliverHeld(modem);
   FlushUnsolicited();
+}
+
+// What happens in the network until then.
+void SimulatedModem::State::RunEvents(std::int64_t untilMs) {
+  while (!modem.events.empty() && modem.events.begin()->first <= untilMs) {
+    modem.RunNextEvent();
+    DeliverHeld(modem);
+    FlushUnsolicited();
+  }
 }
 
 void SimulatedModem::State::FlushEcho() {
@@ -196,6 +210,7 @@ SimulatedModem::~SimulatedModem() = default;
 
 void SimulatedModem::Receive(std::string_view bytes, std::int64_t nowMs) {
   ModemState& modem = state_->modem;
+  if (!state_->lineLost) state_->RunEvents(nowMs);
   modem.nowMs = nowMs;
   if (!state_->hasStarted && !bytes.empty()) {
     state_->hasStarted = true;
@@ -205,11 +220,16 @@ void SimulatedModem::Receive(std::string_view bytes, std::int64_t nowMs) {
 }
 
 std::optional<std::int64_t> SimulatedModem::NextOutput() const {
-  return state_->lineLost ? std::nullopt : state_->speech.Next();
+  if (state_->lineLost) return std::nullopt;
+  const std::optional<std::int64_t> output = state_->speech.Next();
+  const ModemState::Events& events = state_->modem.events;
+  if (events.empty()) return output;
+  return std::min(output.value_or(events.begin()->first), events.begin()->first);
 }
 
 std::string SimulatedModem::TakeOutput(std::int64_t nowMs) {
   if (state_->lineLost) return {};
+  state_->RunEvents(nowMs);
   bool loses = false;
   std::string bytes = state_->speech.Take(nowMs, loses);
   if (loses) state_->LoseLine();
@@ -264,10 +284,22 @@ int SimulatedModem::Store(std::string_view pdu, int stat, int location, std::str
 }
 
 int SimulatedModem::Incoming(std::string_view pdu, std::int64_t nowMs) {
+  if (!state_->lineLost) state_->RunEvents(nowMs);
   state_->modem.nowMs = nowMs;
   const int location = ReceiveMessage(state_->modem, pdu);
   state_->FlushUnsolicited();
   return location;
+}
+
+int SimulatedModem::IncomingText(std::string_view number, std::string_view text, std::int64_t nowMs) {
+  ModemState& modem = state_->modem;
+  const ModemSettings& settings = modem.settings;
+  const NetworkView network{settings.serviceCentre, std::string(number),
+                            TimeStampOctets(settings.clockMs + nowMs, settings.zoneMinutes)};
+  modem.longReference = (modem.longReference + 1) & 255;
+  const std::vector<std::string> pdus = MakeTextMessage(text, modem.longReference, network);
+  for (const std::string& pdu : pdus) Incoming(pdu, nowMs);
+  return static_cast<int>(pdus.size());
 }
 
 void SimulatedModem::IncomingWhenFreed(std::string pdu) { state_->modem.waiting.push_back(std::move(pdu)); }
