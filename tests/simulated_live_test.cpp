@@ -235,6 +235,73 @@ TEST_F(Live, ReportsComeWhenTheMessageIsDelivered) {
 )");
 }
 
+TEST_F(Live, UssdAnswersInTheFormOfTheSettings) {
+  modem_.Settings().ussdDelayMs = 50;
+  Send(0, "AT+CMEE=1;+CUSD=1;+CUSD?\r");
+  Send(0, "AT+CUSD=1,\"*101#\",15\r");
+  Send(10, "AT+CUSD=1,\"*100#\"\r");
+  Send(100, "AT+CUSD=1,\"2\",15\r");
+  Send(200, "AT+CUSD=1,\"*9#\"\r");
+  Send(300, "AT+CUSD=1,\"*101#\"\r");
+  Send(310, "AT+CUSD=2;+CUSD=1,\"*100#\"\r");
+  Send(400, "AT+CSCS=\"UCS2\";+CUSD=1,\"002A0031003000300023\"\r");
+  Until(450);
+  modem_.Settings().ussdForm = "packed";
+  Send(500, "AT+CUSD=1,\"AA180C3602\",15\r");
+  Until(550);
+  modem_.NetworkUssd("1234567", false, 600);
+  modem_.NetworkUssd("\u041F", true, 600);
+  Send(600, "AT+CUSD=1,\"31\"\r");
+  Until(650);
+  modem_.Settings().ussdForm = "ucs2";
+  Send(700, "AT+CUSD=1,\"002A0039\"\r");
+  Until(750);
+  modem_.NetworkUssd("A\u00E9", false, 760);
+  modem_.Settings().ussdError = 30;
+  Send(800, "AT+CUSD=1,\"*100#\"\r");
+  Send(900, "AT+CUSD=0\r");
+  modem_.NetworkUssd("not shown", false, 900);
+  Until(1000);
+  EXPECT_EQ(Transcript(), R"(
+0 > AT+CMEE=1;+CUSD=1;+CUSD?<cr>
+0 < |+CUSD: 1||OK|
+0 > AT+CUSD=1,"*101#",15<cr>
+0 < |OK|
+10 > AT+CUSD=1,"*100#"<cr>
+10 < |+CME ERROR: 3|
+50 < |+CUSD: 1,"1 Tariff<lf>2 Data left",15|
+100 > AT+CUSD=1,"2",15<cr>
+100 < |OK|
+150 < |+CUSD: 0,"Data left: 1.5 GB",15|
+200 > AT+CUSD=1,"*9#"<cr>
+200 < |OK|
+250 < |+CUSD: 4|
+300 > AT+CUSD=1,"*101#"<cr>
+300 < |OK|
+310 > AT+CUSD=2;+CUSD=1,"*100#"<cr>
+310 < |OK|
+360 < |+CUSD: 0,"Balance: 12.34 EUR",15|
+400 > AT+CSCS="UCS2";+CUSD=1,"002A0031003000300023"<cr>
+400 < |OK|
+450 < |+CUSD: 0,"00420061006C0061006E00630065003A002000310032002E003300340020004500550052",15|
+500 > AT+CUSD=1,"AA180C3602",15<cr>
+500 < |OK|
+550 < |+CUSD: 0,"C2303BEC1E9775A098CC35A3818A5529",15|
+600 < |+CUSD: 0,"31D98C56B3DD1A",15||+CUSD: 1,"041F",72|
+600 > AT+CUSD=1,"31"<cr>
+600 < |OK|
+650 < |+CUSD: 2|
+700 > AT+CUSD=1,"002A0039"<cr>
+700 < |OK|
+750 < |+CUSD: 4|
+760 < |+CUSD: 0,"004100E9",72|
+800 > AT+CUSD=1,"*100#"<cr>
+800 < |+CME ERROR: 30|
+900 > AT+CUSD=0<cr>
+900 < |OK|
+)");
+}
+
 std::string Times(int times, std::string_view text) {
   std::string all;
   for (int i = 0; i < times; ++i) all += text;

@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "simulator/ussd.h"
+
 namespace tavro {
 
 namespace {
@@ -26,7 +28,7 @@ CommandResult RunCommand(ModemState& modem, const AtCommand& command) {
   if (const CommandEntry* entry = Find({GeneralCommands()}, name)) return entry->handler(modem, command);
   const ModemSettings& settings = modem.settings;
   const bool needsPuk = modem.IsLocked() && settings.pinAttempts <= 0;
-  if (const CommandEntry* entry = Find({SimCommands()}, name)) {
+  if (const CommandEntry* entry = Find({SimCommands(), UssdCommands()}, name)) {
     if (!settings.simPresent) return EquipmentError(kCmeNoSim);
     if (modem.FindsSimBusy()) return EquipmentError(kCmeSimBusy);
     if (modem.IsLocked()) return EquipmentError(needsPuk ? kCmePukNeeded : kCmePinNeeded);

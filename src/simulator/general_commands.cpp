@@ -3,6 +3,7 @@
 #include <cstdlib>
 #include <utility>
 
+#include "simulator/character_set.h"
 #include "simulator/command_table.h"
 #include "simulator/looped_message.h"
 
@@ -146,16 +147,6 @@ CommandResult Signal(ModemState& modem, const AtCommand& command) {
   return Info("+CSQ: " + std::to_string(signal) + (signal == 99 ? ",99" : ",0"));
 }
 
-// The two that have the same characters where our answers have any; UCS2 is left and never entered.
-CommandResult CharacterSet(ModemState& modem, const AtCommand& command) {
-  if (command.kind == Kind::kTest) return Info("+CSCS: (\"GSM\",\"IRA\")");
-  if (command.kind == Kind::kRead) return Info(modem.settings.ucs2 ? "+CSCS: \"UCS2\"" : "+CSCS: \"GSM\"");
-  const std::vector<std::string> values = command.Values();
-  if (values.size() != 1 || (values[0] != "GSM" && values[0] != "IRA")) return EquipmentError(kCmeBadParameter);
-  if (!modem.settings.characterSetStuck) modem.settings.ucs2 = false;
-  return {};
-}
-
 CommandResult Capabilities(ModemState&, const AtCommand&) { return Info("+GCAP: +CGSM"); }
 
 CommandResult Clock(ModemState& modem, const AtCommand& command) {
@@ -273,7 +264,7 @@ constexpr CommandEntry kGeneralCommands[] = {
     {"+CGATT", RunOption},
     {"+CBC", Battery},
     {"+CSQ", Signal},
-    {"+CSCS", CharacterSet},
+    {"+CSCS", SelectCharacterSet},
     {"+CCLK", Clock},
 };
 

@@ -32,23 +32,36 @@ constexpr Extension kExtensions[] = {{u'\f', 0x0A}, {u'^', 0x14}, {u'{', 0x28}, 
 char Octet(unsigned value) { return static_cast<char>(static_cast<unsigned char>(value)); }
 unsigned Value(char octet) { return static_cast<unsigned char>(octet); }
 
+// False when neither table has the character.
+bool Append(std::string& septets, char16_t unit) {
+  constexpr std::size_t kEscapeCode = 0x1B;
+  std::size_t code = kAlphabet.find(unit);
+  if (code == kEscapeCode) code = kAlphabet.find(unit, code + 1);
+  if (code != std::u16string_view::npos) {
+    septets += Octet(static_cast<unsigned>(code));
+    return true;
+  }
+  const auto extension = std::find_if(std::begin(kExtensions), std::end(kExtensions),
+                                      [&](const Extension& each) { return each.character == unit; });
+  if (extension == std::end(kExtensions)) return false;
+  septets += {kGsmEscapeSeptet, extension->code};
+  return true;
+}
+
 }  // namespace
 
 std::optional<std::string> SeptetsFromUtf8(std::string_view text) {
-  constexpr std::size_t kEscapeCode = 0x1B;
   std::string septets;
   for (const char16_t unit : FromUtf8(text)) {
-    std::size_t code = kAlphabet.find(unit);
-    if (code == kEscapeCode) code = kAlphabet.find(unit, code + 1);
-    const auto extension = std::find_if(std::begin(kExtensions), std::end(kExtensions),
-                                        [&](const Extension& each) { return each.character == unit; });
-    if (code != std::u16string_view::npos) {
-      septets += Octet(static_cast<unsigned>(code));
-    } else if (extension != std::end(kExtensions)) {
-      septets += {kGsmEscapeSeptet, extension->code};
-    } else {
-      return std::nullopt;
-    }
+    if (!Append(septets, unit)) return std::nullopt;
+  }
+  return septets;
+}
+
+std::string NearestSeptets(std::string_view text) {
+  std::string septets;
+  for (const char16_t unit : FromUtf8(text)) {
+    if (!Append(septets, unit)) septets += '?';
   }
   return septets;
 }

@@ -13,6 +13,8 @@ inline constexpr char kGsmEscapeSeptet = 0x1B;
 
 // Septets, one per octet, with the escapes of the extension table; nothing when a character is in neither table.
 std::optional<std::string> SeptetsFromUtf8(std::string_view text);
+// The same with "?" in the place of such a character.
+std::string NearestSeptets(std::string_view text);
 // Septets that mean nothing become blanks.
 std::string Utf8FromSeptets(std::string_view septets);
 

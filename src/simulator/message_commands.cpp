@@ -2,6 +2,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "simulator/character_set.h"
 #include "simulator/command_table.h"
 #include "simulator/delivery.h"
 #include "simulator/looped_message.h"

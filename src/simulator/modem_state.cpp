@@ -3,8 +3,6 @@
 #include <algorithm>
 
 #include "simulator/command_table.h"
-#include "simulator/gsm_text.h"
-#include "simulator/looped_message.h"
 
 namespace tavro {
 
@@ -24,6 +22,7 @@ constexpr ErrorName kEquipmentErrors[] = {
     {kCmeSimBusy, "SIM busy"},
     {kCmeWrongPassword, "incorrect password"},
     {kCmeNotFound, "not found"},
+    {kCmeNoNetwork, "no network service"},
     {kCmeBadParameter, "incorrect parameters"},
     {kCmeBusy, "please wait, init or command processing in progress"},
 };
@@ -141,10 +140,6 @@ CommandResult RunOption(ModemState& modem, const AtCommand& command) {
     default:
       return Error();
   }
-}
-
-std::string Quoted(const ModemState& modem, std::string_view text) {
-  return "\"" + (modem.settings.ucs2 ? HexFromOctets(Ucs2FromUtf8(text)) : std::string(text)) + "\"";
 }
 
 }  // namespace tavro

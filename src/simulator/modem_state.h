@@ -40,7 +40,8 @@ inline CommandResult MessageError(int code) { return {CommandResult::Kind::kMess
 
 // Error numbers of 3GPP TS 27.007, 9.2.
 inline constexpr int kCmeNotAllowed = 3, kCmeNotSupported = 4, kCmeNoSim = 10, kCmePinNeeded = 11, kCmePukNeeded = 12,
-                     kCmeSimBusy = 14, kCmeWrongPassword = 16, kCmeNotFound = 22, kCmeBadParameter = 50, kCmeBusy = 515;
+                     kCmeSimBusy = 14, kCmeWrongPassword = 16, kCmeNotFound = 22, kCmeNoNetwork = 30,
+                     kCmeBadParameter = 50, kCmeBusy = 515;
 // Error numbers of 3GPP TS 27.005, 3.2.5.
 inline constexpr int kCmsNotSupported = 303, kCmsBadPdu = 304, kCmsNoSim = 310, kCmsPinNeeded = 311, kCmsSimBusy = 314,
                      kCmsPukNeeded = 316, kCmsBadIndex = 321, kCmsFull = 322, kCmsNoServiceCentre = 330,
@@ -89,9 +90,22 @@ struct ModemState {
   };
   std::optional<Unacknowledged> unacknowledged;
 
+  bool ussdShown = false;                       // AT+CUSD=1
+  std::optional<std::string> ussdSession;       // the codes that led to the menu that waits for a reply
+  std::optional<Events::iterator> ussdPending;  // the answer that is to come
+
   // Lines of the modem's own accord that a command or an event brought about, said behind its answer,
   std::vector<std::string> unsolicited;
   std::vector<std::string> buffered;  // and those that are not said before AT+CNMI allows it
+
+  // AT+CSCS. As long as the settings say so it is UCS2.
+  enum class CharacterSet { kGsm, kIra, kUcs2, kHex };
+  CharacterSet TextSet() const { return settings.ucs2 ? CharacterSet::kUcs2 : otherSet; }
+  void SetTextSet(CharacterSet set) {
+    settings.ucs2 = set == CharacterSet::kUcs2;
+    otherSet = set;
+  }
+  CharacterSet otherSet = CharacterSet::kGsm;
 
   int Option(std::string_view name) const;
   bool IsLocked() const { return !settings.pin.empty() && !pinGiven; }
@@ -110,7 +124,5 @@ struct ModemState {
 
 // Ends the entry that a prompt began.
 CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex);
-// A text of an answer that depends on AT+CSCS, in quotes; the text is in UTF-8.
-std::string Quoted(const ModemState& modem, std::string_view text);
 
 }  // namespace tavro

@@ -11,6 +11,7 @@
 #include "simulator/modem_answer.h"
 #include "simulator/modem_speech.h"
 #include "simulator/modem_state.h"
+#include "simulator/ussd.h"
 
 namespace tavro {
 
@@ -66,6 +67,7 @@ struct SimulatedModem::State {
   void FlushEcho();
   void FlushUnsolicited();
   void RunEvents(std::int64_t untilMs);
+  void MoveTo(std::int64_t nowMs);
   void LoseLine();
 };
 
@@ -125,6 +127,11 @@ void SimulatedModem::State::FlushEcho() {
 void SimulatedModem::State::FlushUnsolicited() {
   for (const std::string& text : modem.unsolicited) speech.AddLineBehind(modem.nowMs, text);
   modem.unsolicited.clear();
+}
+
+void SimulatedModem::State::MoveTo(std::int64_t nowMs) {
+  if (!lineLost) RunEvents(nowMs);
+  modem.nowMs = nowMs;
 }
 
 void SimulatedModem::State::LoseLine() {
@@ -210,8 +217,7 @@ SimulatedModem::~SimulatedModem() = default;
 
 void SimulatedModem::Receive(std::string_view bytes, std::int64_t nowMs) {
   ModemState& modem = state_->modem;
-  if (!state_->lineLost) state_->RunEvents(nowMs);
-  modem.nowMs = nowMs;
+  state_->MoveTo(nowMs);
   if (!state_->hasStarted && !bytes.empty()) {
     state_->hasStarted = true;
     modem.startedMs = nowMs;
@@ -284,8 +290,7 @@ int SimulatedModem::Store(std::string_view pdu, int stat, int location, std::str
 }
 
 int SimulatedModem::Incoming(std::string_view pdu, std::int64_t nowMs) {
-  if (!state_->lineLost) state_->RunEvents(nowMs);
-  state_->modem.nowMs = nowMs;
+  state_->MoveTo(nowMs);
   const int location = ReceiveMessage(state_->modem, pdu);
   state_->FlushUnsolicited();
   return location;
@@ -300,6 +305,12 @@ int SimulatedModem::IncomingText(std::string_view number, std::string_view text,
   const std::vector<std::string> pdus = MakeTextMessage(text, modem.longReference, network);
   for (const std::string& pdu : pdus) Incoming(pdu, nowMs);
   return static_cast<int>(pdus.size());
+}
+
+void SimulatedModem::NetworkUssd(std::string_view text, bool expectsReply, std::int64_t nowMs) {
+  state_->MoveTo(nowMs);
+  if (state_->modem.IsRegistered()) ReceiveUssd(state_->modem, text, expectsReply);
+  state_->FlushUnsolicited();
 }
 
 void SimulatedModem::IncomingWhenFreed(std::string pdu) { state_->modem.waiting.push_back(std::move(pdu)); }

@@ -104,6 +104,9 @@ class SimulatedModem {
   // A text in UTF-8 from a number or an alphanumeric sender, as an SMS-DELIVER in the GSM alphabet or in UCS2, in parts
   // when it is long. Returns the number of parts.
   int IncomingText(std::string_view number, std::string_view text, std::int64_t nowMs);
+  // Supplementary service data that the network sends of its own accord: "+CUSD: 0,"text",15", with 1 when it expects a
+  // reply. Dropped unless AT+CUSD=1 asked for it.
+  void NetworkUssd(std::string_view text, bool expectsReply, std::int64_t nowMs);
   // One that comes as soon as a location becomes free, and takes that one.
   void IncomingWhenFreed(std::string pdu);
   // In the order of their locations.
