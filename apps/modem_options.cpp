@@ -49,6 +49,16 @@ const Setting kSettings[] = {
     {"start-ms", "nothing is heard until so long after the first byte", &ModemSettings::startMs},
     {"sim-busy-commands", "so many commands find the SIM busy at first", &ModemSettings::simBusyCommands},
     {"sim-busy-ms", "the SIM is busy until so long after the first byte", &ModemSettings::simBusyMs},
+    {"report-delay-ms", "milliseconds from a message to the report on it", &ModemSettings::reportDelayMs},
+    {"report-status", "TP-ST of the reports", &ModemSettings::reportStatus},
+    {"reports-foreign", "1; with 0 only messages to the own number get reports", &ModemSettings::reportsForeign},
+    {"acknowledge-ms", "how long the network waits for AT+CNMA", &ModemSettings::acknowledgeMs},
+    {"redeliver-ms", "until it delivers again what was not acknowledged", &ModemSettings::redeliverMs},
+    {"ussd-delay-ms", "from a code (AT+CUSD) to the answer", &ModemSettings::ussdDelayMs},
+    {"ussd-unknown", "4; what +CUSD says to a code that is not known", &ModemSettings::ussdUnknown},
+    {"ussd-error", "codes are refused with this +CME ERROR: 30", &ModemSettings::ussdError},
+    {"ussd-silent", "codes are not answered", &ModemSettings::ussdSilent},
+    {"ussd-form", "text; others are packed (septets) and ucs2, in digits", &ModemSettings::ussdForm},
     {"send-ms", "from a PDU to its result", &ModemSettings::sendMs},
     {"piece-size", "answers come in pieces of so many bytes,", &ModemSettings::pieceSize},
     {"piece-gap-ms", "that are so far apart", &ModemSettings::pieceGapMs},
@@ -248,6 +258,13 @@ void ModemOptions::Describe(CLI::App& app) {
   app.add_option("--set", settings_, "make the modem another one, see below")
       ->type_name("NAME[=VALUE]")
       ->allow_extra_args(false);
+  app.add_option("--ussd", ussd_,
+                 "what the network answers to a code of AT+CUSD; \"*101# 1\" is the reply 1 in the menu *101#")
+      ->type_name("CODE TEXT")
+      ->allow_extra_args(false);
+  app.add_option("--ussd-menu", ussdMenus_, "the same with a text that asks for a reply")
+      ->type_name("CODE TEXT")
+      ->allow_extra_args(false);
   app.add_option("--fault", faults_, "make the modem fail, see below")
       ->type_name("NAME")
       ->allow_extra_args(false)
@@ -278,6 +295,11 @@ ModemSettings ModemOptions::Settings() const {
   settings.latencyMs = latencyMs_;
   settings.echoStuck = keepsEcho_;
   for (const std::string& option : settings_) Set(settings, option);
+  for (const bool isMenu : {false, true}) {
+    for (const auto& [code, text] : isMenu ? ussdMenus_ : ussd_) {
+      settings.ussd.insert(settings.ussd.begin(), {code, Unescaped(text), isMenu});
+    }
+  }
   return settings;
 }
 

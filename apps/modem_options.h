@@ -23,6 +23,6 @@ class ModemOptions {
   std::int64_t latencyMs_ = 0, unsolicitedGapMs_ = 0;
   bool keepsEcho_ = false;
   std::vector<std::string> settings_, faults_, inboxes_, drafts_, waiting_;
-  std::vector<Pair> answers_, answersOnce_, delays_, unsolicited_;
+  std::vector<Pair> answers_, answersOnce_, delays_, unsolicited_, ussd_, ussdMenus_;
   std::string earlier_;
 };

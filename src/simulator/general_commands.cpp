@@ -3,8 +3,9 @@
 #include <cstdlib>
 #include <utility>
 
+#include "simulator/character_set.h"
+#include "simulator/command_table.h"
 #include "simulator/looped_message.h"
-#include "simulator/modem_state.h"
 
 namespace tavro {
 
@@ -146,23 +147,13 @@ CommandResult Signal(ModemState& modem, const AtCommand& command) {
   return Info("+CSQ: " + std::to_string(signal) + (signal == 99 ? ",99" : ",0"));
 }
 
-// The two that have the same characters where our answers have any; UCS2 is left and never entered.
-CommandResult CharacterSet(ModemState& modem, const AtCommand& command) {
-  if (command.kind == Kind::kTest) return Info("+CSCS: (\"GSM\",\"IRA\")");
-  if (command.kind == Kind::kRead) return Info(modem.settings.ucs2 ? "+CSCS: \"UCS2\"" : "+CSCS: \"GSM\"");
-  const std::vector<std::string> values = command.Values();
-  if (values.size() != 1 || (values[0] != "GSM" && values[0] != "IRA")) return EquipmentError(kCmeBadParameter);
-  if (!modem.settings.characterSetStuck) modem.settings.ucs2 = false;
-  return {};
-}
-
 CommandResult Capabilities(ModemState&, const AtCommand&) { return Info("+GCAP: +CGSM"); }
 
 CommandResult Clock(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return {};
   if (command.kind != Kind::kRead) return EquipmentError(kCmeNotSupported);
   const int zone = modem.settings.zoneMinutes, quarters = std::abs(zone) / 15;
-  const std::string swapped = HexFromOctets(TimeStampOctets(modem.Clock(), zone));
+  const std::string swapped = HexFromOctets(TimeStampOctets(modem.NetworkClock(), zone));
   std::string text = "+CCLK: \"";
   for (std::size_t i = 0; i < 6; ++i) {
     text += swapped[2 * i + 1];
@@ -235,12 +226,7 @@ CommandResult Operator(ModemState& modem, const AtCommand& command) {
               Quoted(modem, OperatorName(*current, modem.operatorFormat)));
 }
 
-struct Entry {
-  std::string_view name;
-  CommandHandler handler;
-};
-
-constexpr Entry kGeneralCommands[] = {
+constexpr CommandEntry kGeneralCommands[] = {
     {"E", Echo},
     {"V", [](ModemState& modem, const AtCommand& command) { return Switch(modem.verbose, command); }},
     {"Q", [](ModemState& modem, const AtCommand& command) { return Switch(modem.quiet, command); }},
@@ -278,11 +264,11 @@ constexpr Entry kGeneralCommands[] = {
     {"+CGATT", RunOption},
     {"+CBC", Battery},
     {"+CSQ", Signal},
-    {"+CSCS", CharacterSet},
+    {"+CSCS", SelectCharacterSet},
     {"+CCLK", Clock},
 };
 
-constexpr Entry kSimCommands[] = {
+constexpr CommandEntry kSimCommands[] = {
     {"+CIMI", Identity<&ModemSettings::imsi>},
     {"+CNUM", SubscriberNumber},
     {"+COPS", Operator},
@@ -291,20 +277,9 @@ constexpr Entry kSimCommands[] = {
     {"+CRC", RunOption},
 };
 
-template <std::size_t size>
-CommandHandler Find(const Entry (&entries)[size], std::string_view name) {
-  const auto found = std::find_if(entries, entries + size, [&](const Entry& entry) { return entry.name == name; });
-  return found == entries + size ? nullptr : found->handler;
-}
-
 }  // namespace
 
-CommandHandler FindGeneralCommand(std::string_view name) {
-  // An S register is accepted and means nothing here.
-  if (name.size() > 1 && name[0] == 'S' && name[1] >= '0' && name[1] <= '9') return Nothing;
-  return Find(kGeneralCommands, name);
-}
-
-CommandHandler FindSimCommand(std::string_view name) { return Find(kSimCommands, name); }
+std::span<const CommandEntry> GeneralCommands() { return kGeneralCommands; }
+std::span<const CommandEntry> SimCommands() { return kSimCommands; }
 
 }  // namespace tavro

@@ -1,9 +1,12 @@
-// Messages in parts, as a simulated modem's memory holds them.
+// Texts as a simulated modem's memory holds them, long ones in parts.
 #pragma once
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
+
+#include "simulator/looped_message.h"
 
 namespace tavro {
 
@@ -17,5 +20,9 @@ struct LongMessage {
 
 // The SMS-DELIVER of each part, as hexadecimal digits with the service centre field in front.
 std::vector<std::string> MakeLongMessage(const LongMessage& message);
+
+// The same of a text in UTF-8, in the GSM alphabet when it has every character and in UCS2 otherwise. A text that is
+// too long for one message is cut into parts with this reference (8 bits); beyond 255 parts it ends.
+std::vector<std::string> MakeTextMessage(std::string_view text, int reference, const NetworkView& network);
 
 }  // namespace tavro

@@ -4,12 +4,16 @@
 #include <chrono>
 #include <cstdlib>
 
+#include "simulator/gsm_text.h"
+#include "simulator/octet_reader.h"
+
 namespace tavro {
 
 namespace {
 
 constexpr std::size_t kMaxUserData = 140;
-constexpr int kInternational = 0x91, kUnknownType = 0x81;
+constexpr int kInternational = 0x91, kUnknownType = 0x81, kAlphanumeric = 0xD0;
+constexpr std::size_t kLongestName = 11;  // septets
 
 int HexDigit(char digit) {
   if (digit >= '0' && digit <= '9') return digit - '0';
@@ -21,21 +25,16 @@ int HexDigit(char digit) {
 std::uint8_t Octet(char character) { return static_cast<std::uint8_t>(character); }
 char Character(int octet) { return static_cast<char>(static_cast<std::uint8_t>(octet)); }
 
+constexpr std::string_view kDigits = "0123456789*#abc";  // 9.1.2.3
+
 // Type of address and digits.
 std::string NumberOctets(std::string_view number) {
   const bool international = number.starts_with('+');
   if (international) number.remove_prefix(1);
   std::string octets(1, Character(international ? kInternational : kUnknownType));
-  for (std::size_t i = 0; i < number.size(); i += 2) {
-    const int low = number[i] - '0', high = i + 1 < number.size() ? number[i + 1] - '0' : 15;
-    octets += Character(high << 4 | low);
-  }
+  const auto digit = [&](std::size_t i) { return i < number.size() ? static_cast<int>(kDigits.find(number[i])) : 15; };
+  for (std::size_t i = 0; i < number.size(); i += 2) octets += Character(digit(i + 1) << 4 | digit(i));
   return octets;
-}
-
-std::string AddressField(std::string_view number) {
-  const std::size_t digits = number.size() - (number.starts_with('+') ? 1 : 0);
-  return Character(static_cast<int>(digits)) + NumberOctets(number);
 }
 
 std::string ServiceCentreField(const SubmittedMessage& message, const NetworkView& network) {
@@ -44,51 +43,6 @@ std::string ServiceCentreField(const SubmittedMessage& message, const NetworkVie
   const std::string octets = NumberOctets(network.serviceCentre);
   return Character(static_cast<int>(octets.size())) + octets;
 }
-
-bool HasSeptets(std::uint8_t coding) {
-  switch (coding >> 4) {
-    case 0:
-    case 1:
-    case 4:
-    case 5:  // general; the compressed groups count octets
-      return (coding & 0x0C) == 0 || (coding & 0x0C) == 0x0C;
-    case 2:
-    case 3:
-    case 6:
-    case 7:
-    case 14:
-      return false;
-    case 15:
-      return (coding & 0x04) == 0;
-    default:
-      return true;
-  }
-}
-
-// Takes fields from the front of a PDU; `failed` once it was too short.
-class Reader {
- public:
-  explicit Reader(std::string_view octets) : rest_(octets) {}
-  std::string Take(std::size_t count) {
-    if (count > rest_.size()) {
-      failed_ = true;
-      count = rest_.size();
-    }
-    const std::string taken(rest_.substr(0, count));
-    rest_.remove_prefix(count);
-    return taken;
-  }
-  std::uint8_t TakeOctet() {
-    const std::string taken = Take(1);
-    return taken.empty() ? std::uint8_t{0} : Octet(taken[0]);
-  }
-  std::uint8_t Peek() const { return rest_.empty() ? std::uint8_t{0} : Octet(rest_[0]); }
-  bool EndsHere() const { return !failed_ && rest_.empty(); }
-
- private:
-  std::string_view rest_;
-  bool failed_ = false;
-};
 
 }  // namespace
 
@@ -121,6 +75,26 @@ int TpduLength(std::string_view pduHex) {
   return std::max(0, static_cast<int>(pduHex.size() / 2) - 1 - serviceCentre);
 }
 
+bool HasSeptets(std::uint8_t coding) {
+  switch (coding >> 4) {
+    case 0:
+    case 1:
+    case 4:
+    case 5:  // general; the compressed groups count octets
+      return (coding & 0x0C) == 0 || (coding & 0x0C) == 0x0C;
+    case 2:
+    case 3:
+    case 6:
+    case 7:
+    case 14:
+      return false;
+    case 15:
+      return (coding & 0x04) == 0;
+    default:
+      return true;
+  }
+}
+
 std::string TimeStampOctets(std::int64_t wallClockMs, int zoneMinutes) {
   using namespace std::chrono;
   const auto local = floor<seconds>(sys_time<milliseconds>(milliseconds(wallClockMs)) + minutes(zoneMinutes));
@@ -140,21 +114,38 @@ std::string TimeStampOctets(std::int64_t wallClockMs, int zoneMinutes) {
   return octets;
 }
 
-std::string SubmittedMessage::DestinationNumber() const {
-  const int type = Octet(destination[1]) >> 4 & 7;
-  if (type == 5) return {};  // alphanumeric
+std::string AddressField(std::string_view number) {
+  std::string_view digits = number;
+  if (digits.starts_with('+')) digits.remove_prefix(1);
+  if (digits.find_first_not_of(kDigits) == std::string_view::npos) {
+    return Character(static_cast<int>(digits.size())) + NumberOctets(number);
+  }
+  const std::string septets = SeptetsFromUtf8(number).value_or("?").substr(0, kLongestName);
+  const auto semiOctets = static_cast<int>((septets.size() * 7 + 3) / 4);  // that are used
+  return std::string{Character(semiOctets), Character(kAlphanumeric)} + PackSeptets(septets);
+}
+
+std::string AddressText(std::string_view field) {
+  const std::uint8_t length = Octet(field[0]);
+  const int type = Octet(field[1]) >> 4 & 7;
+  if (type == 5) return Utf8FromSeptets(UnpackSeptets(field.substr(2), std::size_t{length} * 4 / 7));
   std::string number = type == 1 ? "+" : "";
-  for (int i = 0; i < Octet(destination[0]); ++i) {
-    const std::uint8_t pair = Octet(destination[2 + static_cast<std::size_t>(i) / 2]);
-    number += "0123456789*#abc?"[i % 2 == 0 ? pair & 15 : pair >> 4];
+  for (std::size_t i = 0; i < length; ++i) {
+    const int pair = Octet(field[2 + i / 2]), digit = i % 2 == 0 ? pair & 15 : pair >> 4;
+    number += digit < 15 ? kDigits[static_cast<std::size_t>(digit)] : '?';
   }
   return number;
+}
+
+std::string SubmittedMessage::DestinationNumber() const {
+  constexpr int kTypeMask = 0x70;
+  return (Octet(destination[1]) & kTypeMask) == (kAlphanumeric & kTypeMask) ? "" : AddressText(destination);
 }
 
 std::optional<SubmittedMessage> ParseSubmit(std::string_view pdu) {
   constexpr std::size_t kValidityOctets[] = {0, 7, 1, 7};  // by the format bits 4 and 3
   SubmittedMessage message;
-  Reader reader(pdu);
+  OctetReader reader(pdu);
   message.serviceCentre = reader.Take(std::size_t{1} + reader.Peek());
   if (message.serviceCentre.size() == 1) message.serviceCentre.clear();
   message.firstOctet = reader.TakeOctet();
@@ -183,14 +174,14 @@ std::string MakeDeliver(const SubmittedMessage& message, const NetworkView& netw
   return HexFromOctets(pdu);
 }
 
-std::string MakeStatusReport(const SubmittedMessage& message, int reference, const NetworkView& network) {
+std::string MakeStatusReport(const SubmittedMessage& message, const Delivery& delivery, const NetworkView& network) {
   std::string pdu = ServiceCentreField(message, network);
   pdu += Character(0x06);  // SMS-STATUS-REPORT, no more messages wait
-  pdu += Character(reference);
+  pdu += Character(delivery.reference);
   pdu += message.destination;
   pdu += network.timeStamp;
-  pdu += network.timeStamp;
-  pdu += Character(0);  // received by the other side
+  pdu += delivery.timeStamp;
+  pdu += Character(delivery.status);
   return HexFromOctets(pdu);
 }
 

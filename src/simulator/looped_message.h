@@ -27,6 +27,14 @@ int TpduLength(std::string_view pduHex);
 // A service centre time stamp (9.2.3.11) of a time in milliseconds since 1970-01-01 00:00 UTC.
 std::string TimeStampOctets(std::int64_t wallClockMs, int zoneMinutes);
 
+// An address field of 9.1.2.5. What is no number ("+", digits, "*", "#") is a name of at most 11 characters.
+std::string AddressField(std::string_view number);
+// Its number, "+" in front when international, or name, in UTF-8. The field must be complete.
+std::string AddressText(std::string_view field);
+
+// Whether the user data of this TP-DCS is in septets.
+bool HasSeptets(std::uint8_t coding);
+
 struct SubmittedMessage {
   std::string serviceCentre;  // the whole field; empty when it names none
   std::uint8_t firstOctet = 0;
@@ -48,9 +56,16 @@ struct NetworkView {
   std::string timeStamp;      // octets
 };
 
+// What became of a message that was sent.
+struct Delivery {
+  int reference = 0;
+  std::string timeStamp;  // octets
+  int status = 0;         // TP-ST
+};
+
 // The stored PDUs, as hexadecimal digits.
 std::string MakeDeliver(const SubmittedMessage& message, const NetworkView& network);
-std::string MakeStatusReport(const SubmittedMessage& message, int reference, const NetworkView& network);
+std::string MakeStatusReport(const SubmittedMessage& message, const Delivery& delivery, const NetworkView& network);
 
 // Whether a number that was dialled reaches the subscriber: the same digits, or the national form of an international
 // one.

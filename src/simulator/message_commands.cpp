@@ -2,8 +2,10 @@
 #include <algorithm>
 #include <utility>
 
+#include "simulator/character_set.h"
+#include "simulator/command_table.h"
+#include "simulator/delivery.h"
 #include "simulator/looped_message.h"
-#include "simulator/modem_state.h"
 
 namespace tavro {
 
@@ -17,12 +19,6 @@ constexpr std::string_view kMemories = "(\"SM\",\"ME\",\"MT\")";
 CommandResult Format(ModemState& modem, const AtCommand& command) {
   CommandResult result = RunOption(modem, command);
   return result.kind == CommandResult::Kind::kOk ? result : MessageError(kCmsNotSupported);
-}
-
-CommandResult Service(ModemState&, const AtCommand& command) {
-  if (command.kind == Kind::kTest) return Info("+CSMS: (0)");
-  if (command.kind == Kind::kRead) return Info("+CSMS: 0,1,1,1");
-  return command.Number() == 0 ? Info("+CSMS: 1,1,1") : MessageError(kCmsNotSupported);
 }
 
 bool IsNumber(std::string_view number) {
@@ -41,29 +37,6 @@ CommandResult ServiceCentre(ModemState& modem, const AtCommand& command) {
   if (command.kind != Kind::kSet || !IsNumber(values[0])) return MessageError(kCmsBadPdu);
   number = values[0];
   if (command.Number(1) == 145 && !number.starts_with('+')) number.insert(0, "+");
-  return {};
-}
-
-CommandResult Indications(ModemState& modem, const AtCommand& command) {
-  // Messages and reports are stored and announced, or stored only; none is given to the application directly.
-  constexpr std::string_view kAllowed[] = {"0123", "01", "0", "02", "01"};
-  if (command.kind == Kind::kTest) return Info("+CNMI: (0-3),(0,1),(0),(0,2),(0,1)");
-  if (command.kind == Kind::kRead) {
-    std::string text = "+CNMI: ";
-    for (const int value : modem.indications) text += std::to_string(value) + ",";
-    text.pop_back();
-    return Info(text);
-  }
-  const std::vector<std::string> values = command.Values();
-  if (command.kind != Kind::kSet || values.size() > modem.indications.size()) return MessageError(kCmsNotSupported);
-  std::array<int, 5> wanted{};  // what is not named is 0
-  for (std::size_t i = 0; i < values.size(); ++i) {
-    if (values[i].empty()) continue;
-    if (values[i].size() != 1 || kAllowed[i].find(values[i][0]) == std::string_view::npos)
-      return MessageError(kCmsNotSupported);
-    wanted[i] = values[i][0] - '0';
-  }
-  modem.indications = wanted;
   return {};
 }
 
@@ -195,11 +168,11 @@ CommandResult Send(ModemState& modem, std::string_view pduHex, std::string_view 
   const int reference = modem.nextReference;
   modem.nextReference = (reference + 1) & 255;
   const NetworkView network{settings.serviceCentre, settings.ownNumber,
-                            TimeStampOctets(modem.Clock(), settings.zoneMinutes)};
-  if (IsSameSubscriber(message->DestinationNumber(), settings.ownNumber)) {
-    ReceiveMessage(modem, MakeDeliver(*message, network));
-  }
-  if (message->WantsReport()) ReceiveMessage(modem, MakeStatusReport(*message, reference, network));
+                            TimeStampOctets(modem.NetworkClock(), settings.zoneMinutes)};
+  const bool comesBack = IsSameSubscriber(message->DestinationNumber(), settings.ownNumber);
+  if (comesBack) ReceiveMessage(modem, MakeDeliver(*message, network));
+  if (message->WantsReport() && (comesBack || settings.reportsForeign))
+    ReportLater(modem, *message, reference, network);
   return Info(std::string(answer) + std::to_string(reference));
 }
 
@@ -213,44 +186,27 @@ CommandResult SendStored(ModemState& modem, const AtCommand& command) {
   return result;
 }
 
-struct Entry {
-  std::string_view name;
-  CommandHandler handler;
-};
-
-constexpr Entry kMessageCommands[] = {
-    {"+CMGF", Format},      {"+CSDH", Format},         {"+CSMS", Service},    {"+CSCA", ServiceCentre},
-    {"+CNMI", Indications}, {"+CPMS", SelectMemories}, {"+CMGL", List},       {"+CMGR", Read},
-    {"+CMGD", Delete},      {"+CMGS", BeginEntry},     {"+CMGW", BeginEntry}, {"+CMSS", SendStored},
+constexpr CommandEntry kMessageCommands[] = {
+    {"+CMGF", Format}, {"+CSDH", Format}, {"+CSCA", ServiceCentre}, {"+CPMS", SelectMemories}, {"+CMGL", List},
+    {"+CMGR", Read},   {"+CMGD", Delete}, {"+CMGS", BeginEntry},    {"+CMGW", BeginEntry},     {"+CMSS", SendStored},
 };
 
 }  // namespace
 
-CommandHandler FindMessageCommand(std::string_view name) {
-  const auto found = std::find_if(std::begin(kMessageCommands), std::end(kMessageCommands),
-                                  [&](const Entry& entry) { return entry.name == name; });
-  return found == std::end(kMessageCommands) ? nullptr : found->handler;
-}
+std::span<const CommandEntry> MessageCommands() { return kMessageCommands; }
 
 CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex) {
   if (entry == ModemState::Entry::kUnexpected) return Error();
-  if (!OctetsFromHex(pduHex) || TpduLength(pduHex) != modem.entryLength) return MessageError(kCmsBadPdu);
+  const bool isAcknowledgement = entry == ModemState::Entry::kAcknowledge || entry == ModemState::Entry::kRefuse;
+  const int length = isAcknowledgement ? static_cast<int>(pduHex.size() / 2) : TpduLength(pduHex);
+  if (!OctetsFromHex(pduHex) || length != modem.entryLength) return MessageError(kCmsBadPdu);
   if (entry == ModemState::Entry::kSend) return Send(modem, pduHex, "+CMGS: ");
+  if (isAcknowledgement) {
+    const bool isTaken = entry == ModemState::Entry::kAcknowledge;
+    return Acknowledge(modem, isTaken) ? CommandResult{} : MessageError(kCmsNothingToAcknowledge);
+  }
   const int location = modem.store.Put(modem.memories[1], pduHex, modem.entryStat);
   return location == 0 ? MessageError(kCmsFull) : Info("+CMGW: " + std::to_string(location));
-}
-
-int ReceiveMessage(ModemState& modem, std::string_view pduHex, int location) {
-  const std::optional<std::string> octets = OctetsFromHex(pduHex);
-  const std::size_t serviceCentre = octets && !octets->empty() ? static_cast<std::uint8_t>((*octets)[0]) : 0;
-  const bool isReport = octets && octets->size() > serviceCentre + 1 && ((*octets)[serviceCentre + 1] & 3) == 2;
-  location = modem.store.Put(modem.memories[2], pduHex, 0, location);
-  const bool announced = modem.indications[0] != 0 && modem.indications[isReport ? 3 : 1] != 0;
-  if (location != 0 && announced) {
-    modem.unsolicited.push_back((isReport ? "+CDSI: \"" : "+CMTI: \"") + modem.memories[2] + "\"," +
-                                std::to_string(location));
-  }
-  return location;
 }
 
 }  // namespace tavro

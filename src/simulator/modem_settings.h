@@ -13,6 +13,13 @@ struct NetworkOperator {
   std::string longName, shortName, number;
 };
 
+// What the network answers to a code of AT+CUSD. A reply in a menu has the codes that led there in front of its own,
+// with blanks between: "*101# 1".
+struct UssdAnswer {
+  std::string code, text;  // UTF-8
+  bool expectsReply = false;
+};
+
 // May be changed at any time; the modem reads a value when it needs it.
 struct ModemSettings {
   std::string manufacturer = "Simulated";
@@ -50,6 +57,22 @@ struct ModemSettings {
   // zone that time stamps are given in, minutes from UTC in steps of 15.
   std::int64_t clockMs = 1709647629000;
   int zoneMinutes = 0;
+
+  // What the network does.
+  std::int64_t reportDelayMs = 0;      // from a message to the report on it
+  int reportStatus = 0;                // TP-ST (3GPP TS 23.040, 9.2.3.15)
+  bool reportsForeign = true;          // there are reports on messages to other numbers too
+  std::int64_t acknowledgeMs = 15000;  // with AT+CSMS=1: how long it waits for AT+CNMA
+  std::int64_t redeliverMs = 60000;    // until it delivers again what was refused or not acknowledged
+  std::vector<UssdAnswer> ussd = {{"*100#", "Balance: 12.34 EUR"},
+                                  {"*101#", "1 Tariff\n2 Data left", true},
+                                  {"*101# 1", "Your tariff: Tavro S"},
+                                  {"*101# 2", "Data left: 1.5 GB"}};
+  std::int64_t ussdDelayMs = 0;   // from a code to the answer
+  int ussdUnknown = 4;            // <m> of +CUSD for another code: 2 terminated, 4 not supported
+  int ussdError = 0;              // other than 0: codes are refused with this +CME ERROR
+  bool ussdSilent = false;        // nothing comes back
+  std::string ussdForm = "text";  // of codes and answers: "text", "packed" septets or "ucs2", in hexadecimal digits
 
   // How it starts; times count from the first byte that it is sent.
   int deafCommands = 0;      // so many command lines are lost at first, their echo too: the modem learns the baud rate

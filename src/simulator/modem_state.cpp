@@ -2,8 +2,7 @@
 
 #include <algorithm>
 
-#include "platform/utf8.h"
-#include "simulator/looped_message.h"
+#include "simulator/command_table.h"
 
 namespace tavro {
 
@@ -23,6 +22,7 @@ constexpr ErrorName kEquipmentErrors[] = {
     {kCmeSimBusy, "SIM busy"},
     {kCmeWrongPassword, "incorrect password"},
     {kCmeNotFound, "not found"},
+    {kCmeNoNetwork, "no network service"},
     {kCmeBadParameter, "incorrect parameters"},
     {kCmeBusy, "please wait, init or command processing in progress"},
 };
@@ -37,6 +37,7 @@ constexpr ErrorName kMessageErrors[] = {
     {kCmsFull, "memory full"},
     {kCmsNoServiceCentre, "SMSC address unknown"},
     {kCmsNoNetwork, "no network service"},
+    {kCmsNothingToAcknowledge, "no +CNMA acknowledgement expected"},
 };
 
 template <std::size_t size>
@@ -99,6 +100,16 @@ bool ModemState::IsRegistered() const {
   });
 }
 
+ModemState::Events::iterator ModemState::At(std::int64_t ms, std::function<void(ModemState&)> action) {
+  return events.emplace(ms, std::move(action));
+}
+
+void ModemState::RunNextEvent() {
+  auto event = events.extract(events.begin());
+  nowMs = std::max(nowMs, event.key());
+  event.mapped()(*this);
+}
+
 bool ModemState::FindsSimBusy() {
   if (settings.simBusyCommands > 0) {
     --settings.simBusyCommands;
@@ -113,7 +124,6 @@ void ModemState::Reset() {
   options.clear();
 }
 
-// A command that does nothing but keep a number.
 CommandResult RunOption(ModemState& modem, const AtCommand& command) {
   const NumberOption& option = *FindOption(command.name);
   switch (command.kind) {
@@ -130,32 +140,6 @@ CommandResult RunOption(ModemState& modem, const AtCommand& command) {
     default:
       return Error();
   }
-}
-
-std::string Quoted(const ModemState& modem, std::string_view text) {
-  if (!modem.settings.ucs2) return "\"" + std::string(text) + "\"";
-  std::string octets;
-  for (const char16_t unit : FromUtf8(text)) octets.append({static_cast<char>(unit >> 8), static_cast<char>(unit)});
-  return "\"" + HexFromOctets(octets) + "\"";
-}
-
-CommandResult RunCommand(ModemState& modem, const AtCommand& command) {
-  if (const CommandHandler handler = FindGeneralCommand(command.name)) return handler(modem, command);
-  const ModemSettings& settings = modem.settings;
-  const bool needsPuk = modem.IsLocked() && settings.pinAttempts <= 0;
-  if (const CommandHandler handler = FindSimCommand(command.name)) {
-    if (!settings.simPresent) return EquipmentError(kCmeNoSim);
-    if (modem.FindsSimBusy()) return EquipmentError(kCmeSimBusy);
-    if (modem.IsLocked()) return EquipmentError(needsPuk ? kCmePukNeeded : kCmePinNeeded);
-    return handler(modem, command);
-  }
-  if (const CommandHandler handler = FindMessageCommand(command.name)) {
-    if (!settings.simPresent) return MessageError(kCmsNoSim);
-    if (modem.FindsSimBusy()) return MessageError(kCmsSimBusy);
-    if (modem.IsLocked()) return MessageError(needsPuk ? kCmsPukNeeded : kCmsPinNeeded);
-    return handler(modem, command);
-  }
-  return Error();
 }
 
 }  // namespace tavro

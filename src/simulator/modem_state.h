@@ -4,6 +4,7 @@
 #include <array>
 #include <cstdint>
 #include <deque>
+#include <functional>
 #include <map>
 #include <optional>
 #include <string>
@@ -39,11 +40,12 @@ inline CommandResult MessageError(int code) { return {CommandResult::Kind::kMess
 
 // Error numbers of 3GPP TS 27.007, 9.2.
 inline constexpr int kCmeNotAllowed = 3, kCmeNotSupported = 4, kCmeNoSim = 10, kCmePinNeeded = 11, kCmePukNeeded = 12,
-                     kCmeSimBusy = 14, kCmeWrongPassword = 16, kCmeNotFound = 22, kCmeBadParameter = 50, kCmeBusy = 515;
+                     kCmeSimBusy = 14, kCmeWrongPassword = 16, kCmeNotFound = 22, kCmeNoNetwork = 30,
+                     kCmeBadParameter = 50, kCmeBusy = 515;
 // Error numbers of 3GPP TS 27.005, 3.2.5.
 inline constexpr int kCmsNotSupported = 303, kCmsBadPdu = 304, kCmsNoSim = 310, kCmsPinNeeded = 311, kCmsSimBusy = 314,
                      kCmsPukNeeded = 316, kCmsBadIndex = 321, kCmsFull = 322, kCmsNoServiceCentre = 330,
-                     kCmsNoNetwork = 331;
+                     kCmsNoNetwork = 331, kCmsNothingToAcknowledge = 340;
 // The text of an error number, for AT+CMEE=2.
 std::string_view EquipmentErrorText(int code);
 std::string_view MessageErrorText(int code);
@@ -64,19 +66,46 @@ struct ModemState {
   // How many queries were answered, by command.
   std::map<std::string, std::size_t, std::less<>> registrationQueries;
   std::map<std::string, int, std::less<>> options;  // values of commands that do nothing but keep a number
-  std::array<int, 5> indications{};                 // AT+CNMI
+  std::array<int, 5> indications{};                 // AT+CNMI: mode, mt, bm, ds, bfr
+  int service = 0;                                  // AT+CSMS
   std::array<std::string, 3> memories{"SM", "SM", "SM"};
   int nextReference;
+  int longReference = 0;  // of the last text from the network
 
   // The command whose PDU is awaited; kUnexpected behind a prompt that a test made another command answer with.
-  enum class Entry { kNone, kSend, kWrite, kUnexpected };
+  enum class Entry { kNone, kSend, kWrite, kAcknowledge, kRefuse, kUnexpected };
   Entry entry = Entry::kNone;
   int entryLength = 0, entryStat = 0;
 
-  std::deque<std::string> waiting;  // messages of the network that come when a location becomes free
+  // What is to happen in the network, by its time.
+  using Events = std::multimap<std::int64_t, std::function<void(ModemState&)>>;
+  Events events;
 
-  // Lines of the modem's own accord that a command brought about, said behind its answer.
+  std::deque<std::string> waiting;  // messages of the network that come when a location becomes free
+  std::deque<std::string> held;     // and those that come as soon as the modem can take them
+  // The message that was given to the application and that AT+CNMA has to acknowledge.
+  struct Unacknowledged {
+    std::string pdu;
+    Events::iterator timeOut;
+  };
+  std::optional<Unacknowledged> unacknowledged;
+
+  bool ussdShown = false;                       // AT+CUSD=1
+  std::optional<std::string> ussdSession;       // the codes that led to the menu that waits for a reply
+  std::optional<Events::iterator> ussdPending;  // the answer that is to come
+
+  // Lines of the modem's own accord that a command or an event brought about, said behind its answer,
   std::vector<std::string> unsolicited;
+  std::vector<std::string> buffered;  // and those that are not said before AT+CNMI allows it
+
+  // AT+CSCS. As long as the settings say so it is UCS2.
+  enum class CharacterSet { kGsm, kIra, kUcs2, kHex };
+  CharacterSet TextSet() const { return settings.ucs2 ? CharacterSet::kUcs2 : otherSet; }
+  void SetTextSet(CharacterSet set) {
+    settings.ucs2 = set == CharacterSet::kUcs2;
+    otherSet = set;
+  }
+  CharacterSet otherSet = CharacterSet::kGsm;
 
   int Option(std::string_view name) const;
   bool IsLocked() const { return !settings.pin.empty() && !pinGiven; }
@@ -85,26 +114,15 @@ struct ModemState {
   int Registration(std::string_view command) const;
   // For messages at least, in any domain.
   bool IsRegistered() const;
-  std::int64_t Clock() const { return settings.clockMs + nowMs; }
+  std::int64_t NetworkClock() const { return settings.clockMs + nowMs; }
+  Events::iterator At(std::int64_t ms, std::function<void(ModemState&)> action);
+  void RunNextEvent();
   // Whether this command, which needs the SIM, finds it busy.
   bool FindsSimBusy();
   void Reset();
 };
 
-CommandResult RunCommand(ModemState& modem, const AtCommand& command);
 // Ends the entry that a prompt began.
 CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex);
-// A message from the network, at the first free location or this one; its location, 0 when the memory is full.
-int ReceiveMessage(ModemState& modem, std::string_view pduHex, int location = 0);
-// A text of an answer that depends on AT+CSCS, in quotes; the text is in UTF-8.
-std::string Quoted(const ModemState& modem, std::string_view text);
-
-// The handlers, by command name; null when the name is none of theirs.
-using CommandHandler = CommandResult (*)(ModemState& modem, const AtCommand& command);
-// One that does nothing but keep a number.
-CommandResult RunOption(ModemState& modem, const AtCommand& command);
-CommandHandler FindGeneralCommand(std::string_view name);
-CommandHandler FindSimCommand(std::string_view name);      // those refused while the SIM is locked
-CommandHandler FindMessageCommand(std::string_view name);  // 3GPP TS 27.005
 
 }  // namespace tavro

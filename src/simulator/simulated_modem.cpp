@@ -5,9 +5,13 @@
 
 #include "simulator/at_command.h"
 #include "simulator/command_pattern.h"
+#include "simulator/command_table.h"
+#include "simulator/delivery.h"
+#include "simulator/long_message.h"
 #include "simulator/modem_answer.h"
 #include "simulator/modem_speech.h"
 #include "simulator/modem_state.h"
+#include "simulator/ussd.h"
 
 namespace tavro {
 
@@ -62,6 +66,8 @@ struct SimulatedModem::State {
   void Reply(std::vector<Rule>& rules, std::string_view command, Execute execute);
   void FlushEcho();
   void FlushUnsolicited();
+  void RunEvents(std::int64_t untilMs);
+  void MoveTo(std::int64_t nowMs);
   void LoseLine();
 };
 
@@ -99,7 +105,17 @@ void SimulatedModem::State::Reply(std::vector<Rule>& rules, std::string_view com
   }
   if (command == kPdu) reply.delayMs += modem.settings.sendMs;
   speech.Answer(command, reply, std::move(own), modem.nowMs);
+  DeliverHeld(modem);
   FlushUnsolicited();
+}
+
+// What happens in the network until then.
+void SimulatedModem::State::RunEvents(std::int64_t untilMs) {
+  while (!modem.events.empty() && modem.events.begin()->first <= untilMs) {
+    modem.RunNextEvent();
+    DeliverHeld(modem);
+    FlushUnsolicited();
+  }
 }
 
 void SimulatedModem::State::FlushEcho() {
@@ -111,6 +127,11 @@ void SimulatedModem::State::FlushEcho() {
 void SimulatedModem::State::FlushUnsolicited() {
   for (const std::string& text : modem.unsolicited) speech.AddLineBehind(modem.nowMs, text);
   modem.unsolicited.clear();
+}
+
+void SimulatedModem::State::MoveTo(std::int64_t nowMs) {
+  if (!lineLost) RunEvents(nowMs);
+  modem.nowMs = nowMs;
 }
 
 void SimulatedModem::State::LoseLine() {
@@ -196,7 +217,7 @@ SimulatedModem::~SimulatedModem() = default;
 
 void SimulatedModem::Receive(std::string_view bytes, std::int64_t nowMs) {
   ModemState& modem = state_->modem;
-  modem.nowMs = nowMs;
+  state_->MoveTo(nowMs);
   if (!state_->hasStarted && !bytes.empty()) {
     state_->hasStarted = true;
     modem.startedMs = nowMs;
@@ -205,11 +226,16 @@ void SimulatedModem::Receive(std::string_view bytes, std::int64_t nowMs) {
 }
 
 std::optional<std::int64_t> SimulatedModem::NextOutput() const {
-  return state_->lineLost ? std::nullopt : state_->speech.Next();
+  if (state_->lineLost) return std::nullopt;
+  const std::optional<std::int64_t> output = state_->speech.Next();
+  const ModemState::Events& events = state_->modem.events;
+  if (events.empty()) return output;
+  return std::min(output.value_or(events.begin()->first), events.begin()->first);
 }
 
 std::string SimulatedModem::TakeOutput(std::int64_t nowMs) {
   if (state_->lineLost) return {};
+  state_->RunEvents(nowMs);
   bool loses = false;
   std::string bytes = state_->speech.Take(nowMs, loses);
   if (loses) state_->LoseLine();
@@ -264,10 +290,27 @@ int SimulatedModem::Store(std::string_view pdu, int stat, int location, std::str
 }
 
 int SimulatedModem::Incoming(std::string_view pdu, std::int64_t nowMs) {
-  state_->modem.nowMs = nowMs;
+  state_->MoveTo(nowMs);
   const int location = ReceiveMessage(state_->modem, pdu);
   state_->FlushUnsolicited();
   return location;
+}
+
+int SimulatedModem::IncomingText(std::string_view number, std::string_view text, std::int64_t nowMs) {
+  ModemState& modem = state_->modem;
+  const ModemSettings& settings = modem.settings;
+  const NetworkView network{settings.serviceCentre, std::string(number),
+                            TimeStampOctets(settings.clockMs + nowMs, settings.zoneMinutes)};
+  modem.longReference = (modem.longReference + 1) & 255;
+  const std::vector<std::string> pdus = MakeTextMessage(text, modem.longReference, network);
+  for (const std::string& pdu : pdus) Incoming(pdu, nowMs);
+  return static_cast<int>(pdus.size());
+}
+
+void SimulatedModem::NetworkUssd(std::string_view text, bool expectsReply, std::int64_t nowMs) {
+  state_->MoveTo(nowMs);
+  if (state_->modem.IsRegistered()) ReceiveUssd(state_->modem, text, expectsReply);
+  state_->FlushUnsolicited();
 }
 
 void SimulatedModem::IncomingWhenFreed(std::string pdu) { state_->modem.waiting.push_back(std::move(pdu)); }

@@ -44,7 +44,7 @@ class SimulatedModem {
   // The line. Times never go back.
 
   void Receive(std::string_view bytes, std::int64_t nowMs);
-  // When the next bytes are due; nothing while the modem has nothing to say.
+  // When the next bytes are due, or something in the network that may bring some; nothing while nothing is to come.
   std::optional<std::int64_t> NextOutput() const;
   // All that is due by then, "" when nothing is.
   std::string TakeOutput(std::int64_t nowMs);
@@ -97,9 +97,16 @@ class SimulatedModem {
   // Puts a message there as it is, valid or not. With location 0 it takes the first free one; another replaces what is
   // there. Returns the location, 0 when the memory is full.
   int Store(std::string_view pdu, int stat = 0, int location = 0, std::string_view memory = "SM");
-  // An SMS-DELIVER or SMS-STATUS-REPORT from the network: stored where the modem receives into, and announced when
-  // AT+CNMI asked for it. Returns the location, 0 when the memory is full.
+  // An SMS-DELIVER or SMS-STATUS-REPORT from the network: stored where the modem receives into and announced, or given
+  // to the application directly, as AT+CNMI has it. Returns the location; 0 when it is not stored: it was given
+  // directly, or it waits in the network until the modem can take it, the memory being full perhaps.
   int Incoming(std::string_view pdu, std::int64_t nowMs);
+  // A text in UTF-8 from a number or an alphanumeric sender, as an SMS-DELIVER in the GSM alphabet or in UCS2, in parts
+  // when it is long. Returns the number of parts.
+  int IncomingText(std::string_view number, std::string_view text, std::int64_t nowMs);
+  // Supplementary service data that the network sends of its own accord: "+CUSD: 0,"text",15", with 1 when it expects a
+  // reply. Dropped unless AT+CUSD=1 asked for it.
+  void NetworkUssd(std::string_view text, bool expectsReply, std::int64_t nowMs);
   // One that comes as soon as a location becomes free, and takes that one.
   void IncomingWhenFreed(std::string pdu);
   // In the order of their locations.

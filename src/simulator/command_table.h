@@ -1,0 +1,29 @@
+// The commands that a simulated modem knows, by their names.
+#pragma once
+
+#include <span>
+#include <string>
+#include <string_view>
+
+#include "simulator/modem_state.h"
+
+namespace tavro {
+
+struct CommandEntry {
+  std::string_view name;
+  CommandResult (*handler)(ModemState& modem, const AtCommand& command);
+};
+
+// Those that need no SIM, ITU-T V.250 and 3GPP TS 27.007.
+std::span<const CommandEntry> GeneralCommands();
+// Those refused while the SIM is locked.
+std::span<const CommandEntry> SimCommands();
+// The same of 3GPP TS 27.005, with errors of their own.
+std::span<const CommandEntry> MessageCommands();
+std::span<const CommandEntry> IndicationCommands();
+
+CommandResult RunCommand(ModemState& modem, const AtCommand& command);
+// One that does nothing but keep a number.
+CommandResult RunOption(ModemState& modem, const AtCommand& command);
+
+}  // namespace tavro
