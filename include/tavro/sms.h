@@ -39,6 +39,20 @@ enum class Dialogue : std::uint8_t {
   kPrompt,
 };
 
+// What may be done about a modem that does not answer any more: in this order, until it answers, before anything else
+// is sent to it. None of it sends or deletes a message a second time: the call in which the modem fell silent fails,
+// and a message whose result did not come stays "Result unknown".
+struct Recovery {
+  // Asks again. A command that only asks is then repeated in the same call.
+  bool repeats = false;
+  // Restarts the modem (AT+CFUN=1,1, 3GPP TS 27.007, 8.2), waits up to a minute for it, and connects anew; the PIN is
+  // needed again.
+  bool restarts = false;
+  // Closes the port, opens it again and connects anew. Where it is not allowed the port is closed, and the next call
+  // but one does that.
+  bool reopens = false;
+};
+
 // What an application may tell the component about its machine, and how it wants to work.
 struct Options {
   // The device behind a COM port number: devices[1] = "/dev/ttyUSB0". A number that is not named here is \\.\COMn on
@@ -55,6 +69,7 @@ struct Options {
   // Whether the PIN is sent also when the SIM allows only one more attempt; a wrong one would lock it. In the classic
   // manner it always is.
   bool sendsPinOnLastAttempt = false;
+  Recovery recovery = {};
 };
 
 class SMS {

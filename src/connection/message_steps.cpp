@@ -7,12 +7,14 @@ MessageSteps::MessageSteps(const DialogueContext& dialogue, ModemConnection& con
     : DialoguePart(dialogue), connection_(connection), registration_(registration), memory_(memory) {}
 
 PendingError MessageSteps::PrepareSending(const MessageStepTexts& texts) {
+  if (PendingError error = Recover(texts)) return error;
   if (!state_.IsReady() && !connection_.EnsureConnection()) return errors_.Last();
   // What is known of a connection that is closed says nothing of the one that the first attempt opens.
   return exchange_.IsPortOpen() ? CheckMode(texts) : PendingError();
 }
 
 PendingError MessageSteps::PrepareReading(const MessageStepTexts& texts) {
+  if (PendingError error = Recover(texts)) return error;
   if (!SelectMemory()) {
     if (!exchange_.IsPortOpen()) return texts.cannotConnect;  // tried once: it may cost the PIN an attempt
     errors_.ClearError();                                     // what the modem reads from by itself is listed
@@ -21,13 +23,22 @@ PendingError MessageSteps::PrepareReading(const MessageStepTexts& texts) {
 }
 
 PendingError MessageSteps::PrepareDeleting(const MessageStepTexts& texts, const std::string& required) {
+  if (PendingError error = Recover(texts)) return error;
   if (PendingError error = RequireMemory(texts, required)) return error;
   return CheckRegistrationAndMode(texts);
 }
 
 PendingError MessageSteps::Connect(const MessageStepTexts& texts) {
+  if (PendingError error = Recover(texts)) return error;
   if (!exchange_.IsPortOpen()) connection_.ConnectModem();
   return exchange_.IsPortOpen() ? PendingError() : texts.cannotConnect;
+}
+
+// What is to be sent now must not go to a modem that hangs.
+PendingError MessageSteps::Recover(const MessageStepTexts& texts) {
+  const bool wasOpen = exchange_.IsPortOpen();
+  connection_.Recover();
+  return wasOpen && !exchange_.IsPortOpen() ? texts.cannotConnect : PendingError();
 }
 
 PendingError MessageSteps::RequireMemory(const MessageStepTexts& texts, const std::string& required) {

@@ -43,6 +43,7 @@ class MessageSteps : DialoguePart {
   std::string Memory() const;
 
  private:
+  PendingError Recover(const MessageStepTexts& texts);
   bool SelectMemory();
   PendingError CheckRegistrationAndMode(const MessageStepTexts& texts);
   PendingError CheckMode(const MessageStepTexts& texts);

@@ -13,6 +13,9 @@ namespace {
 constexpr std::int32_t kWakeTimeout = 2000;  // ms for each answer of a modem that may be asleep
 constexpr int kWakeAttempts = 3;
 constexpr std::uint32_t kWakeInterval = 500;  // ms between the further ones
+// A modem that restarts: until it has begun to, how often it is looked for, and how long, in milliseconds.
+constexpr std::int32_t kRestartAnswerLimit = 5000;
+constexpr std::uint32_t kRestartInterval = 2000, kRestartLimit = 60000;
 
 }  // namespace
 
@@ -28,7 +31,7 @@ ModemConnection::ModemConnection(const DialogueContext& dialogue, clsCOMM& comm,
       [this] {
         if (!connecting_) ConnectModem();
       },
-      [this] { DisconnectModem(); });
+      [this] { DisconnectModem(); }, [this] { Recover(); });
 }
 
 bool ModemConnection::IsConnected() const { return comm_.IsOpen(settings_.portNumber); }
@@ -57,14 +60,67 @@ bool ModemConnection::ConnectModem() {
   std::string device = "COM" + std::to_string(settings_.portNumber);
   if (comm_.CommOpen(settings_.portNumber, device, mode) != 0) return FailWith({kSerialPortError, comm_.ErrorText()});
 
-  connecting_ = true;
   const bool connected = RunConnectSteps();
-  connecting_ = false;
   if (connected) log_.WriteLog("Port " + settings_.port + " opened [" + mode + "]");
   return connected;
 }
 
+void ModemConnection::NoticeLoss() {
+  if (!manner_.noticesLoss || !comm_.IsGone(settings_.portNumber)) return;
+  log_.WriteLog("The device is gone");
+  ClosePort();
+}
+
+void ModemConnection::Recover() {
+  const Settings::Recovery& allowed = settings_.recovery;
+  if (!allowed.IsAllowed() || connecting_ || !exchange_.IsUnanswered() || !IsConnected()) return;
+  if (exchange_.Resynchronise()) return;
+  log_.WriteLog("The modem does not answer");
+  connecting_ = true;
+  const bool isBack = (allowed.repeats && WakeModem() && ConnectAgain()) ||
+                      (allowed.restarts && IsConnected() && Restart()) || (allowed.reopens && Reopen());
+  connecting_ = false;
+  if (isBack) return errors_.ClearError();
+  ClosePort();
+  errors_.SetError(kCannotSendCommand);  // unless connecting raised its own error
+}
+
+bool ModemConnection::Restart() {
+  log_.WriteLog("Restarting the modem");
+  if (exchange_.Write("AT+CFUN=1,1\r")) {
+    exchange_.AwaitAnswer(1, std::min(settings_.timeout, kRestartAnswerLimit), [](const std::string&) { return true; });
+  }
+  const std::uint32_t start = platform_.TickCount();
+  while (platform_.TickCount() - start < kRestartLimit && !platform_.IsInterrupted()) {
+    platform_.Sleep(kRestartInterval);
+    NoticeLoss();
+    // The device of some is away meanwhile.
+    if (IsConnected() ? WakeModem() && ConnectAgain() : ConnectModem()) return true;
+    errors_.ClearError();
+  }
+  return false;
+}
+
+bool ModemConnection::Reopen() {
+  ClosePort();
+  return ConnectModem();
+}
+
+// The same on a port that is open.
+bool ModemConnection::ConnectAgain() {
+  ResetConnectionState();
+  ++count_;
+  return RunConnectSteps();
+}
+
 bool ModemConnection::RunConnectSteps() {
+  const bool outer = std::exchange(connecting_, true);
+  const bool connected = Connect();
+  connecting_ = outer;
+  return connected;
+}
+
+bool ModemConnection::Connect() {
   RaiseLines();
   exchange_.Purge();
   if (!VerifyModem()) return DropAndFailWith(kModemNotFound);

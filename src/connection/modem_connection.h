@@ -28,6 +28,13 @@ class ModemConnection : DialoguePart {
   bool ClosePort();
   bool IsConnected() const;
 
+  // At the start of a public call: a device that is gone by then is closed, so that the call finds it again.
+  void NoticeLoss();
+  // Does about a modem that has not answered what the settings allow, until it answers: asks again, restarts it
+  // (AT+CFUN=1,1, 3GPP TS 27.007, 8.2), opens the port anew. Nothing when it has answered, or nothing is allowed. What
+  // was known of the connection is forgotten then, as of a new one; the port is closed when nothing helped.
+  void Recover();
+
   // Connects when the port is closed, otherwise verifies that the modem answers (1015).
   bool EnsureConnection();
   // Asks for PDU mode (AT+CMGF=0, 3GPP TS 27.005, 3.2.3) unless this connection was asked already. False when there was
@@ -39,7 +46,11 @@ class ModemConnection : DialoguePart {
  private:
   bool VerifyModem();
   bool WakeModem();
+  bool Restart();
+  bool Reopen();
+  bool ConnectAgain();
   bool RunConnectSteps();
+  bool Connect();
   void RaiseLines();
   void DropLines();
   void RestoreMessageMemory();

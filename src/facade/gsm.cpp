@@ -35,6 +35,7 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
   if (!manner.pausesUnasked)
     settings.pauses = {.command = 0, .unanswered = 100, .send = 0, .afterPin = 0, .functionality = 0};
   exchange.SetUnsolicited([this](const std::string& line) { arrivals.Take(line, exchange.Heard()); });
+  errors.SetBeginning([this] { connection.NoticeLoss(); });
   log.AttachErrorState([this](std::int32_t code, std::string_view text) { errors.SetError(code, text); });
 }
 

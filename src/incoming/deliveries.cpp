@@ -76,7 +76,7 @@ const SentPart* Deliveries::FindPart(int reference) const {
 // The part that a report is about: of those with its reference the one that was sent last before it was heard.
 const SentPart* Deliveries::PartOf(const Status& status) const {
   return FindNewest([&](const SentMessage& message, const SentPart& part) {
-    return part.reference == status.report.reference && part.heardBefore <= status.heard &&
+    return part.reference == status.report.reference && part.heardBefore < status.heard &&
            IsSameRecipient(message.recipient, status.report.recipient);
   });
 }
@@ -102,6 +102,7 @@ const Status* Deliveries::ReportOn(int reference, const SentPart* part) {
 }
 
 void Deliveries::DeleteHandedOver() {
+  if (exchange_.IsPortOpen()) connection_.Recover();
   std::map<std::string, std::vector<std::int16_t>> locations;
   for (const Status& status : box_.Items()) {
     const bool isThere = status.memIndex >= 0 && status.connection == connection_.Count();

@@ -137,7 +137,7 @@ void MessageReader::StoreEntry(SIMBox& box, std::string_view entry, const DateNa
       box.AddRecord(std::move(decoded.record));
       return;
     case DecodedEntry::Action::kReport:
-      return AddReport(std::move(decoded), box.Memory(), exchange_.Heard());
+      return AddReport(std::move(decoded), box.Memory(), exchange_.Hear());
     case DecodedEntry::Action::kDelete:
       if (handling == Handling::kReadAndDelete) return DeleteWhileReading(box, decoded.location, decoded.remark);
       break;
@@ -170,11 +170,14 @@ void MessageReader::Begin(SIMBox& box) {
   box.NoteConnection(connection_.Count());
 }
 
-PendingError MessageReader::AddUnread(SIMBox& box) {
-  ListingAnswer answer;
-  if (PendingError error = List('0', answer)) return error;
+PendingError MessageReader::AddUnread(SIMBox& box, bool alsoRead) {
+  constexpr std::int16_t kUnread = 0, kBoth = 2;
   const DateNames names = LocalDateNames(platform_);
-  for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, Handling::kAdd);
+  for (const char stat : ListingsOf(alsoRead ? kBoth : kUnread)) {
+    ListingAnswer answer;
+    if (PendingError error = List(stat, answer)) return error;
+    for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, Handling::kAdd);
+  }
   return {};
 }
 
@@ -216,9 +219,12 @@ PendingError MessageReader::AddPlace(SIMBox& box, std::int16_t location, std::ui
 }
 
 PendingError MessageReader::ReadReport(const std::string& memory, std::int16_t location, std::uint64_t heard) {
+  const int connection = connection_.Count();
   std::optional<DecodedEntry> decoded;
   if (PendingError error = ReadPlace(location, decoded)) return error;
-  if (decoded && decoded->action == DecodedEntry::Action::kReport) AddReport(std::move(*decoded), memory, heard);
+  // Behind another connection it came from another memory.
+  const bool isReport = decoded && decoded->action == DecodedEntry::Action::kReport;
+  if (isReport && connection == connection_.Count()) AddReport(std::move(*decoded), memory, heard);
   return {};
 }
 

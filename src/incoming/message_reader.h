@@ -36,8 +36,8 @@ class MessageReader : DialoguePart {
 
   // Makes the store one of the memory that the modem reads from.
   void Begin(SIMBox& box);
-  // What is unread. Of a modem that lists all the same, what is new.
-  PendingError AddUnread(SIMBox& box);
+  // What is unread, and what is read if asked for.
+  PendingError AddUnread(SIMBox& box, bool alsoRead);
   // What stands at a location; nothing may be there any more.
   PendingError AddPlace(SIMBox& box, std::int16_t location, std::uint64_t heard);
   // The message or report of "+CMT:" or "+CDS:". False when there is no room for it.

@@ -74,6 +74,7 @@ bool MessageWaiter::Await(SIMBox& box, std::int32_t milliseconds, const std::fun
 }
 
 PendingError MessageWaiter::Prepare(SIMBox& box) {
+  if (PendingError error = steps_.Connect(kWaitSteps)) return error;
   if (PendingError error = steps_.PrepareReading(kWaitSteps)) return error;
   reader_.Begin(box);
   return {};
@@ -119,7 +120,8 @@ PendingError MessageWaiter::Look(SIMBox& box) {
 PendingError MessageWaiter::ListUnread(SIMBox& box) {
   arrivals_.SetPlaceUnknown(false);  // what is told of from now on may come behind the listing
   const int connection = connection_.Count();
-  PendingError error = reader_.AddUnread(box);
+  PendingError error = reader_.AddUnread(box, readsAgain_);
+  readsAgain_ = static_cast<bool>(error);
   if (error) {
     arrivals_.SetPlaceUnknown(true);
   } else {
@@ -132,7 +134,10 @@ PendingError MessageWaiter::ListUnread(SIMBox& box) {
 PendingError MessageWaiter::ReadArrival(SIMBox& box, const Arrival& arrival) {
   if (arrival.kind == Arrival::Kind::kPlace) {
     PendingError error = ReadPlace(box, arrival);
-    if (error) arrivals_.SetPlaceUnknown(true);  // it is listed the next time
+    if (error) {
+      arrivals_.SetPlaceUnknown(true);  // it is listed the next time
+      readsAgain_ = true;
+    }
     return error;
   }
   const auto known = std::find(unacknowledged_.begin(), unacknowledged_.end(), arrival.entry);

@@ -154,6 +154,7 @@ void AnswerSorter::Finish() {
   } else if (!line_.empty()) {
     EndLine();
   }
+  takesNextLine_ = false;
   EndHeld();
   if (MayBeWhole()) end_ = End::kOk;
 }
@@ -207,7 +208,9 @@ void AnswerSorter::EndLine() {
 }
 
 void AnswerSorter::Judge(std::string line) {
-  if (std::exchange(takesNextLine_, false)) {
+  // A result code or another indication is no PDU, which was lost then.
+  const bool isRest = std::exchange(takesNextLine_, false) && PrefixOf(line).empty() && ResultOf(line) == End::kNone;
+  if (isRest) {
     unsolicited_.back() += "\r\n" + line;
     return;
   }

@@ -33,8 +33,10 @@ class AnswerSorter {
   void Pause();
   // Whether all but the result code came, of an answer that some modems end without one.
   bool MayBeWhole() const;
-  // No more octets come: judges a last line without its end.
+  // No more octets come: judges a last line without its end, and an indication without its second line.
   void Finish();
+  // Whether more is to come of a line, or of an indication.
+  bool IsWithinLine() const { return !line_.empty() || takesNextLine_; }
 
   // An answer that may be whole without a result code ended well.
   End Ending() const { return end_; }

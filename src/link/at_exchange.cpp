@@ -1,6 +1,7 @@
 #include "link/at_exchange.h"
 
 #include <algorithm>
+#include <iterator>
 #include <utility>
 
 #include "base/text.h"
@@ -39,6 +40,16 @@ std::uint32_t SettlingTime(std::string_view command) {
   return 0;
 }
 
+// Whether the command only asks, so that asking again changes nothing.
+bool IsRepeatable(std::string_view command) {
+  constexpr std::string_view kQuestions[] = {"AT",      "AT+CSQ",  "AT+CBC",  "AT+CPAS", "AT+CNUM",
+                                             "AT+CIMI", "AT+CGMI", "AT+CGMM", "AT+CGMR", "AT+CGSN",
+                                             "AT+GMI",  "AT+GMM",  "AT+GMR",  "AT+GSN"};
+  const std::string capitals = Upper(Trim(command.substr(0, command.find('\r'))));
+  return capitals.ends_with('?') ||
+         std::find(std::begin(kQuestions), std::end(kQuestions), capitals) != std::end(kQuestions);
+}
+
 }  // namespace
 
 AtExchange::AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, LogHandling& log,
@@ -52,14 +63,29 @@ AtExchange::AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, Lo
       lastCommandTick_(platform.TickCount()),
       sinceWritten_(platform, 0) {}
 
-void AtExchange::SetConnection(std::function<void()> open, std::function<void()> close) {
+void AtExchange::SetConnection(std::function<void()> open, std::function<void()> close, std::function<void()> recover) {
   openConnection_ = std::move(open);
   closeConnection_ = std::move(close);
+  recoverConnection_ = std::move(recover);
 }
 
 Answer AtExchange::SendCommand(const std::string& command) {
+  Answer answer = Exchange(command);
+  const bool isLost = errors_.LastErrorCode() == kCannotReadResponse.code && unanswered_ && IsPortOpen();
+  if (!isLost || !settings_.recovery.repeats || !IsRepeatable(command)) return answer;
+  if (!Resynchronise()) {
+    unanswered_ = true;
+    return answer;
+  }
+  log_.WriteLog("Repeating the command");
+  return Exchange(command);
+}
+
+Answer AtExchange::Exchange(const std::string& command) {
   log_.WriteLog("Send AT command [" + command + "]");
   errors_.ClearError();
+  if (unanswered_ && recoverConnection_) recoverConnection_();
+  if (errors_.IsPending()) return {};
   if (!IsPortOpen()) {
     log_.WriteLog("Serial port is not open");
     if (openConnection_) openConnection_();
@@ -288,7 +314,7 @@ bool AtExchange::AwaitUnsolicited(std::uint32_t milliseconds, const std::functio
     if (handedOn || count < 0 || now - start >= milliseconds || platform_.IsInterrupted()) break;
     if (isCancelled && isCancelled()) break;
     const std::uint32_t left = milliseconds - (now - start);
-    ApplyWaitTimeOuts(sorter.Size() > 0 ? kReadSlice : std::min(left, platform_.WaitSlice()));
+    ApplyWaitTimeOuts(sorter.IsWithinLine() ? kReadSlice : std::min(left, platform_.WaitSlice()));
     count = ReadMore();
   }
   input_ = sorter.TakeRest();

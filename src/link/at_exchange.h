@@ -26,9 +26,9 @@ class AtExchange {
   AtExchange(Platform& platform, clsCOMM& comm, ErrorState& errors, LogHandling& log, const Settings& settings,
              const Manner& manner = kClassicManner);
 
-  // What SendCommand calls: `open` when the port is closed, which opens the connection or raises its error, and `close`
-  // when the device is gone.
-  void SetConnection(std::function<void()> open, std::function<void()> close);
+  // What SendCommand calls: `open` when the port is closed, which opens the connection or raises its error, `close`
+  // when the device is gone, and `recover` when the modem has not answered, before anything else is sent.
+  void SetConnection(std::function<void()> open, std::function<void()> close, std::function<void()> recover = {});
 
   // Sends a command, which ends in a carriage return, and returns the answer without its echo, or an empty one with the
   // error raised: 1011, 1012, or that of the connection. A write that the system refuses closes the connection, so that
@@ -75,7 +75,8 @@ class AtExchange {
   // False when the modem does not answer.
   bool Resynchronise();
 
-  // No answer is to come any more.
+  // Whether an answer may still come, and that it does not any more.
+  bool IsUnanswered() const { return unanswered_; }
   void ForgetUnanswered() { unanswered_ = false; }
   // Whether the modem was not yet seen to give result codes as words.
   bool HasNumericResults() const { return numericResults_; }
@@ -87,11 +88,13 @@ class AtExchange {
   // program wants to end, and when the port is closed: a device that is gone closes the connection. Where lines are not
   // sorted: false at once.
   bool AwaitUnsolicited(std::uint32_t milliseconds, const std::function<bool()>& isCancelled = {});
-  // How many such lines were handed on so far.
+  // How many such lines were handed on so far, and what was read of the modem's memory and counts as one.
   std::uint64_t Heard() const { return heard_; }
+  std::uint64_t Hear() { return ++heard_; }
 
  private:
   std::int32_t WriteOctets(std::string_view data);
+  Answer Exchange(const std::string& command);
   std::optional<Answer> ReadAnswer(const std::string& command);
   bool AwaitAtInterval(std::uint32_t interval, const Completion& isComplete);
   bool AwaitResult(std::int32_t limit, const Completion& isComplete);
@@ -110,7 +113,7 @@ class AtExchange {
   LogHandling& log_;
   const Settings& settings_;
   const bool sortsAnswers_;  // the prompt manner: they end at their result
-  std::function<void()> openConnection_, closeConnection_;
+  std::function<void()> openConnection_, closeConnection_, recoverConnection_;
   char timeOutMark_ = '\0';  // 'N' commands, 'S' sending, 'R' reading a listing, 'W' waiting
   std::uint32_t gap_ = 500;  // ms without an octet that end a read
   std::uint32_t lastCommandTick_;

@@ -152,6 +152,12 @@ bool clsCOMM::HasInput(int port) {
   return entry && driver_.ClearError(entry->Device(), flags, queued) && queued > 0;
 }
 
+bool clsCOMM::IsGone(int port) {
+  const Entry* entry = Find(port, "IsGone");
+  std::uint32_t flags = 0, queued = 0;
+  return entry && entry->open && !driver_.ClearError(entry->handle, flags, queued);
+}
+
 std::int32_t clsCOMM::CommWrite(int port, std::string_view data) {
   Entry* entry = Find(port, "CommWrite");
   if (!entry) return -1;

@@ -46,6 +46,8 @@ class clsCOMM {
   void Wake() { driver_.Wake(); }
   // Whether octets are queued.
   bool HasInput(int port);
+  // Whether the device of an open port is not there any more.
+  bool IsGone(int port);
   // Returns the number of octets written, -1 on failure.
   std::int32_t CommWrite(int port, std::string_view data);
   // `on`: whether any of the modem status bits in `mask` is set.

@@ -9,6 +9,7 @@ void ErrorState::BeginCall() {
   if (holds_ > 0) return;
   ClearError();
   callEnd_ = {};
+  if (begin_) begin_();
 }
 
 void ErrorState::SetError(std::int32_t code, std::string_view text) {

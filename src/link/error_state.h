@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/error_codes.h"
 #include "link/settings.h"
@@ -33,6 +35,8 @@ class ErrorState {
 
   // Begins a public call: clears the last error, and what ended the call before.
   void BeginCall();
+  // What every call begins with besides.
+  void SetBeginning(std::function<void()> begin) { begin_ = std::move(begin); }
 
   // Records an error unless one is recorded already: logs it and, in debug mode, shows it. Code 0 clears. A negative
   // code is recorded but neither logged nor shown, and it survives ClearError.
@@ -76,6 +80,7 @@ class ErrorState {
   bool operationFailed_ = false;
   PendingError callEnd_;
   int holds_ = 0;
+  std::function<void()> begin_;
 };
 
 }  // namespace tavro

@@ -25,6 +25,8 @@ struct Manner {
   // A modem that does not answer AT is woken: ESC, an empty line, long result codes, several tries; one that is
   // starting is waited for (ModemConnection).
   bool wakesModem;
+  // A device that was unplugged is noticed when a call begins, which then connects anew (ModemConnection).
+  bool noticesLoss;
   // A SIM that is busy is asked again (PinCheck).
   bool waitsForSim;
   // A PIN state in quotes, and that of the second PIN, which no message needs (PinCheck).
@@ -77,6 +79,7 @@ inline constexpr Manner kClassicManner{
     .pausesUnasked = true,
     .submitTimeout = 0,
     .wakesModem = false,
+    .noticesLoss = false,
     .waitsForSim = false,
     .readsPinStateLoosely = false,
     .setsCharacterSet = false,
@@ -102,6 +105,7 @@ inline constexpr Manner kPromptManner{
     .pausesUnasked = false,
     .submitTimeout = 180000,
     .wakesModem = true,
+    .noticesLoss = true,
     .waitsForSim = true,
     .readsPinStateLoosely = true,
     .setsCharacterSet = true,

@@ -32,6 +32,13 @@ struct Settings {
     std::int32_t functionality = 2000;  // behind AT+CFUN
   } pauses;
 
+  // What may be done about a modem that does not answer any more, in this order (tavro::Recovery).
+  struct Recovery {
+    bool repeats = false, restarts = false, reopens = false;
+
+    bool IsAllowed() const { return repeats || restarts || reopens; }
+  } recovery;
+
   // The SIM.
   std::string pin;
   bool disableCheckPin = false;

@@ -101,8 +101,8 @@ void GiveBack(ModemState& modem) {
 void ReportLater(ModemState& modem, const SubmittedMessage& message, int reference, const NetworkView& network) {
   const auto report = [message, reference, network](ModemState& later) {
     const ModemSettings& settings = later.settings;
-    const Delivery delivery{reference, TimeStampOctets(later.NetworkClock(), settings.zoneMinutes),
-                            settings.reportStatus};
+    const NetworkDelivery delivery{reference, TimeStampOctets(later.NetworkClock(), settings.zoneMinutes),
+                                   settings.reportStatus};
     ReceiveMessage(later, MakeStatusReport(message, delivery, network));
   };
   if (modem.settings.reportDelayMs <= 0) return report(modem);

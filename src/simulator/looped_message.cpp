@@ -174,7 +174,8 @@ std::string MakeDeliver(const SubmittedMessage& message, const NetworkView& netw
   return HexFromOctets(pdu);
 }
 
-std::string MakeStatusReport(const SubmittedMessage& message, const Delivery& delivery, const NetworkView& network) {
+std::string MakeStatusReport(const SubmittedMessage& message, const NetworkDelivery& delivery,
+                             const NetworkView& network) {
   std::string pdu = ServiceCentreField(message, network);
   pdu += Character(0x06);  // SMS-STATUS-REPORT, no more messages wait
   pdu += Character(delivery.reference);

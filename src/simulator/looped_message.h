@@ -57,7 +57,7 @@ struct NetworkView {
 };
 
 // What became of a message that was sent.
-struct Delivery {
+struct NetworkDelivery {
   int reference = 0;
   std::string timeStamp;  // octets
   int status = 0;         // TP-ST
@@ -65,7 +65,8 @@ struct Delivery {
 
 // The stored PDUs, as hexadecimal digits.
 std::string MakeDeliver(const SubmittedMessage& message, const NetworkView& network);
-std::string MakeStatusReport(const SubmittedMessage& message, const Delivery& delivery, const NetworkView& network);
+std::string MakeStatusReport(const SubmittedMessage& message, const NetworkDelivery& delivery,
+                             const NetworkView& network);
 
 // Whether a number that was dialled reaches the subscriber: the same digits, or the national form of an international
 // one.
