@@ -28,12 +28,6 @@ tavro::Options OptionsFor(const ConnectionArguments& arguments) {
 
 std::string Dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
 
-// Whether the GSM 7-bit alphabet has every character; those that it lacks would arrive as question marks.
-bool FitsGsmAlphabet(const std::u16string& text) {
-  const std::u16string codes = tavro::ToGsmAlphabet(text);
-  return std::count(codes.begin(), codes.end(), u'?') == std::count(text.begin(), text.end(), u'?');
-}
-
 // A message comes from anybody: its control characters must not reach the terminal.
 std::u16string Printable(std::u16string text) {
   for (char16_t& c : text) {
@@ -126,7 +120,7 @@ void Session::Info(bool json) {
 
 void Session::Send(const SendArguments& arguments) {
   const std::u16string text = FromUtf8(arguments.text);
-  const std::int16_t fittingCoding = FitsGsmAlphabet(text) ? 7 : 16;
+  const std::int16_t fittingCoding = tavro::FitsGsmAlphabet(text) ? 7 : 16;  // what it lacks would be question marks
   sms_.SetCharacter(arguments.coding == 0 ? fittingCoding : arguments.coding);
   Check();
   sms_.SetLongMessage(arguments.longMessage);
@@ -215,6 +209,24 @@ void Session::Clear() {
     Check(sms_.Inbox()->Clear());
   }
   std::cout << count << (count == 1 ? " message" : " messages") << " deleted\n";
+}
+
+void Session::Ussd(const std::string& code, const std::vector<std::string>& replies, bool json) {
+  Json answers = Json::array();
+  bool expectsReply = true;
+  auto reply = replies.begin();
+  for (const std::string* sent = &code; sent != nullptr; sent = reply == replies.end() ? nullptr : &*reply++) {
+    if (!expectsReply) throw OperationFailed("the session ended before " + *sent + " was sent");
+    const auto answer = sms_.SendUSSD(FromUtf8(*sent));
+    Check(answer.has_value());
+    expectsReply = answer->expectsReply;
+    if (!json) std::cout << ToUtf8(Printable(answer->text)) << std::endl;
+    answers.push_back({{"text", ToUtf8(answer->text)}, {"expectsReply", expectsReply}});
+  }
+  if (json) std::cout << Dump(answers) << '\n';
+  if (expectsReply) {
+    Check(sms_.CancelUSSD());
+  }
 }
 
 void Session::Command(std::string command) {

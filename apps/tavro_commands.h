@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "platform/utf8.h"
 #include "tavro/sms.h"
@@ -66,6 +67,9 @@ class Session {
   // The message that List shows under this number when it lists all, joined or not.
   void Delete(std::int16_t index, bool joined);
   void Clear();
+  // Sends the code, and the replies one by one while the network expects any; a session that expects another is
+  // cancelled.
+  void Ussd(const std::string& code, const std::vector<std::string>& replies, bool json);
   void Command(std::string command);
 
  private:

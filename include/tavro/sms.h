@@ -20,6 +20,7 @@
 #include "tavro/inbox.h"
 #include "tavro/long_message_type.h"
 #include "tavro/message.h"
+#include "tavro/ussd.h"
 #include "tavro/wap.h"
 
 namespace tavro {
@@ -184,6 +185,19 @@ class SMS {
   // In the prompt manner 4012 with "Result unknown" says that the message may be out all the same.
   std::optional<std::u16string> SendSMS(const std::u16string& destinationNumber, const std::u16string& textMessage,
                                         bool alertMessage = false);
+
+  // --- USSD ----------------------------------------------------------------------------------------------------------
+
+  // Sends a USSD code such as u"*100#" and waits for the network's answer (AT+CUSD, 3GPP TS 27.007, 7.15), Timeout and
+  // 60 seconds at least; then the session is cancelled. When the network expects a reply, the next call sends it:
+  // SendUSSD(u"1"). Nothing on failure:
+  //   9001 the code is empty, longer than 182 characters, or not in the GSM alphabet; 9002 refused, with the answer in
+  //   the text; 9003 no answer in time; 9004 and 9005 the modem or the network has no such service; 9006 the network
+  //   ended the session without a text; 9007 the answer makes no sense; or a connection, PIN or registration error.
+  // Modems differ in how they give texts; which way it was is told from the data coding and from the text itself.
+  std::optional<UssdReply> SendUSSD(const std::u16string& code);
+  // Ends a session that expects a reply. False with 9008 when the modem refuses, or a connection or PIN error.
+  bool CancelUSSD();
 
   // --- Log and errors ------------------------------------------------------------------------------------------------
 

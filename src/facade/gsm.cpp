@@ -20,6 +20,7 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
       messageSteps(dialogue, connection, registration, memory),
       device(dialogue, registration),
       network(dialogue, registration),
+      ussd(dialogue, registration),
       serviceCentre(dialogue, registration),
       submission(dialogue, registration, connection, messageSteps, serviceCentre),
       textSender(dialogue, submission),
@@ -30,6 +31,7 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
       incomingServices{errors, settings, reader, deleter} {
   if (!manner.pausesUnasked)
     settings.pauses = {.command = 0, .unanswered = 100, .send = 0, .afterPin = 0, .functionality = 0};
+  exchange.SetUnsolicited([this](const std::string& line) { ussd.Take(line); });
   log.AttachErrorState([this](std::int32_t code, std::string_view text) { errors.SetError(code, text); });
 }
 

@@ -11,6 +11,7 @@
 #include "connection/registration.h"
 #include "facade/device_info.h"
 #include "facade/network_info.h"
+#include "facade/ussd_session.h"
 #include "incoming/incoming_services.h"
 #include "incoming/message_deleter.h"
 #include "incoming/message_reader.h"
@@ -61,6 +62,7 @@ class GSM {
 
   DeviceInfo device;
   NetworkInfo network;
+  UssdSession ussd;
 
   ServiceCentre serviceCentre;
   Submission submission;

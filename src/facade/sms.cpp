@@ -88,6 +88,12 @@ std::optional<std::u16string> SMS::SendSMS(const std::u16string& destinationNumb
   return state_->Text(*references);
 }
 
+// --- USSD ------------------------------------------------------------------------------------------------------------
+
+std::optional<UssdReply> SMS::SendUSSD(const std::u16string& code) { return state_->Begin()->ussd.Send(code); }
+
+bool SMS::CancelUSSD() { return state_->Begin()->ussd.Cancel(); }
+
 // --- Log and errors --------------------------------------------------------------------------------------------------
 
 std::int32_t SMS::LogSize() { return state_->Begin()->log.LineCount(); }

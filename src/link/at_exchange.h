@@ -75,6 +75,10 @@ class AtExchange {
   // False when the modem does not answer.
   bool Resynchronise();
 
+  // How often something was written: a line of the modem's own accord that was handed on at another count came before
+  // what was written last.
+  std::uint32_t WriteCount() const { return writeCount_; }
+
   // No answer is to come any more.
   void ForgetUnanswered() { unanswered_ = false; }
   // Whether the modem was not yet seen to give result codes as words.
@@ -84,7 +88,7 @@ class AtExchange {
   void SetUnsolicited(std::function<void(const std::string& line)> take) { takeUnsolicited_ = std::move(take); }
   // Waits for such a line while no answer is awaited, so many milliseconds at most, 0: looks what came. True as soon as
   // one was handed on. False at the limit, when the program wants to end, and when the port is closed: a device that is
-  // gone closes the connection. Where lines are not sorted: false at once.
+  // gone closes the connection.
   bool AwaitUnsolicited(std::uint32_t milliseconds);
 
  private:
@@ -111,6 +115,7 @@ class AtExchange {
   std::uint32_t gap_ = 500;  // ms without an octet that end a read
   std::uint32_t lastCommandTick_;
   WholeSecondWait sinceWritten_;
+  std::uint32_t writeCount_ = 0;
 
   // Of the prompt manner.
   std::string written_;          // what the answer is to
