@@ -13,6 +13,7 @@
 #include <string>
 #include <vector>
 
+#include "base/text.h"
 #include "end_signals.h"
 #include "tavro_commands.h"
 
@@ -50,7 +51,9 @@ void AddConnectionOptions(CLI::App& app, ConnectionArguments& arguments) {
       ->capture_default_str();
   app.add_option("--pin", arguments.pin, "PIN of the SIM; better given as TAVRO_PIN, which others cannot see")
       ->envname("TAVRO_PIN");
-  app.add_option("--memory", arguments.memory, "Message memory: SM (SIM) or ME (modem)");
+  app.add_option("--memory", arguments.memory,
+                 "Message memory: SM (SIM), ME (modem), or ALL to list or clear one after the other")
+      ->transform([](const std::string& name) { return tavro::Upper(name); });
   app.add_option("--init", arguments.initString, "Command to send while connecting");
   app.add_option("--log", arguments.logFolder, "Folder to write Tavro.log into");
   app.add_flag(
@@ -136,6 +139,9 @@ int Run(int argc, char** argv) {
 
   try {
     app.parse(argc, argv);
+    if (*remove && connection.memory == ConnectionArguments::kAllMemories) {
+      throw CLI::ValidationError("--memory", "a number stands for a message of one memory: SM or ME");
+    }
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }

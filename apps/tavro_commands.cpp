@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -45,7 +44,8 @@ bool IsRefusal(const std::string& answer) {
 
 }  // namespace
 
-Session::Session(const ConnectionArguments& arguments) : sms_(OptionsFor(arguments)) {
+Session::Session(const ConnectionArguments& arguments)
+    : allMemories_(arguments.memory == ConnectionArguments::kAllMemories), sms_(OptionsFor(arguments)) {
   if (!arguments.logFolder.empty()) {
     sms_.SetLogFolderPath(FromUtf8(arguments.logFolder));
     Check();
@@ -61,7 +61,7 @@ Session::Session(const ConnectionArguments& arguments) : sms_(OptionsFor(argumen
   sms_.SetModemInitString(FromUtf8(arguments.initString));
   if (!arguments.pin.empty()) sms_.SetPIN(FromUtf8(arguments.pin));
   Check(sms_.Connect());
-  if (!arguments.memory.empty()) {
+  if (!arguments.memory.empty() && !allMemories_) {
     sms_.SetMessageMemory(FromUtf8(arguments.memory));
     Check(false);
   }
@@ -95,6 +95,14 @@ void Session::Info(bool json) {
       {"Signal (dB)", "signalDb", [&] { return sms_.SignalStrengthDB(); }},
       {"Battery (percent)", "batteryPercent", [&] { return sms_.BatteryLevel(); }},
       {"Message memory", "messageMemory", [&] { return ToUtf8(sms_.MessageMemory()); }},
+      {"Memories", "memories",
+       [&] {
+         Json memories = Json::array();
+         for (const auto& memory : sms_.MemoryUsage()) {
+           memories.push_back({{"name", ToUtf8(memory.name)}, {"used", memory.used}, {"total", memory.total}});
+         }
+         return memories;
+       }},
   };
   Json result = Json::object();
   std::string failure;
@@ -102,7 +110,7 @@ void Session::Info(bool json) {
     Json value = item.read();
     std::string shown = value.is_string() ? value.get<std::string>() : value.dump();
     try {
-      Check(shown != "" && shown != "-1");
+      Check(shown != "" && shown != "-1" && shown != "[]");
     } catch (const OperationFailed& error) {  // few modems know everything
       if (EndSignals::Received() != 0) throw;
       value = nullptr;
@@ -110,7 +118,12 @@ void Session::Info(bool json) {
       shown = "unknown (" + failure + ")";
     }
     result[item.key] = value;
-    if (!json) std::cout << item.label << ": " << shown << '\n';
+    if (json) continue;
+    if (!value.is_array()) std::cout << item.label << ": " << shown << '\n';
+    for (const Json& memory : value.is_array() ? value : Json::array()) {
+      std::cout << "Memory " << memory["name"].get<std::string>() << ": " << memory["used"] << " of " << memory["total"]
+                << '\n';
+    }
   }
   if (json) std::cout << Dump(result) << '\n';
   if (std::all_of(result.begin(), result.end(), [](const Json& value) { return value.is_null(); })) {
@@ -159,7 +172,36 @@ void Session::ReadInbox(const ListArguments& arguments) {
   Check(sms_.Inbox()->Refresh(arguments.type));
 }
 
-void Session::Print(const tavro::Message& message, bool numbered) {
+void Session::ForEachMemory(const std::function<void(const std::string& memory)>& use) {
+  if (!allMemories_) return use({});
+  struct PutBack {
+    ~PutBack() {
+      if (!memory.empty()) sms.SetMessageMemory(memory);
+    }
+    tavro::SMS& sms;
+    const std::u16string memory;
+  };
+  const PutBack putBack{sms_, sms_.MessageMemory()};
+  std::string failure;
+  bool found = false;
+  for (const char* memory : {"SM", "ME"}) {
+    sms_.SetMessageMemory(FromUtf8(memory));
+    try {
+      Check(false);
+    } catch (const OperationFailed& error) {
+      if (sms_.ErrorCode() != tavro::kMessageMemoryNotSupported.code || EndSignals::Received() != 0) throw;
+      failure = error.what();
+      std::cerr << "tavro: " << memory << " left out: " << failure << '\n';
+      continue;
+    }
+    found = true;
+    use(memory);
+  }
+  if (!found) throw OperationFailed(failure);
+}
+
+void Session::Print(const tavro::Message& message, bool numbered, const std::string& memory) {
+  if (!memory.empty()) std::cout << memory << "  ";
   if (numbered) std::cout << message.Index() << "  ";
   std::cout << ToUtf8(Printable(message.Phone())) << "  " << ToUtf8(message.TimeStampRFC()) << '\n';
   std::u16string text = Printable(message.Text());
@@ -171,23 +213,26 @@ void Session::Print(const tavro::Message& message, bool numbered) {
 }
 
 void Session::List(const ListArguments& arguments) {
-  ReadInbox(arguments);
   const bool numbered = arguments.type == ListArguments::kAll;
   Json list = Json::array();
-  for (const tavro::Message& message : *sms_.Inbox()) {
-    if (!arguments.json) {
-      Print(message, numbered);
-      continue;
+  ForEachMemory([&](const std::string& memory) {
+    ReadInbox(arguments);
+    for (const tavro::Message& message : *sms_.Inbox()) {
+      if (!arguments.json) {
+        Print(message, numbered, memory);
+        continue;
+      }
+      Json entry = Json::object();
+      if (!memory.empty()) entry["memory"] = memory;
+      if (numbered) entry["index"] = message.Index();
+      entry["from"] = ToUtf8(message.Phone());
+      entry["text"] = ToUtf8(message.Text());
+      entry["time"] = ToUtf8(message.TimeStampRFC());
+      entry["timeZone"] = message.TimeZone();
+      entry["serviceCentre"] = ToUtf8(message.SMSC());
+      list.push_back(std::move(entry));
     }
-    Json entry = Json::object();
-    if (numbered) entry["index"] = message.Index();
-    entry["from"] = ToUtf8(message.Phone());
-    entry["text"] = ToUtf8(message.Text());
-    entry["time"] = ToUtf8(message.TimeStampRFC());
-    entry["timeZone"] = message.TimeZone();
-    entry["serviceCentre"] = ToUtf8(message.SMSC());
-    list.push_back(std::move(entry));
-  }
+  });
   if (arguments.json) std::cout << Dump(list) << '\n';
 }
 
@@ -203,12 +248,15 @@ void Session::Delete(std::int16_t index, bool joined) {
 }
 
 void Session::Clear() {
-  ReadInbox({});
-  const std::int16_t count = sms_.Inbox()->Count();
-  if (count > 0) {
-    Check(sms_.Inbox()->Clear());
-  }
-  std::cout << count << (count == 1 ? " message" : " messages") << " deleted\n";
+  ForEachMemory([&](const std::string& memory) {
+    ReadInbox({});
+    const std::int16_t count = sms_.Inbox()->Count();
+    if (count > 0) {
+      Check(sms_.Inbox()->Clear());
+    }
+    if (!memory.empty()) std::cout << memory << ": ";
+    std::cout << count << (count == 1 ? " message" : " messages") << " deleted\n";
+  });
 }
 
 void Session::Ussd(const std::string& code, const std::vector<std::string>& replies, bool json) {

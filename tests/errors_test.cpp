@@ -161,7 +161,7 @@ TEST_P(EveryCall, EveryPublicCallClearsTheLastError) {
           &SMS::Validity, &SMS::LongMessage, &SMS::DisableCheckPIN, &SMS::DelayAfterPin, &SMS::SendDelay,
           &SMS::SendRetry, &SMS::Character, &SMS::BatteryLevel, &SMS::OwnNumber, &SMS::DebugMode, &SMS::LogType,
           &SMS::LogFolderPath, &SMS::LogSize, &SMS::IsConnected, &SMS::ModemInitString, &SMS::ModemCommandDelay,
-          &SMS::CancelUSSD, &SMS::Disconnect, &SMS::Connect);
+          &SMS::CancelUSSD, &SMS::MemoryUsage, &SMS::IsMemoryFull, &SMS::Disconnect, &SMS::Connect);
   setters("sms number", sms, std::int16_t{1}, &SMS::SetBaudRate, &SMS::SetDataBits, &SMS::SetTimeout,
           &SMS::SetLongMessage, &SMS::SetDisableCheckPIN, &SMS::SetDelayAfterPin, &SMS::SetSendDelay,
           &SMS::SetSendRetry, &SMS::SetCharacter, &SMS::SetDebugMode, &SMS::SetLogType, &SMS::ClearLog,

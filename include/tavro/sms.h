@@ -16,9 +16,11 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "tavro/inbox.h"
 #include "tavro/long_message_type.h"
+#include "tavro/memory_usage.h"
 #include "tavro/message.h"
 #include "tavro/ussd.h"
 #include "tavro/wap.h"
@@ -120,6 +122,12 @@ class SMS {
   // equipment. Setting it asks the modem: 2001 unknown name, 2002 refused. Getting it asks the modem: 2002.
   std::u16string MessageMemory();
   void SetMessageMemory(const std::u16string& memory);
+  // How full each memory is that the modem can read from. The memories that it does not count unasked are selected for
+  // reading one after the other, and then the one that was selected before. Empty on failure: 2002.
+  std::vector<tavro::MemoryUsage> MemoryUsage();
+  // Whether the memory that is received into was full when the modem last told: while connecting, for MemoryUsage and
+  // for MessageMemory. It then takes no more messages. Asks nothing; always false in the classic manner.
+  bool IsMemoryFull();
   // AT+GMI or AT+CGMI; 2003.
   std::u16string Manufacturer();
   // AT+GMM or AT+CGMM; 2018.

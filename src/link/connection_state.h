@@ -19,6 +19,7 @@ struct ConnectionState {
   bool memorySelected = false;           // AT+CPMS was accepted
   bool pduSupportChecked = false;        // AT+CMGF=0 was answered
   bool pduSupported = false;             // and accepted
+  bool receivedMemoryFull = false;       // when the modem last told
   UssdForm ussdForm = UssdForm::kPlain;  // the one that was accepted last
 
   bool IsReady() const { return modemState == "READY"; }

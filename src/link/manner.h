@@ -49,6 +49,9 @@ struct Manner {
   // The SIM's last attempt is kept for the user: the remaining ones are asked for (PinCheck).
   bool sparesLastPinAttempt;
 
+  // Whether the memory that is received into is full is noted and logged (MessageMemory).
+  bool watchesMemory;
+
   // --- Outgoing messages ---
 
   // A message whose result did not come is not tried again, nor one that was refused for good (Submission).
@@ -85,6 +88,7 @@ inline constexpr Manner kClassicManner{
     .needsInformation = false,
     .remembersRefusedPin = false,
     .sparesLastPinAttempt = false,
+    .watchesMemory = false,
     .sendsOnce = false,
     .leavesServiceCentreToModem = false,
     .keepsSurrogatePairs = false,
@@ -109,6 +113,7 @@ inline constexpr Manner kPromptManner{
     .needsInformation = true,
     .remembersRefusedPin = true,
     .sparesLastPinAttempt = true,
+    .watchesMemory = true,
     .sendsOnce = true,
     .leavesServiceCentreToModem = true,
     .keepsSurrogatePairs = true,
