@@ -9,13 +9,12 @@ namespace tavro {
 namespace {
 
 using Reply = ModemReply;
-using testing::ElementsAre;
 
 constexpr char kCode[] = "AT+CUSD=1,\"*100#\",15", kPackedCode[] = "AT+CUSD=1,\"AA180C3602\",15",
-               kUcs2Code[] = "AT+CUSD=1,\"002A0031003000300023\",15";
+               kUcs2Code[] = "AT+CUSD=1,\"002A0031003000300023\",15", kAsk[] = "AT+CSCS?";
 const ModemReply kOk = Reply::Line("OK");
 
-// Lines are ended by the table's user.
+// The modem takes the command; the network's answer comes so much later.
 ModemReply OkAndThen(std::int64_t ms, const std::string& line) {
   return Reply::Line("OK").Then(ms, "\r\n" + line + "\r\n");
 }
@@ -71,21 +70,17 @@ error 0, connected
   EXPECT_EQ(engine.Send(u"1"), "5,20 EUR");
 }
 
-struct TextCase {
-  const char* answer;  // what stands behind "+CUSD: 0,"
-  const char* text;
-};
-
 // Of a modem that takes the code as characters.
 TEST(UssdTest, TellsHowATextIsGiven) {
-  const TextCase kCases[] = {
+  const struct {
+    const char *answer, *text;  // the answer behind "+CUSD: 0,"
+  } kCases[] = {
       // Characters of the GSM alphabet, of UTF-8 and of ASCII.
       {"\"Balance: 5,20\",15", "Balance: 5,20"},
       {"\"w{hlen Sie\"", "wählen Sie"},
       {"\"\x02\x35 \x1B\x65\",15", "$5 €"},
       {"\"Za\xC5\xBC\xC3\xB3\xC5\x82\xC4\x87\",15", "Zażółć"},
       {"\"[1] $5 {x}\",0", "[1] $5 {x}"},
-      {"\"$5\",0", "$5"},
       {"\"en\rHello\",16", "Hello"},
       // Packed.
       {" 49B41C74ACD3D16171D90D", "Ihr Guthaben"},
@@ -104,15 +99,11 @@ TEST(UssdTest, TellsHowATextIsGiven) {
       {"\"E9\",244", "é"},
       // Numbers and words.
       {"\"12345678\",15", "12345678"},
-      {"\"491701234567\"", "491701234567"},
       {"\"ABBA\",15", "ABBA"},
-      {"12345678", "12345678"},
       // Quotes and fields.
       {"\"say \"1\", please\",15", "say \"1\", please"},
       {"\"\",15", ""},
       {"\"a\r\n\r\nOK\r\n+CUSD: 0\",15", "a\r\n\r\nOK\r\n+CUSD: 0"},
-      {"\"a\",\"b\"", "a\",\"b"},
-      {"\"a\",15,", "a"},
       {"\"a\",999", "a"},
       {"\"not closed, 3", "not closed"},
       {"", ""},
@@ -136,17 +127,12 @@ TEST(UssdTest, TakesTheFormThatTheModemTakes) {
   const struct {
     const char *plain, *packed, *characterSet;  // refusals; null: OK and the balance
     const char* first;
-    std::vector<std::string> commands, nextCommands;
+    std::vector<std::string> commands, next;
   } kCases[] = {
       {nullptr, nullptr, "", "5,20 EUR", {kCode}, {kCode}},
       {"ERROR", nullptr, "", "5,20 EUR", {kCode, kPackedCode}, {kPackedCode}},
-      {"+CME ERROR: 100",
-       "+CME ERROR: 50",
-       "+CSCS: \"UCS2\"",
-       "5,20 EUR",
-       {kCode, kPackedCode, "AT+CSCS?", kUcs2Code},
-       {kUcs2Code}},
-      {"ERROR", "COMMAND NOT SUPPORT", "+CSCS: \"GSM\"", "error 9004", {kCode, kPackedCode, "AT+CSCS?"}, {}},
+      {"+CME ERROR: 100", "ERROR", "+CSCS: \"UCS2\"", "5,20 EUR", {kCode, kPackedCode, kAsk, kUcs2Code}, {kUcs2Code}},
+      {"ERROR", "COMMAND NOT SUPPORT", "+CSCS: \"GSM\"", "error 9004", {kCode, kPackedCode, kAsk}, {}},
       {"ERROR", "+CME ERROR: 257", "", "error 9002", {kCode, kPackedCode}, {}},
       {"+CME ERROR: 30", nullptr, "", "error 9002", {kCode}, {}},
   };
@@ -158,17 +144,16 @@ TEST(UssdTest, TakesTheFormThatTheModemTakes) {
     engine.modem.Answer(kCode, reply(c.plain));
     engine.modem.Answer(kPackedCode, reply(c.packed));
     engine.modem.Answer(kUcs2Code, kBalance);
-    engine.modem.Answer("AT+CSCS?", Reply::Ok(c.characterSet));
+    engine.modem.Answer(kAsk, Reply::Ok(c.characterSet));
     engine.modem.ForgetReceived();
     EXPECT_EQ(engine.Send(), c.first);
     EXPECT_EQ(engine.modem.CommandTexts(), c.commands);
     if (c.first == std::string("error 9002")) {
       EXPECT_THAT(engine.ErrorText(), testing::MatchesRegex("USSD code refused .Response: .CME ERROR: (30|257)."));
     }
-    if (c.nextCommands.empty()) continue;
     engine.modem.ForgetReceived();
-    EXPECT_EQ(engine.Send(), c.first);
-    EXPECT_EQ(engine.modem.CommandTexts(), c.nextCommands);
+    EXPECT_TRUE(c.next.empty() || engine.Send() == c.first);
+    EXPECT_EQ(engine.modem.CommandTexts(), c.next);
   }
   // What the command line cannot hold is packed: quotes, an escape, seven spare bits that hold CR.
   UssdEngine engine;
@@ -206,9 +191,7 @@ TEST_P(Ussd, EveryAnswerHasItsResult) {
       {OkAndThen(900, "+CUSD: 3"), "error 9002", 900, "USSD code refused [Response: +CUSD: 3]"},
       {OkAndThen(900, "+CUSD: 4,\"x\""), "error 9005", 900},
       {OkAndThen(900, "+CUSD: 5"), "error 9003", 900},
-      {OkAndThen(900, "+CUSD: 6"), "error 9007", 900},
       {OkAndThen(900, "+CUSD: \"text\",15"), "error 9007", 900},
-      {OkAndThen(900, "+CUSD:"), "error 9007", 900},
       {OkAndThen(900, "+CME ERROR: 30"), "error 9002", 900, "USSD code refused [Response: +CME ERROR: 30]"},
       {Reply::Line("OK").Then(900, "\r\n+CUSD: 0,\"not closed\r\n"), "not closed", 3900},
       {Reply::Line("OK").Then(900, "\r\n+CUSD: 0,\"in pi").Then(700, "eces\",15\r\n"), "in pieces", 1600},
