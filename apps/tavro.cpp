@@ -11,7 +11,9 @@
 #include <map>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
+#include "base/text.h"
 #include "end_signals.h"
 #include "tavro_commands.h"
 
@@ -49,7 +51,9 @@ void AddConnectionOptions(CLI::App& app, ConnectionArguments& arguments) {
       ->capture_default_str();
   app.add_option("--pin", arguments.pin, "PIN of the SIM; better given as TAVRO_PIN, which others cannot see")
       ->envname("TAVRO_PIN");
-  app.add_option("--memory", arguments.memory, "Message memory: SM (SIM) or ME (modem)");
+  app.add_option("--memory", arguments.memory,
+                 "Message memory: SM (SIM), ME (modem), or ALL to list or clear one after the other")
+      ->transform([](const std::string& name) { return tavro::Upper(name); });
   app.add_option("--init", arguments.initString, "Command to send while connecting");
   app.add_option("--log", arguments.logFolder, "Folder to write Tavro.log into");
   app.add_flag(
@@ -111,7 +115,9 @@ int Run(int argc, char** argv) {
   ListArguments listArguments;
   bool infoAsJson = false, deleteJoined = false;
   std::int16_t deleteIndex = 0;
-  std::string atCommand;
+  bool ussdAsJson = false;
+  std::string atCommand, ussdCode;
+  std::vector<std::string> ussdReplies;
 
   AddConnectionOptions(app, connection);
   CLI::App* info = app.add_subcommand("info", "Show what modem, SIM and network say of themselves");
@@ -123,11 +129,19 @@ int Run(int argc, char** argv) {
   remove->add_option("INDEX", deleteIndex, "Its number in the list of all messages")->type_name("")->required();
   remove->add_flag("--joined", deleteJoined, "The number is from a list with --joined");
   CLI::App* clear = app.add_subcommand("clear", "Delete all received messages");
+  CLI::App* ussd = app.add_subcommand("ussd", "Send a USSD code and print what the network answers");
+  ussd->add_option("CODE", ussdCode, "The code, such as '*100#'")->type_name("")->required();
+  ussd->add_option("REPLY", ussdReplies, "What to reply, in the same session, to each answer that expects a reply")
+      ->type_name("");
+  ussd->add_flag("--json", ussdAsJson, "Print JSON");
   CLI::App* command = app.add_subcommand("command", "Send one AT command and print the answer");
   command->add_option("COMMAND", atCommand, "The command, such as AT+CSQ")->type_name("")->required();
 
   try {
     app.parse(argc, argv);
+    if (*remove && connection.memory == ConnectionArguments::kAllMemories) {
+      throw CLI::ValidationError("--memory", "a number stands for a message of one memory: SM or ME");
+    }
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
   }
@@ -142,6 +156,7 @@ int Run(int argc, char** argv) {
   if (*list) session.List(listArguments);
   if (*remove) session.Delete(deleteIndex, deleteJoined);
   if (*clear) session.Clear();
+  if (*ussd) session.Ussd(ussdCode, ussdReplies, ussdAsJson);
   if (*command) session.Command(atCommand);
   return kDone;
 }

@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <cstddef>
-#include <functional>
 #include <iostream>
 #include <nlohmann/json.hpp>
 #include <vector>
@@ -28,12 +27,6 @@ tavro::Options OptionsFor(const ConnectionArguments& arguments) {
 
 std::string Dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
 
-// Whether the GSM 7-bit alphabet has every character; those that it lacks would arrive as question marks.
-bool FitsGsmAlphabet(const std::u16string& text) {
-  const std::u16string codes = tavro::ToGsmAlphabet(text);
-  return std::count(codes.begin(), codes.end(), u'?') == std::count(text.begin(), text.end(), u'?');
-}
-
 // A message comes from anybody: its control characters must not reach the terminal.
 std::u16string Printable(std::u16string text) {
   for (char16_t& c : text) {
@@ -51,7 +44,8 @@ bool IsRefusal(const std::string& answer) {
 
 }  // namespace
 
-Session::Session(const ConnectionArguments& arguments) : sms_(OptionsFor(arguments)) {
+Session::Session(const ConnectionArguments& arguments)
+    : allMemories_(arguments.memory == ConnectionArguments::kAllMemories), sms_(OptionsFor(arguments)) {
   if (!arguments.logFolder.empty()) {
     sms_.SetLogFolderPath(FromUtf8(arguments.logFolder));
     Check();
@@ -67,7 +61,7 @@ Session::Session(const ConnectionArguments& arguments) : sms_(OptionsFor(argumen
   sms_.SetModemInitString(FromUtf8(arguments.initString));
   if (!arguments.pin.empty()) sms_.SetPIN(FromUtf8(arguments.pin));
   Check(sms_.Connect());
-  if (!arguments.memory.empty()) {
+  if (!arguments.memory.empty() && !allMemories_) {
     sms_.SetMessageMemory(FromUtf8(arguments.memory));
     Check(false);
   }
@@ -101,6 +95,14 @@ void Session::Info(bool json) {
       {"Signal (dB)", "signalDb", [&] { return sms_.SignalStrengthDB(); }},
       {"Battery (percent)", "batteryPercent", [&] { return sms_.BatteryLevel(); }},
       {"Message memory", "messageMemory", [&] { return ToUtf8(sms_.MessageMemory()); }},
+      {"Memories", "memories",
+       [&] {
+         Json memories = Json::array();
+         for (const auto& memory : sms_.MemoryUsage()) {
+           memories.push_back({{"name", ToUtf8(memory.name)}, {"used", memory.used}, {"total", memory.total}});
+         }
+         return memories;
+       }},
   };
   Json result = Json::object();
   std::string failure;
@@ -108,7 +110,7 @@ void Session::Info(bool json) {
     Json value = item.read();
     std::string shown = value.is_string() ? value.get<std::string>() : value.dump();
     try {
-      Check(shown != "" && shown != "-1");
+      Check(shown != "" && shown != "-1" && shown != "[]");
     } catch (const OperationFailed& error) {  // few modems know everything
       if (EndSignals::Received() != 0) throw;
       value = nullptr;
@@ -116,7 +118,12 @@ void Session::Info(bool json) {
       shown = "unknown (" + failure + ")";
     }
     result[item.key] = value;
-    if (!json) std::cout << item.label << ": " << shown << '\n';
+    if (json) continue;
+    if (!value.is_array()) std::cout << item.label << ": " << shown << '\n';
+    for (const Json& memory : value.is_array() ? value : Json::array()) {
+      std::cout << "Memory " << memory["name"].get<std::string>() << ": " << memory["used"] << " of " << memory["total"]
+                << '\n';
+    }
   }
   if (json) std::cout << Dump(result) << '\n';
   if (std::all_of(result.begin(), result.end(), [](const Json& value) { return value.is_null(); })) {
@@ -126,7 +133,7 @@ void Session::Info(bool json) {
 
 void Session::Send(const SendArguments& arguments) {
   const std::u16string text = FromUtf8(arguments.text);
-  const std::int16_t fittingCoding = FitsGsmAlphabet(text) ? 7 : 16;
+  const std::int16_t fittingCoding = tavro::FitsGsmAlphabet(text) ? 7 : 16;  // what it lacks would be question marks
   sms_.SetCharacter(arguments.coding == 0 ? fittingCoding : arguments.coding);
   Check();
   sms_.SetLongMessage(arguments.longMessage);
@@ -165,7 +172,36 @@ void Session::ReadInbox(const ListArguments& arguments) {
   Check(sms_.Inbox()->Refresh(arguments.type));
 }
 
-void Session::Print(const tavro::Message& message, bool numbered) {
+void Session::ForEachMemory(const std::function<void(const std::string& memory)>& use) {
+  if (!allMemories_) return use({});
+  struct PutBack {
+    ~PutBack() {
+      if (!memory.empty()) sms.SetMessageMemory(memory);
+    }
+    tavro::SMS& sms;
+    const std::u16string memory;
+  };
+  const PutBack putBack{sms_, sms_.MessageMemory()};
+  std::string failure;
+  bool found = false;
+  for (const char* memory : {"SM", "ME"}) {
+    sms_.SetMessageMemory(FromUtf8(memory));
+    try {
+      Check(false);
+    } catch (const OperationFailed& error) {
+      if (sms_.ErrorCode() != tavro::kMessageMemoryNotSupported.code || EndSignals::Received() != 0) throw;
+      failure = error.what();
+      std::cerr << "tavro: " << memory << " left out: " << failure << '\n';
+      continue;
+    }
+    found = true;
+    use(memory);
+  }
+  if (!found) throw OperationFailed(failure);
+}
+
+void Session::Print(const tavro::Message& message, bool numbered, const std::string& memory) {
+  if (!memory.empty()) std::cout << memory << "  ";
   if (numbered) std::cout << message.Index() << "  ";
   std::cout << ToUtf8(Printable(message.Phone())) << "  " << ToUtf8(message.TimeStampRFC()) << '\n';
   std::u16string text = Printable(message.Text());
@@ -177,23 +213,26 @@ void Session::Print(const tavro::Message& message, bool numbered) {
 }
 
 void Session::List(const ListArguments& arguments) {
-  ReadInbox(arguments);
   const bool numbered = arguments.type == ListArguments::kAll;
   Json list = Json::array();
-  for (const tavro::Message& message : *sms_.Inbox()) {
-    if (!arguments.json) {
-      Print(message, numbered);
-      continue;
+  ForEachMemory([&](const std::string& memory) {
+    ReadInbox(arguments);
+    for (const tavro::Message& message : *sms_.Inbox()) {
+      if (!arguments.json) {
+        Print(message, numbered, memory);
+        continue;
+      }
+      Json entry = Json::object();
+      if (!memory.empty()) entry["memory"] = memory;
+      if (numbered) entry["index"] = message.Index();
+      entry["from"] = ToUtf8(message.Phone());
+      entry["text"] = ToUtf8(message.Text());
+      entry["time"] = ToUtf8(message.TimeStampRFC());
+      entry["timeZone"] = message.TimeZone();
+      entry["serviceCentre"] = ToUtf8(message.SMSC());
+      list.push_back(std::move(entry));
     }
-    Json entry = Json::object();
-    if (numbered) entry["index"] = message.Index();
-    entry["from"] = ToUtf8(message.Phone());
-    entry["text"] = ToUtf8(message.Text());
-    entry["time"] = ToUtf8(message.TimeStampRFC());
-    entry["timeZone"] = message.TimeZone();
-    entry["serviceCentre"] = ToUtf8(message.SMSC());
-    list.push_back(std::move(entry));
-  }
+  });
   if (arguments.json) std::cout << Dump(list) << '\n';
 }
 
@@ -209,12 +248,33 @@ void Session::Delete(std::int16_t index, bool joined) {
 }
 
 void Session::Clear() {
-  ReadInbox({});
-  const std::int16_t count = sms_.Inbox()->Count();
-  if (count > 0) {
-    Check(sms_.Inbox()->Clear());
+  ForEachMemory([&](const std::string& memory) {
+    ReadInbox({});
+    const std::int16_t count = sms_.Inbox()->Count();
+    if (count > 0) {
+      Check(sms_.Inbox()->Clear());
+    }
+    if (!memory.empty()) std::cout << memory << ": ";
+    std::cout << count << (count == 1 ? " message" : " messages") << " deleted\n";
+  });
+}
+
+void Session::Ussd(const std::string& code, const std::vector<std::string>& replies, bool json) {
+  Json answers = Json::array();
+  bool expectsReply = true;
+  auto reply = replies.begin();
+  for (const std::string* sent = &code; sent != nullptr; sent = reply == replies.end() ? nullptr : &*reply++) {
+    if (!expectsReply) throw OperationFailed("the session ended before " + *sent + " was sent");
+    const auto answer = sms_.SendUSSD(FromUtf8(*sent));
+    Check(answer.has_value());
+    expectsReply = answer->expectsReply;
+    if (!json) std::cout << ToUtf8(Printable(answer->text)) << std::endl;
+    answers.push_back({{"text", ToUtf8(answer->text)}, {"expectsReply", expectsReply}});
   }
-  std::cout << count << (count == 1 ? " message" : " messages") << " deleted\n";
+  if (json) std::cout << Dump(answers) << '\n';
+  if (expectsReply) {
+    Check(sms_.CancelUSSD());
+  }
 }
 
 void Session::Command(std::string command) {

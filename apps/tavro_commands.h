@@ -2,8 +2,10 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <stdexcept>
 #include <string>
+#include <vector>
 
 #include "platform/utf8.h"
 #include "tavro/sms.h"
@@ -14,7 +16,9 @@ struct ConnectionArguments {
   std::int32_t baudRate = 19200;
   std::int32_t timeout = 30000;  // ms
   std::string pin;
-  std::string memory;      // "SM" or "ME"; empty: as it is
+  // "SM", "ME" or "ALL", which is the two one after the other; empty: as it is.
+  static constexpr const char* kAllMemories = "ALL";
+  std::string memory;
   std::string initString;  // a command sent while connecting
   std::string logFolder;   // empty: no log
   bool classic = false;    // the classic manner of dialogue
@@ -63,16 +67,23 @@ class Session {
   void Send(const SendArguments& arguments);
   void Push(const PushArguments& arguments);
   void List(const ListArguments& arguments);
-  // The message that List shows under this number when it lists all, joined or not.
+  // The message that List shows under this number when it lists all of one memory, joined or not.
   void Delete(std::int16_t index, bool joined);
   void Clear();
+  // Sends the code, and the replies one by one while the network expects any; a session that expects another is
+  // cancelled.
+  void Ussd(const std::string& code, const std::vector<std::string>& replies, bool json);
   void Command(std::string command);
 
  private:
   // Throws when the last call failed. The log's error may hide another one: `isDone` says what the call itself told.
   void Check(bool isDone = true);
   void ReadInbox(const ListArguments& arguments);
-  void Print(const tavro::Message& message, bool numbered);
+  // Once with each memory selected, its name as the argument, or with "" and the memory as it is. One that the modem
+  // does not have is left out with a note.
+  void ForEachMemory(const std::function<void(const std::string& memory)>& use);
+  void Print(const tavro::Message& message, bool numbered, const std::string& memory = {});
 
+  const bool allMemories_;
   tavro::SMS sms_;
 };

@@ -10,7 +10,7 @@
 namespace tavro {
 namespace {
 
-// But for 1006, 1025, 1026, 4012 and 7015, whose texts name what happened.
+// But for 1006, 1025, 1026, 4012, 7015 and 9002, whose texts name what happened.
 constexpr char kTexts[] = R"(
 1001 Invalid COM port setting; 1002 Invalid baudrate setting; 1003 Invalid parity setting;
 1004 Invalid data bits setting; 1005 Invalid stopbits setting; 1007 Cannot close COM port;
@@ -67,7 +67,10 @@ constexpr char kTexts[] = R"(
 7016 WAP push send error; 7017 Invalid action attribute; 7018 WAP push data length overflow;
 7019 Invalid create date value; 7022 SMSC not specified; 7023 Unknown error while sending WAP push;
 8001 Invalid log type option; 8002 Invalid log file path; 8003 Cannot find log file path; 8004 Error opening log file;
-8007 Error clearing log file; 8008 Error getting log file size
+8007 Error clearing log file; 8008 Error getting log file size;
+9001 Invalid USSD code; 9003 No answer to USSD code; 9004 Modem does not support USSD;
+9005 Network does not support USSD code; 9006 USSD session ended by the network; 9007 Invalid response to USSD code;
+9008 Cannot cancel USSD session
 )";
 
 template <typename... Errors>
@@ -78,35 +81,36 @@ std::vector<std::string> TextsOf(const Errors&... errors) {
 TEST(ErrorsTest, EveryTextIsAsDocumented) {
   const std::string texts = ReplaceAll(Trim(ReplaceAll(kTexts, "\n", " ")), "; ", ";");
   EXPECT_THAT(
-      TextsOf(kInvalidComPort, kInvalidBaudRate, kInvalidParity, kInvalidDataBits, kInvalidStopBits,
-              kCannotCloseComPort, kInvalidTimeout, kPortLocked, kCannotFindComPort, kCannotSendCommand,
-              kCannotReadResponse, kConnectionVerificationFailed, kUserInitFailed, kDefaultInitFailed,
-              kUserInitErrorResponse, kEchoOffErrorResponse, kRegistrationCodesOffFailed, kFullFunctionalityFailed,
-              kLongResultCodesErrorResponse, kNumericErrorsErrorResponse, kFullFunctionalityNoResponse,
-              kEchoOffNoResponse, kEchoOffFailed, kLongResultCodesNoResponse, kLongResultCodesFailed,
-              kNumericErrorsNoResponse, kNumericErrorsFailed, kRegistrationCodesOffNoResponse, kModemNotFound,
-              kNetworkSelectionNoResponse, kNetworkSelectionFailed, kNetworkSelectionErrorResponse, kConnectNoPduMode,
-              kMinimumFunctionalityNoResponse, kMinimumFunctionalityFailed, kInvalidModemCommandDelay,
-              kInvalidMessageMemory, kMessageMemoryNotSupported, kCannotReadMessageMemory, kCannotReadManufacturer,
-              kSimDamaged, kNoSim, kInvalidPinStatusResponse, kPinStatusCommunicationError, kInvalidOrWrongPin,
-              kInvalidOrWrongPuk, kWaitingForPuk, kUnknownErrorAfterPin, kPinCommunicationError, kInvalidPin, kBlankPin,
-              kUnknownErrorSendingPin, kUnknownPinStatus, kCannotReadRevision, kCannotReadImei, kCannotReadModel,
-              kCannotReadBattery, kNoBattery, kPowerFault, kCannotReadOwnNumber, kInvalidDelayAfterPin, kCannotReadImsi,
-              kPinStatusAfterFullFunctionality, kModemNotAvailable, kSignalNotKnown, kRegistrationFailed,
-              kRegistrationDenied, kUnknownRegistrationStatus, kUnreadableRegistrationStatus,
-              kUnknownRegistrationFailure, kCannotReadNetwork, kCannotReadNetworkList, kCannotReadSmsc, kCannotSaveSmsc,
-              kCannotSetValidity, kInvalidDestination, kInvalidLongMessage, kSendPduModeUnchecked, kSendNoPduMode,
-              kSendCannotConnect, kSendCommandError, kSendInvalidPrompt, kSubmitPduError, kInvalidSendDelay,
-              kInvalidSendRetry, kInvalidCharacter, kSendMessageError, kCannotBuildPdu, kSmscNotSpecified,
-              kUnknownSendError, kInvalidReadType, kReadPduModeUnchecked, kReadNoPduMode, kReadCannotConnect,
-              kReadCommandError, kReadInvalidResponse, kInvalidMessageIndex, kReadMessageError, kDeletePduModeUnchecked,
-              kDeleteNoPduMode, kDeleteCannotConnect, kDeleteCommandError, kMessageNotFound, kInvalidOwnIndex,
-              kInboxEmpty, kCannotDeleteAll, kDeleteInvalidResponse, kDeleteMessageError, kEmptyPushText, kEmptyPushUrl,
-              kInvalidExpiry, kInvalidPushDestination, kPushTextNotSpecified, kPushUrlNotSpecified,
-              kPushDestinationNotSpecified, kPushPduModeUnchecked, kPushNoPduMode, kPushCannotConnect,
-              kCannotBuildPushPdu, kPushCommandError, kPushInvalidPrompt, kSubmitPushPduError, kPushSendError,
-              kInvalidAction, kPushTooLong, kInvalidCreated, kPushSmscNotSpecified, kUnknownPushError, kInvalidLogType,
-              kInvalidLogFolder, kLogFolderNotFound, kCannotOpenLog, kCannotClearLog, kCannotReadLogSize),
+      TextsOf(
+          kInvalidComPort, kInvalidBaudRate, kInvalidParity, kInvalidDataBits, kInvalidStopBits, kCannotCloseComPort,
+          kInvalidTimeout, kPortLocked, kCannotFindComPort, kCannotSendCommand, kCannotReadResponse,
+          kConnectionVerificationFailed, kUserInitFailed, kDefaultInitFailed, kUserInitErrorResponse,
+          kEchoOffErrorResponse, kRegistrationCodesOffFailed, kFullFunctionalityFailed, kLongResultCodesErrorResponse,
+          kNumericErrorsErrorResponse, kFullFunctionalityNoResponse, kEchoOffNoResponse, kEchoOffFailed,
+          kLongResultCodesNoResponse, kLongResultCodesFailed, kNumericErrorsNoResponse, kNumericErrorsFailed,
+          kRegistrationCodesOffNoResponse, kModemNotFound, kNetworkSelectionNoResponse, kNetworkSelectionFailed,
+          kNetworkSelectionErrorResponse, kConnectNoPduMode, kMinimumFunctionalityNoResponse,
+          kMinimumFunctionalityFailed, kInvalidModemCommandDelay, kInvalidMessageMemory, kMessageMemoryNotSupported,
+          kCannotReadMessageMemory, kCannotReadManufacturer, kSimDamaged, kNoSim, kInvalidPinStatusResponse,
+          kPinStatusCommunicationError, kInvalidOrWrongPin, kInvalidOrWrongPuk, kWaitingForPuk, kUnknownErrorAfterPin,
+          kPinCommunicationError, kInvalidPin, kBlankPin, kUnknownErrorSendingPin, kUnknownPinStatus,
+          kCannotReadRevision, kCannotReadImei, kCannotReadModel, kCannotReadBattery, kNoBattery, kPowerFault,
+          kCannotReadOwnNumber, kInvalidDelayAfterPin, kCannotReadImsi, kPinStatusAfterFullFunctionality,
+          kModemNotAvailable, kSignalNotKnown, kRegistrationFailed, kRegistrationDenied, kUnknownRegistrationStatus,
+          kUnreadableRegistrationStatus, kUnknownRegistrationFailure, kCannotReadNetwork, kCannotReadNetworkList,
+          kCannotReadSmsc, kCannotSaveSmsc, kCannotSetValidity, kInvalidDestination, kInvalidLongMessage,
+          kSendPduModeUnchecked, kSendNoPduMode, kSendCannotConnect, kSendCommandError, kSendInvalidPrompt,
+          kSubmitPduError, kInvalidSendDelay, kInvalidSendRetry, kInvalidCharacter, kSendMessageError, kCannotBuildPdu,
+          kSmscNotSpecified, kUnknownSendError, kInvalidReadType, kReadPduModeUnchecked, kReadNoPduMode,
+          kReadCannotConnect, kReadCommandError, kReadInvalidResponse, kInvalidMessageIndex, kReadMessageError,
+          kDeletePduModeUnchecked, kDeleteNoPduMode, kDeleteCannotConnect, kDeleteCommandError, kMessageNotFound,
+          kInvalidOwnIndex, kInboxEmpty, kCannotDeleteAll, kDeleteInvalidResponse, kDeleteMessageError, kEmptyPushText,
+          kEmptyPushUrl, kInvalidExpiry, kInvalidPushDestination, kPushTextNotSpecified, kPushUrlNotSpecified,
+          kPushDestinationNotSpecified, kPushPduModeUnchecked, kPushNoPduMode, kPushCannotConnect, kCannotBuildPushPdu,
+          kPushCommandError, kPushInvalidPrompt, kSubmitPushPduError, kPushSendError, kInvalidAction, kPushTooLong,
+          kInvalidCreated, kPushSmscNotSpecified, kUnknownPushError, kInvalidLogType, kInvalidLogFolder,
+          kLogFolderNotFound, kCannotOpenLog, kCannotClearLog, kCannotReadLogSize, kInvalidUssdCode, kNoUssdAnswer,
+          kModemWithoutUssd, kUssdNotSupported, kUssdEnded, kInvalidUssdAnswer, kCannotCancelUssd),
       testing::ElementsAreArray(Split(texts, ";")));
 }
 
@@ -157,14 +161,14 @@ TEST_P(EveryCall, EveryPublicCallClearsTheLastError) {
           &SMS::Validity, &SMS::LongMessage, &SMS::DisableCheckPIN, &SMS::DelayAfterPin, &SMS::SendDelay,
           &SMS::SendRetry, &SMS::Character, &SMS::BatteryLevel, &SMS::OwnNumber, &SMS::DebugMode, &SMS::LogType,
           &SMS::LogFolderPath, &SMS::LogSize, &SMS::IsConnected, &SMS::ModemInitString, &SMS::ModemCommandDelay,
-          &SMS::Disconnect, &SMS::Connect);
+          &SMS::CancelUSSD, &SMS::MemoryUsage, &SMS::IsMemoryFull, &SMS::Disconnect, &SMS::Connect);
   setters("sms number", sms, std::int16_t{1}, &SMS::SetBaudRate, &SMS::SetDataBits, &SMS::SetTimeout,
           &SMS::SetLongMessage, &SMS::SetDisableCheckPIN, &SMS::SetDelayAfterPin, &SMS::SetSendDelay,
           &SMS::SetSendRetry, &SMS::SetCharacter, &SMS::SetDebugMode, &SMS::SetLogType, &SMS::ClearLog,
           &SMS::SetModemCommandDelay);
   setters("sms text", sms, std::u16string(u"1D"), &SMS::SetPort, &SMS::SetParity, &SMS::SetStopBits,
           &SMS::SetMessageMemory, &SMS::SetSMSC, &SMS::SetValidity, &SMS::SetPIN, &SMS::SetLogFolderPath,
-          &SMS::SetModemInitString, &SMS::Command);
+          &SMS::SetModemInitString, &SMS::Command, &SMS::SendUSSD);
   clears("SendSMS", [&] { sms.SendSMS(u"x", u"x"); });
 }
 

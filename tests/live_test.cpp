@@ -62,13 +62,15 @@ TEST(LiveInbox, TheWholeDialogue) {
      0 WriteFile AT+CMGL=0<cr> -> 10
      0 log Modem Command: AT+CMGL=0<cr>
      0 log Modem Response: <cr><lf>+CMGL: 1,0,,21<cr><lf>0791947101670000040C91947110325476000842305041709040020061<cr><lf><cr><lf>OK<cr><lf>
+     0 log Send AT command [AT+CPMS?<cr>]
+     0 SetCommTimeouts 4294967295 4294967295 100 2 0
+     0 log Send: AT+CPMS?<cr>
+     0 WriteFile AT+CPMS?<cr> -> 9
+     0 log Recv: <cr><lf>+CPMS: "SM",2,100,"SM",2,100,"SM",2,100<cr><lf><cr><lf>OK<cr><lf>
      0 log Waiting for messages [1000 ms]
    300 log Unsolicited: +CMTI: "SM",3
-   300 log Send AT command [AT+CMGR=3<cr>]
-   300 SetCommTimeouts 4294967295 4294967295 100 2 0
-   300 log Send: AT+CMGR=3<cr>
-   300 WriteFile AT+CMGR=3<cr> -> 10
-   300 log Recv: <cr><lf>+CMGR: 0,,21<cr><lf>0791947101670000040C91947110325476000842305041709040020063<cr><lf><cr><lf>OK<cr><lf>
+   300 AT+CMGR=3 - 300 > 300 |+CMGR: 0,,21|0791947101670000040C91947110325476000842305041709040020063||OK|
+   300 AT+CPMS? - 300 > 300 |+CPMS: "SM",3,100,"SM",3,100,"SM",3,100||OK|
    300 log Waiting for messages [500 ms]
 error 0, connected
 )");

@@ -20,8 +20,10 @@
 
 #include "tavro/inbox.h"
 #include "tavro/long_message_type.h"
+#include "tavro/memory_usage.h"
 #include "tavro/message.h"
 #include "tavro/status_report.h"
+#include "tavro/ussd.h"
 #include "tavro/wap.h"
 
 namespace tavro {
@@ -136,6 +138,12 @@ class SMS {
   // equipment. Setting it asks the modem: 2001 unknown name, 2002 refused. Getting it asks the modem: 2002.
   std::u16string MessageMemory();
   void SetMessageMemory(const std::u16string& memory);
+  // How full each memory is that the modem can read from. The memories that it does not count unasked are selected for
+  // reading one after the other, and then the one that was selected before. Empty on failure: 2002.
+  std::vector<tavro::MemoryUsage> MemoryUsage();
+  // Whether the memory that is received into was full when the modem last told: while connecting, for MemoryUsage and
+  // for MessageMemory. It then takes no more messages. Asks nothing; always false in the classic manner.
+  bool IsMemoryFull();
   // AT+GMI or AT+CGMI; 2003.
   std::u16string Manufacturer();
   // AT+GMM or AT+CGMM; 2018.
@@ -202,11 +210,11 @@ class SMS {
   std::optional<std::u16string> SendSMS(const std::u16string& destinationNumber, const std::u16string& textMessage,
                                         bool alertMessage = false);
 
-  // --- Status reports (prompt manner only)
-  // ----------------------------------------------------------------------------
+  // --- Status reports ------------------------------------------------------------------------------------------------
 
-  // Whether the texts that are sent from now on ask for status reports (TP-SRR, 3GPP TS 23.040, 9.2.3.5), every part of
-  // a long one. False at the start. In the classic manner its last part alone asks, and reports are deleted unread.
+  // Of the prompt manner alone. Whether the texts that are sent from now on ask for status reports (TP-SRR, 3GPP
+  // TS 23.040, 9.2.3.5), every part of a long one. False at the start. In the classic manner its last part alone asks,
+  // and reports are deleted unread.
   bool StatusReport();
   void SetStatusReport(bool wanted);
   // The reports that came so far: those that the modem told of or delivered, which Inbox::Wait and WaitForDelivery
@@ -222,11 +230,24 @@ class SMS {
   // that it is made of count as handed over. 5010 when the text is no list of references from 0 to 255.
   Delivery DeliveryOf(const std::u16string& references);
   // Waits until the state of that message is final (IsFinal), so many milliseconds at most. Messages that come
-  // meanwhile are added to the inbox; Inbox::Wait does not count them any more. False with no error at the limit and
+  // meanwhile are added to the inbox, and the next Inbox::Wait returns at once. False with no error at the limit and
   // when it was cancelled; otherwise fails as Inbox::Wait does, or with 5010.
   bool WaitForDelivery(const std::u16string& references, std::int32_t milliseconds);
   // From any thread, as nothing else here: ends the Inbox::Wait or WaitForDelivery that is under way, or the next one.
   void Cancel();
+
+  // --- USSD ----------------------------------------------------------------------------------------------------------
+
+  // Sends a USSD code such as u"*100#" and waits for the network's answer (AT+CUSD, 3GPP TS 27.007, 7.15), Timeout and
+  // 60 seconds at least; then the session is cancelled. When the network expects a reply, the next call sends it:
+  // SendUSSD(u"1"). Nothing on failure:
+  //   9001 the code is empty, longer than 182 characters, or not in the GSM alphabet; 9002 refused, with the answer in
+  //   the text; 9003 no answer in time; 9004 and 9005 the modem or the network has no such service; 9006 the network
+  //   ended the session without a text; 9007 the answer makes no sense; or a connection, PIN or registration error.
+  // Modems differ in how they give texts; which way it was is told from the data coding and from the text itself.
+  std::optional<UssdReply> SendUSSD(const std::u16string& code);
+  // Ends a session that expects a reply. False with 9008 when the modem refuses, or a connection or PIN error.
+  bool CancelUSSD();
 
   // --- Log and errors ------------------------------------------------------------------------------------------------
 

@@ -1,7 +1,7 @@
 // Every error code of the component with its text, grouped by the thousand.
 //
-// 1006 carries the serial port's own text, 1025, 1026, 4012 and 7015 a text that names the command or the answer: the
-// code that raises them builds it. 2002, 2016, 2022, 4013 and 6011 stand for two texts each, and some texts for two
+// 1006 carries the serial port's own text, 1025, 1026, 4012, 7015 and 9002 a text that names the command or the answer:
+// the code that raises them builds it. 2002, 2016, 2022, 4013 and 6011 stand for two texts each, and some texts for two
 // codes; applications rely on both.
 #pragma once
 
@@ -19,6 +19,7 @@ inline constexpr std::int32_t kIndicationsOffNoResponse = 1025;
 inline constexpr std::int32_t kIndicationsOffFailed = 1026;
 inline constexpr std::int32_t kInvalidSubmitResponse = 4012;
 inline constexpr std::int32_t kInvalidPushResponse = 7015;
+inline constexpr std::int32_t kUssdRefused = 9002;
 
 // Serial port, connection and initialisation.
 inline constexpr ErrorDefinition kInvalidComPort{1001, "Invalid COM port setting"};
@@ -182,5 +183,14 @@ inline constexpr ErrorDefinition kLogFolderNotFound{8003, "Cannot find log file 
 inline constexpr ErrorDefinition kCannotOpenLog{8004, "Error opening log file"};
 inline constexpr ErrorDefinition kCannotClearLog{8007, "Error clearing log file"};
 inline constexpr ErrorDefinition kCannotReadLogSize{8008, "Error getting log file size"};
+
+// USSD.
+inline constexpr ErrorDefinition kInvalidUssdCode{9001, "Invalid USSD code"};
+inline constexpr ErrorDefinition kNoUssdAnswer{9003, "No answer to USSD code"};
+inline constexpr ErrorDefinition kModemWithoutUssd{9004, "Modem does not support USSD"};
+inline constexpr ErrorDefinition kUssdNotSupported{9005, "Network does not support USSD code"};
+inline constexpr ErrorDefinition kUssdEnded{9006, "USSD session ended by the network"};
+inline constexpr ErrorDefinition kInvalidUssdAnswer{9007, "Invalid response to USSD code"};
+inline constexpr ErrorDefinition kCannotCancelUssd{9008, "Cannot cancel USSD session"};
 
 }  // namespace tavro

@@ -1,13 +1,15 @@
-// The message memory that is read, deleted from and received into (AT+CPMS, 3GPP TS 27.005, 3.2.2).
+// The message memory that is read, deleted from and received into, and how full it is (AT+CPMS, 3GPP TS 27.005, 3.2.2).
 #pragma once
 
 #include <functional>
 #include <optional>
 #include <string>
 #include <string_view>
+#include <vector>
 
 #include "connection/registration.h"
 #include "link/dialogue.h"
+#include "tavro/memory_usage.h"
 
 namespace tavro {
 
@@ -25,7 +27,22 @@ class MessageMemory : DialoguePart {
   // False when it does not take it. Raises no error.
   bool Visit(const std::string& memory, const std::function<void()>& visit);
 
+  // Of each memory that can be read from; empty on failure. Those that the modem does not count unasked are selected
+  // for reading, and then again the one that was; when that fails the connection has none selected.
+  std::vector<MemoryUsage> Usage();
+  // Asks once how full the memories are (AT+CPMS?); for whoever waits for messages. False when the modem does not tell.
+  bool QueryUsage();
+
  private:
+  struct Count;
+
+  std::vector<Count> CountsIn(const Answer& answer) const;
+  bool IsWatched() const;
+  void NoteUsage(const Answer& answer, const std::string& name = {});
+  std::vector<std::string> ReadableMemories();
+  bool CountOthers(const std::vector<std::string>& names, std::vector<Count>& counts);
+  bool PutBack(const std::string& memory);
+
   Registration& registration_;
 };
 

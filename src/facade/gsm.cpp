@@ -21,6 +21,7 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
       messageSteps(dialogue, connection, registration, memory),
       device(dialogue, registration),
       network(dialogue, registration),
+      ussd(dialogue, registration),
       serviceCentre(dialogue, registration),
       submission(dialogue, registration, connection, messageSteps, serviceCentre),
       textSender(dialogue, submission, sentMessages),
@@ -34,7 +35,10 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
       incomingServices{errors, settings, reader, deleter, waiter} {
   if (!manner.pausesUnasked)
     settings.pauses = {.command = 0, .unanswered = 100, .send = 0, .afterPin = 0, .functionality = 0};
-  exchange.SetUnsolicited([this](const std::string& line) { arrivals.Take(line, exchange.Heard()); });
+  exchange.SetUnsolicited([this](const std::string& line) {
+    ussd.Take(line);
+    arrivals.Take(line, exchange.Heard());
+  });
   errors.SetBeginning([this] { connection.NoticeLoss(); });
   log.AttachErrorState([this](std::int32_t code, std::string_view text) { errors.SetError(code, text); });
 }

@@ -12,6 +12,7 @@
 #include "connection/registration.h"
 #include "facade/device_info.h"
 #include "facade/network_info.h"
+#include "facade/ussd_session.h"
 #include "incoming/arrivals.h"
 #include "incoming/deliveries.h"
 #include "incoming/incoming_services.h"
@@ -68,6 +69,7 @@ class GSM {
 
   DeviceInfo device;
   NetworkInfo network;
+  UssdSession ussd;
 
   ServiceCentre serviceCentre;
   Submission submission;

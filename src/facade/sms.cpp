@@ -116,6 +116,12 @@ bool SMS::WaitForDelivery(const std::u16string& references, std::int32_t millise
 
 void SMS::Cancel() { state_->cancellation->Cancel(); }
 
+// --- USSD ------------------------------------------------------------------------------------------------------------
+
+std::optional<UssdReply> SMS::SendUSSD(const std::u16string& code) { return state_->Begin()->ussd.Send(code); }
+
+bool SMS::CancelUSSD() { return state_->Begin()->ussd.Cancel(); }
+
 // --- Log and errors --------------------------------------------------------------------------------------------------
 
 std::int32_t SMS::LogSize() { return state_->Begin()->log.LineCount(); }

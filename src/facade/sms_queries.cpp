@@ -26,6 +26,15 @@ void SMS::SetMessageMemory(const std::u16string& memory) {
   if (!gsm->memory.SelectMessageMemory(name)) gsm->errors.SetError(kMessageMemoryNotSupported);
 }
 
+std::vector<tavro::MemoryUsage> SMS::MemoryUsage() {
+  const auto gsm = state_->Begin();
+  auto usage = gsm->memory.Usage();
+  if (usage.empty()) gsm->errors.SetError(kCannotReadMessageMemory);
+  return usage;
+}
+
+bool SMS::IsMemoryFull() { return state_->Begin()->state.receivedMemoryFull; }
+
 std::u16string SMS::Manufacturer() {
   const auto gsm = state_->Begin();
   return TextOrError(gsm, gsm->device.Manufacturer(), kCannotReadManufacturer);

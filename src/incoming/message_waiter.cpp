@@ -106,7 +106,11 @@ PendingError MessageWaiter::Look(SIMBox& box) {
   exchange_.AwaitUnsolicited(0);
   const bool isNewConnection = lookedConnection_ != connection_.Count();
   if (isNewConnection) arrivals_.ForgetPlaces();
-  if (!arrivals_.IsEmpty()) return ReadArrival(box, arrivals_.Next());
+  if (!arrivals_.IsEmpty()) {
+    PendingError error = ReadArrival(box, arrivals_.Next());
+    if (!error && arrivals_.IsEmpty()) NoteUsage();
+    return error;
+  }
   if (isNewConnection && manner_.answersEndAtResult) indications_.SwitchOn();
   if (isNewConnection || arrivals_.IsPlaceUnknown()) return ListUnread(box);
   if (platform_.TickCount() - lookedTick_ < LookInterval()) return {};
@@ -127,8 +131,15 @@ PendingError MessageWaiter::ListUnread(SIMBox& box) {
   } else {
     lookedConnection_ = connection;
     lookedTick_ = platform_.TickCount();
+    NoteUsage();
   }
   return error;
+}
+
+// A modem that can take no more says nothing of what does not come.
+void MessageWaiter::NoteUsage() {
+  memory_.QueryUsage();
+  errors_.ClearError();
 }
 
 PendingError MessageWaiter::ReadArrival(SIMBox& box, const Arrival& arrival) {

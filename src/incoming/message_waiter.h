@@ -44,6 +44,7 @@ class MessageWaiter : DialoguePart {
   PendingError ReadPlace(SIMBox& box, const Arrival& arrival);
   void Acknowledge(const Arrival& arrival);
   PendingError ListUnread(SIMBox& box);
+  void NoteUsage();
   bool HasMore() const;
   std::uint32_t LookInterval() const;
   void Pause(std::uint32_t milliseconds);

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <array>
 #include <string_view>
+#include <utility>
 
 #include "base/national_tables.h"
 #include "outgoing/gsm_alphabet.h"
@@ -40,31 +41,51 @@ char16_t ExtensionCharacter(std::u16string_view table, unsigned code) {
   return code < table.size() && table[code] != u' ' ? table[code] : kNone;
 }
 
+// Makes a text of code after code.
+class TextOfCodes {
+ public:
+  TextOfCodes(const Languages& languages, std::size_t count)
+      : alphabet_(LockingTable(languages.locking)), extension_(SingleShiftTable(languages.single)) {
+    text_.reserve(count);
+  }
+
+  void Add(unsigned code) {
+    if (code == kGsmEscape && !escaped_) {
+      escaped_ = true;
+      return;
+    }
+    const char16_t extended = escaped_ ? ExtensionCharacter(extension_, code) : kNone;
+    text_ += extended != kNone ? extended : AlphabetCharacter(alphabet_, code);
+    escaped_ = false;
+  }
+  std::u16string Text() && { return std::move(text_); }
+
+ private:
+  const std::u16string_view alphabet_, extension_;
+  std::u16string text_;
+  bool escaped_ = false;
+};
+
 }  // namespace
 
 std::u16string SeptetText(std::span<const std::uint8_t> octets, std::size_t firstBit, std::size_t count,
                           const Languages& languages) {
-  const std::u16string_view alphabet = LockingTable(languages.locking);
-  const std::u16string_view extension = SingleShiftTable(languages.single);
   const std::size_t bits = octets.size() * 8;
   count = std::min(count, bits > firstBit ? (bits - firstBit) / 7 : 0);
-  std::u16string text;
-  text.reserve(count);
-  bool escaped = false;
+  TextOfCodes text(languages, count);
   for (std::size_t bit = firstBit; count > 0; --count, bit += 7) {
     const std::size_t octet = bit / 8;
     unsigned pair = octets[octet];
     if (octet + 1 < octets.size()) pair |= static_cast<unsigned>(octets[octet + 1]) << 8;
-    const unsigned code = pair >> bit % 8 & 0x7F;
-    if (code == kGsmEscape && !escaped) {
-      escaped = true;
-      continue;
-    }
-    const char16_t extended = escaped ? ExtensionCharacter(extension, code) : kNone;
-    text += extended != kNone ? extended : AlphabetCharacter(alphabet, code);
-    escaped = false;
+    text.Add(pair >> bit % 8 & 0x7F);
   }
-  return text;
+  return std::move(text).Text();
+}
+
+std::u16string CodesText(std::span<const std::uint8_t> codes, const Languages& languages) {
+  TextOfCodes text(languages, codes.size());
+  for (const std::uint8_t code : codes) text.Add(code & 0x7F);
+  return std::move(text).Text();
 }
 
 }  // namespace tavro

@@ -19,5 +19,7 @@ struct Languages {
 // without a character there a blank.
 std::u16string SeptetText(std::span<const std::uint8_t> octets, std::size_t firstBit, std::size_t count,
                           const Languages& languages = {});
+// The same of codes that stand in an octet each; the highest bit does not count.
+std::u16string CodesText(std::span<const std::uint8_t> codes, const Languages& languages = {});
 
 }  // namespace tavro

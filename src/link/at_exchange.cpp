@@ -187,6 +187,7 @@ void AtExchange::MarkCommandEnd() { lastCommandTick_ = platform_.TickCount(); }
 void AtExchange::Purge() {
   if (!sortsAnswers_) {
     comm_.CommFlush(settings_.portNumber);
+    input_.clear();
   } else {
     SortIdle();
     // Connecting finds the modem again.
@@ -199,6 +200,7 @@ bool AtExchange::Write(std::string_view data) { return std::cmp_equal(WriteOctet
 std::int32_t AtExchange::WriteOctets(std::string_view data) {
   if (platform_.IsInterrupted()) return -1;
   written_ = data;
+  ++writeCount_;
   unanswered_ = true;
   const std::int32_t count = comm_.CommWrite(settings_.portNumber, data);
   sinceWritten_ = WholeSecondWait(platform_, settings_.timeout);
@@ -284,10 +286,13 @@ bool AtExchange::HandOn(AnswerSorter& sorter) {
   return !lines.empty();
 }
 
-// As CommAwait returns, a slice of time later at most.
+// Waits a slice of time at most. Returns as CommAwait does.
 std::int32_t AtExchange::ReadMore() {
   std::string piece;
-  const std::int32_t count = comm_.CommAwait(settings_.portNumber, piece);
+  const std::int32_t count =
+      sortsAnswers_ ? comm_.CommAwait(settings_.portNumber, piece) : comm_.CommRead(settings_.portNumber, piece, 0);
+  // Without the time-outs of sorted answers a read waits for nothing.
+  if (count == 0 && !sortsAnswers_) platform_.Sleep(kReadSlice);
   if (count > 0) inputTick_ = platform_.TickCount();
   input_ += piece;
   return count;
@@ -299,7 +304,7 @@ void AtExchange::ReadQueued() {
 }
 
 bool AtExchange::AwaitUnsolicited(std::uint32_t milliseconds, const std::function<bool()>& isCancelled) {
-  if (!sortsAnswers_ || !IsPortOpen()) return false;
+  if (!IsPortOpen()) return false;
   const std::uint32_t start = platform_.TickCount();
   ReadQueued();
   AnswerSorter sorter({}, false);
@@ -324,7 +329,7 @@ bool AtExchange::AwaitUnsolicited(std::uint32_t milliseconds, const std::functio
 
 // For a read that waits for so long.
 void AtExchange::ApplyWaitTimeOuts(std::uint32_t milliseconds) {
-  if (milliseconds <= kReadSlice) {
+  if (milliseconds <= kReadSlice || !sortsAnswers_) {
     if (timeOutMark_ == '\0' || timeOutMark_ == 'W') ApplyTimeOuts('N', kCommandTimeOuts);
     return;
   }

@@ -75,6 +75,10 @@ class AtExchange {
   // False when the modem does not answer.
   bool Resynchronise();
 
+  // How often something was written: a line of the modem's own accord that was handed on at another count came before
+  // what was written last.
+  std::uint32_t WriteCount() const { return writeCount_; }
+
   // Whether an answer may still come, and that it does not any more.
   bool IsUnanswered() const { return unanswered_; }
   void ForgetUnanswered() { unanswered_ = false; }
@@ -85,8 +89,7 @@ class AtExchange {
   void SetUnsolicited(std::function<void(const std::string& line)> take) { takeUnsolicited_ = std::move(take); }
   // Waits for such a line while no answer is awaited, so many milliseconds at most, 0: looks what came. True as soon as
   // one was handed on. False at the limit, when the wait is cancelled (SerialDriver::Wake has it asked at once) or the
-  // program wants to end, and when the port is closed: a device that is gone closes the connection. Where lines are not
-  // sorted: false at once.
+  // program wants to end, and when the port is closed: a device that is gone closes the connection.
   bool AwaitUnsolicited(std::uint32_t milliseconds, const std::function<bool()>& isCancelled = {});
   // How many such lines were handed on so far, and what was read of the modem's memory and counts as one.
   std::uint64_t Heard() const { return heard_; }
@@ -118,6 +121,7 @@ class AtExchange {
   std::uint32_t gap_ = 500;  // ms without an octet that end a read
   std::uint32_t lastCommandTick_;
   WholeSecondWait sinceWritten_;
+  std::uint32_t writeCount_ = 0;
 
   // Of the prompt manner.
   std::string written_;          // what the answer is to

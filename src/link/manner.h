@@ -51,6 +51,9 @@ struct Manner {
   // The SIM's last attempt is kept for the user: the remaining ones are asked for (PinCheck).
   bool sparesLastPinAttempt;
 
+  // Whether the memory that is received into is full is noted and logged (MessageMemory).
+  bool watchesMemory;
+
   // --- Outgoing messages ---
 
   // A message whose result did not come is not tried again, nor one that was refused for good (Submission).
@@ -91,6 +94,7 @@ inline constexpr Manner kClassicManner{
     .needsInformation = false,
     .remembersRefusedPin = false,
     .sparesLastPinAttempt = false,
+    .watchesMemory = false,
     .sendsOnce = false,
     .leavesServiceCentreToModem = false,
     .keepsSurrogatePairs = false,
@@ -117,6 +121,7 @@ inline constexpr Manner kPromptManner{
     .needsInformation = true,
     .remembersRefusedPin = true,
     .sparesLastPinAttempt = true,
+    .watchesMemory = true,
     .sendsOnce = true,
     .leavesServiceCentreToModem = true,
     .keepsSurrogatePairs = true,

@@ -1,5 +1,6 @@
 #include "outgoing/encodings.h"
 
+#include <algorithm>
 #include <array>
 #include <cstddef>
 #include <cstring>
@@ -131,6 +132,11 @@ std::u16string ToGsmAlphabet(std::u16string_view text) {
   }
   codes.resize(static_cast<std::size_t>(out - codes.data()));
   return codes;
+}
+
+bool FitsGsmAlphabet(std::u16string_view text) {
+  return std::all_of(text.begin(), text.end(),
+                     [](char16_t character) { return character == u'?' || GsmValue(character) != '?'; });
 }
 
 std::string ToBitString(std::int16_t value, int width) {

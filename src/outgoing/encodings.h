@@ -16,6 +16,8 @@ namespace tavro {
 
 // The code-value string of a text in the GSM 7-bit default alphabet. A character that it lacks becomes "?".
 std::u16string ToGsmAlphabet(std::u16string_view text);
+// Whether it has every character of the text.
+bool FitsGsmAlphabet(std::u16string_view text);
 // The low `width` bits of the value in two's complement; "" for a width other than 7, 8 and 16.
 std::string ToBitString(std::int16_t value, int width);
 // The last `digits` * 4 bits, zeros in front when there are fewer. Four characters that are no bits repeat the digit

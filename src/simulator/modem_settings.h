@@ -15,7 +15,7 @@ struct NetworkOperator {
 
 // What the network answers to a code of AT+CUSD. A reply in a menu has the codes that led there in front of its own,
 // with blanks between: "*101# 1".
-struct UssdAnswer {
+struct UssdEntry {
   std::string code, text;  // UTF-8
   bool expectsReply = false;
 };
@@ -64,7 +64,7 @@ struct ModemSettings {
   bool reportsForeign = true;          // there are reports on messages to other numbers too
   std::int64_t acknowledgeMs = 15000;  // with AT+CSMS=1: how long it waits for AT+CNMA
   std::int64_t redeliverMs = 60000;    // until it delivers again what was refused or not acknowledged
-  std::vector<UssdAnswer> ussd = {{"*100#", "Balance: 12.34 EUR"},
+  std::vector<UssdEntry> ussd = {{"*100#", "Balance: 12.34 EUR"},
                                   {"*101#", "1 Tariff\n2 Data left", true},
                                   {"*101# 1", "Your tariff: Tavro S"},
                                   {"*101# 2", "Data left: 1.5 GB"}};

@@ -57,9 +57,9 @@ void Show(ModemState& modem, int state, std::string_view text) {
 }
 
 void AnswerUssd(ModemState& modem, const std::string& path) {
-  const std::vector<UssdAnswer>& answers = modem.settings.ussd;
+  const std::vector<UssdEntry>& answers = modem.settings.ussd;
   const auto answer =
-      std::find_if(answers.begin(), answers.end(), [&](const UssdAnswer& each) { return each.code == path; });
+      std::find_if(answers.begin(), answers.end(), [&](const UssdEntry& each) { return each.code == path; });
   const bool isReply = std::exchange(modem.ussdSession, {}).has_value();
   modem.ussdPending.reset();
   if (answer == answers.end()) return Show(modem, isReply ? kTerminated : modem.settings.ussdUnknown, {});
