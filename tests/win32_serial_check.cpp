@@ -2,12 +2,14 @@
 // "AT". Prints a line for every step and how many failed; the exit status is 0 when none did.
 #include <winsock2.h>
 
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <string>
 #include <thread>
 
 #include "platform/win32/win32_platform.h"
+#include "tavro/serial_devices.h"
 
 using namespace tavro;
 
@@ -125,6 +127,16 @@ void CheckNetwork() {
   serving.join();
 }
 
+void CheckFinding() {
+  const auto devices = tavro::ProbeSerialDevices();
+  for (const auto& device : devices) std::printf("        %s, %s\n", device.path.c_str(), device.driver.c_str());
+  const auto port = std::find_if(devices.begin(), devices.end(), [](const auto& one) { return one.path == "COM1"; });
+  Step("COM1 is found", port != devices.end());
+  if (port == devices.end()) return;
+  Step("a modem answers there", port->probe && port->probe->outcome == SerialProbe::Outcome::kAnswered);
+  Step("it says its IMEI", port->probe && port->probe->imei.size() == 15);
+}
+
 void CheckPlatform(Platform& platform) {
   Step("an unknown error has no text", platform.Serial().ErrorText(0x1FFFFFFF).empty());
   Step("an error text is one line", platform.Serial().ErrorText(2).find_first_of("\r\n") == std::string::npos &&
@@ -178,6 +190,7 @@ int main(int argc, char** argv) {
   CheckSerial(platform->Serial());
   CheckPlatform(*platform);
   CheckNetwork();
+  CheckFinding();
   if (argc > 1 && std::string(argv[1]) == "--box") {  // waits for the user where there is a screen
     platform->ShowMessageBox(u"A message box", MB_ICONSTOP, u"Tavro");
     Step("a message box came back", true);

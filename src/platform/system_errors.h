@@ -16,6 +16,10 @@ struct SystemErrors {
 };
 extern const SystemErrors kSystemErrors;
 
+// Why a device could not be opened, as far as a person can do something about it.
+enum class OpenFailure : std::uint8_t { kBusy, kNoPermission, kOther };
+OpenFailure OpenFailureOf(std::uint32_t code);
+
 // In the code page, in one line; empty for a number that has none.
 std::string SystemErrorText(std::uint32_t code);
 

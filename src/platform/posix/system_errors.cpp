@@ -11,6 +11,11 @@ namespace tavro {
 
 const SystemErrors kSystemErrors{EBADF, EINVAL, ENOTSUP, ENOTTY, EIO, ETIMEDOUT, ECANCELED};
 
+OpenFailure OpenFailureOf(std::uint32_t code) {
+  if (code == EBUSY) return OpenFailure::kBusy;
+  return code == EACCES || code == EPERM ? OpenFailure::kNoPermission : OpenFailure::kOther;
+}
+
 std::string SystemErrorText(std::uint32_t code) {
   constexpr std::uint32_t kMostNameErrors = 200;
   if (code > kNameErrors && code <= kNameErrors + kMostNameErrors) {

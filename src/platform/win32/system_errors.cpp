@@ -12,6 +12,11 @@ const SystemErrors kSystemErrors{ERROR_INVALID_HANDLE,   ERROR_INVALID_PARAMETER
                                  ERROR_INVALID_FUNCTION, ERROR_DEVICE_NOT_CONNECTED, WSAETIMEDOUT,
                                  ERROR_CANCELLED};
 
+// The system says the same of a device that another program has and of one that is not permitted.
+OpenFailure OpenFailureOf(std::uint32_t code) {
+  return code == ERROR_ACCESS_DENIED || code == ERROR_SHARING_VIOLATION ? OpenFailure::kBusy : OpenFailure::kOther;
+}
+
 std::string SystemErrorText(std::uint32_t code) {
   constexpr std::size_t kLongestText = 255;
   // The system allocates the text: it would refuse to put a longer one into a buffer of ours.

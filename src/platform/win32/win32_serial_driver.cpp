@@ -48,7 +48,9 @@ bool Win32SerialDriver::Check(BOOL result) {
 
 SerialDriver::Handle Win32SerialDriver::Open(const std::string& name) {
   const std::string* named = FindNamedDevice(devices_, name);
-  const std::string& device = named ? *named : name;
+  std::string device = named ? *named : name;
+  // Without the prefix there are no ports above COM9.
+  if (const int number = named ? ComPortNumber(device) : 0) device = "\\\\.\\COM" + std::to_string(number);
   const HANDLE handle = CreateFileA(device.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
   Check(handle != INVALID_HANDLE_VALUE);
