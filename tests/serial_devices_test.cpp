@@ -231,7 +231,8 @@ TEST(ModemProbeTest, RecommendsOnePortOfEachModem) {
 // A simulated modem at a real pseudo-terminal, in a thread of its own.
 class LiveModem {
  public:
-  LiveModem() : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
+  explicit LiveModem(std::string_view fault = {}) : master_(posix_openpt(O_RDWR | O_NOCTTY)) {
+    modem.ApplyFault(fault);
     if (grantpt(master_) == 0 && unlockpt(master_) == 0) device.path = ptsname(master_);
     slave_ = open(device.path.c_str(), O_RDWR | O_NOCTTY);  // so that the line is there before and after
     thread_ = std::thread([this] { Run(); });
@@ -267,10 +268,9 @@ class LiveModem {
 };
 
 TEST(ModemProbeTest, AsksRealDevicesAllAtOnce) {
-  LiveModem one, other, silent, taken;
+  LiveModem one, other, silent("silent"), taken;
   PosixSerialDriver owner({{1, taken.device.path}});
   ASSERT_GT(owner.Open("\\\\.\\COM1"), 0);
-  silent.modem.ApplyFault("silent");
   SerialDevice none;
   none.path = "tcp://127.0.0.1";
   const auto start = std::chrono::steady_clock::now();
