@@ -43,7 +43,8 @@ CLI::Option* AddChoice(CLI::App& app, const char* name, std::int16_t& value, con
 
 void AddConnectionOptions(CLI::App& app, ConnectionArguments& arguments) {
   CLI::Option_group* line = app.add_option_group("Line", "Where the modem is");
-  line->add_option("-d,--device", arguments.device, "Device of the modem, such as /dev/ttyUSB0");
+  line->add_option("-d,--device", arguments.device,
+                   "Device of the modem: /dev/ttyUSB0, tcp://host:port, rfc2217://host:port");
   line->add_option("-p,--port", arguments.port, "COM port of the modem; COM1 is /dev/ttyS0");
   line->require_option(1);
   app.add_option("-b,--baud", arguments.baudRate, "Bits per second")->capture_default_str();

@@ -316,6 +316,37 @@ TEST_F(PosixSerial, ADeviceThatDisappearsFailsEveryCall) {
   EXPECT_EQ(Error(), "9 Bad file descriptor");
 }
 
+TEST_F(PosixSerial, AStableLinkLeadsToTheDeviceThatComesBack) {
+  const std::string link = testing::TempDir() + "tavro-link-" + std::to_string(getpid());
+  ASSERT_EQ(symlink(path_.c_str(), link.c_str()), 0);
+  ASSERT_TRUE(driver_->Close(port_));
+  PosixSerialDriver driver({{1, link}});
+  const SerialDriver::Handle first = driver.Open("\\\\.\\COM1");
+  auto write = std::async(std::launch::async, [&] {
+    const std::string tooMuch(1 << 20, 'x');
+    std::uint32_t written = 0;
+    return driver.Write(first, tooMuch.data(), 1 << 20, written);
+  });
+  EXPECT_EQ(write.wait_for(milliseconds(20)), std::future_status::timeout);
+  CloseMaster();
+  ASSERT_EQ(write.wait_for(kInTime), std::future_status::ready) << "a write that waits outlives the device";
+  EXPECT_FALSE(write.get());
+  EXPECT_EQ(driver.LastError(), static_cast<std::uint32_t>(EIO));
+  EXPECT_EQ(driver.Open("\\\\.\\COM1"), SerialDriver::kInvalidHandle);
+  EXPECT_TRUE(driver.Close(first));
+
+  master_ = posix_openpt(O_RDWR | O_NOCTTY);
+  ASSERT_TRUE(grantpt(master_) == 0 && unlockpt(master_) == 0);
+  unlink(link.c_str());
+  ASSERT_EQ(symlink(ptsname(master_), link.c_str()), 0);
+  const SerialDriver::Handle second = driver.Open("\\\\.\\COM1");
+  std::uint32_t written = 0;
+  EXPECT_TRUE(driver.Write(second, "AT\r", 3, written));
+  char octets[3];
+  EXPECT_EQ(read(master_, octets, sizeof octets), 3);
+  unlink(link.c_str());
+}
+
 TEST(PosixPlatformTest, AnInterruptionEndsASleep) {
   const auto slept = [start = Clock::now()] { return Clock::now() - start; };
   const auto platform = CreateSystemPlatform({}, [&] { return slept() > milliseconds(80); });

@@ -1,10 +1,15 @@
 // Tries the Windows serial calls and the platform on a real system or under Wine, with a modem on COM1 that answers
 // "AT". Prints a line for every step and how many failed; the exit status is 0 when none did.
+#include <winsock2.h>
+
+#include <algorithm>
 #include <chrono>
 #include <cstdio>
 #include <string>
+#include <thread>
 
 #include "platform/win32/win32_platform.h"
+#include "tavro/serial_devices.h"
 
 using namespace tavro;
 
@@ -66,6 +71,72 @@ void CheckSerial(SerialDriver& driver) {
   refused("a closed port", !driver.Purge(port, SerialDriver::kPurgeAll));
 }
 
+// Answers one connection's first command and hangs up.
+class AnsweringServer {
+ public:
+  AnsweringServer() : listener_(socket(AF_INET, SOCK_STREAM, 0)) {
+    sockaddr_in address{};
+    address.sin_family = AF_INET;
+    address.sin_addr.s_addr = htonl(INADDR_LOOPBACK);
+    int size = sizeof address;
+    bind(listener_, reinterpret_cast<sockaddr*>(&address), size);
+    listen(listener_, 1);
+    getsockname(listener_, reinterpret_cast<sockaddr*>(&address), &size);
+    port_ = ntohs(address.sin_port);
+  }
+  ~AnsweringServer() { closesocket(listener_); }
+  std::string Address() const { return "tcp://localhost:" + std::to_string(port_); }
+  void Serve() const {
+    const SOCKET connection = accept(listener_, nullptr, nullptr);
+    char command[3];
+    if (recv(connection, command, sizeof command, MSG_WAITALL) == 3) send(connection, "\r\nOK\r\n", 6, 0);
+    closesocket(connection);
+  }
+
+ private:
+  const SOCKET listener_;
+  int port_ = 0;
+};
+
+// A modem behind a network; the driver has started the sockets by then.
+void CheckNetwork() {
+  const auto refusing = CreateSystemPlatform({{1, "tcp://127.0.0.1:1"}, {2, "tcp://127.0.0.1"}});
+  SerialDriver& none = refusing->Serial();
+  bool refused = none.Open("\\\\.\\COM1") < 0 && none.LastError() == WSAECONNREFUSED;
+  Step("nobody listens there", refused, none.ErrorText(none.LastError()));
+  refused = none.Open("\\\\.\\COM2") < 0 && none.LastError() == 30001;
+  Step("that is no address", refused, none.ErrorText(none.LastError()));
+
+  const AnsweringServer server;
+  std::thread serving([&] { server.Serve(); });
+  const auto platform = CreateSystemPlatform({{1, server.Address()}});
+  SerialDriver& driver = platform->Serial();
+  const auto port = driver.Open("\\\\.\\COM1");
+  Step("connect", port > 0, port > 0 ? "" : driver.ErrorText(driver.LastError()));
+  std::uint32_t count = 0;
+  char buffer[100];
+  driver.SetTimeOuts(port, {0, 0, 50, 2, 0});
+  Step("nothing comes", driver.Read(port, buffer, 10, count) && count == 0);
+  Step("send", driver.Write(port, "AT\r", 3, count) && count == 3);
+  driver.SetTimeOuts(port, {0, 0, 5000, 2, 0});
+  Step("the answer comes through the network",
+       driver.Read(port, buffer, 6, count) && std::string(buffer, count) == "\r\nOK\r\n");
+  refused = !driver.Read(port, buffer, 6, count) && driver.LastError() == ERROR_DEVICE_NOT_CONNECTED;
+  Step("the server hangs up", refused, driver.ErrorText(driver.LastError()));
+  Step("close", driver.Close(port) && !driver.Write(port, "AT\r", 3, count));
+  serving.join();
+}
+
+void CheckFinding() {
+  const auto devices = tavro::ProbeSerialDevices();
+  for (const auto& device : devices) std::printf("        %s, %s\n", device.path.c_str(), device.driver.c_str());
+  const auto port = std::find_if(devices.begin(), devices.end(), [](const auto& one) { return one.path == "COM1"; });
+  Step("COM1 is found", port != devices.end());
+  if (port == devices.end()) return;
+  Step("a modem answers there", port->probe && port->probe->outcome == SerialProbe::Outcome::kAnswered);
+  Step("it says its IMEI", port->probe && port->probe->imei.size() == 15);
+}
+
 void CheckPlatform(Platform& platform) {
   Step("an unknown error has no text", platform.Serial().ErrorText(0x1FFFFFFF).empty());
   Step("an error text is one line", platform.Serial().ErrorText(2).find_first_of("\r\n") == std::string::npos &&
@@ -118,6 +189,8 @@ int main(int argc, char** argv) {
   const auto platform = CreateSystemPlatform({});
   CheckSerial(platform->Serial());
   CheckPlatform(*platform);
+  CheckNetwork();
+  CheckFinding();
   if (argc > 1 && std::string(argv[1]) == "--box") {  // waits for the user where there is a screen
     platform->ShowMessageBox(u"A message box", MB_ICONSTOP, u"Tavro");
     Step("a message box came back", true);

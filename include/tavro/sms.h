@@ -58,7 +58,11 @@ struct Recovery {
 // What an application may tell the component about its machine, and how it wants to work.
 struct Options {
   // The device behind a COM port number: devices[1] = "/dev/ttyUSB0". A number that is not named here is \\.\COMn on
-  // Windows and /dev/ttyS(n-1) elsewhere.
+  // Windows and /dev/ttyS(n-1) elsewhere. A modem behind a network is named by its server:
+  //   tcp://host:port      its octets alone, as terminal servers give them; the settings of the line are the server's
+  //   rfc2217://host:port  with baud rate, parity, data and stop bits, DTR and RTS: Telnet with COM port control
+  // The host is a name or an address, an IPv6 one in brackets. Connecting takes 10 seconds at most. A connection that
+  // ends is a device that was unplugged.
   std::map<int, std::string> devices = {};
   // Whether the program wants to end; asked again and again, from the calling thread, while a call waits or pauses.
   // Once it says true, and as long as it does, every wait ends at once, nothing more is sent but what cancels a message

@@ -3,6 +3,7 @@
 #include "automation/dispatch_object.h"
 #include "automation/inbox_object.h"
 #include "automation/wap_object.h"
+#include "platform/win32/win32_platform.h"
 #include "tavro/sms.h"
 
 namespace tavro::automation {
@@ -20,7 +21,7 @@ struct Handed {
 class SmsObject final : public DispatchObject<_SMS, &CLSID_SMS> {
  public:
   // Programs of the COM component rely on its exact behaviour.
-  SmsObject() : SmsObject(std::make_shared<SMS>(Options{.dialogue = Dialogue::kClassic})) {}
+  SmsObject() : SmsObject(std::make_shared<SMS>(CreateComPortPlatform(), Options{.dialogue = Dialogue::kClassic})) {}
   ~SmsObject() override {
     const CallGate::Call closing(*Gate(), CallGate::kActs, nullptr);  // closing the port waits too
     kept_.reset();

@@ -44,8 +44,6 @@ bool SMS::State::IsPortLocked(const Call& call) {
   return call->connection.IsConnected() && call.Fail(kPortLocked, true);
 }
 
-SMS::SMS() : SMS(Options()) {}
-SMS::SMS(const Options& options) : SMS(CreateSystemPlatform(options.devices, options.interrupted), options) {}
 SMS::SMS(std::shared_ptr<Platform> platform, const Options& options)
     : state_(std::make_unique<State>(std::move(platform), options)) {}
 SMS::~SMS() = default;

@@ -2,6 +2,7 @@
 
 #include <charconv>
 #include <cstdint>
+#include <cstdlib>
 #include <string>
 
 #include "base/text.h"
@@ -64,6 +65,10 @@ bool ParseLineMode(std::string_view mode, LineState& state) {
   }
   state = parsed;
   return true;
+}
+
+bool IsSameRate(std::uint32_t actual, std::uint32_t wanted) {
+  return std::llabs(static_cast<long long>(actual) - wanted) * 50 <= wanted;
 }
 
 }  // namespace tavro

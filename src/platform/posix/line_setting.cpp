@@ -6,7 +6,8 @@
 #include <sys/ioctl.h>
 
 #include <cerrno>
-#include <cstdlib>
+
+#include "platform/line_state.h"
 
 namespace tavro {
 
@@ -95,11 +96,6 @@ LineState FromTermios(const termios2& setting) {
   }
   state.stopBits = (setting.c_cflag & CSTOPB) != 0 ? LongStop(state.dataBits) : StopBits::kOne;
   return state;
-}
-
-// The driver reports the rate that its divider gives; within 2 % (the kernel's own measure) it is the one asked for.
-bool IsSameRate(std::uint32_t actual, std::uint32_t wanted) {
-  return std::llabs(static_cast<long long>(actual) - wanted) * 50 <= wanted;
 }
 
 bool IsSame(const LineState& actual, const LineState& wanted) {

@@ -14,7 +14,7 @@ namespace tavro {
 class PosixPlatform : public Platform {
  public:
   explicit PosixPlatform(const std::map<int, std::string>& devices, std::function<bool()> interrupted = {})
-      : serial_(devices), interrupted_(std::move(interrupted)) {}
+      : serial_(devices, interrupted), interrupted_(std::move(interrupted)) {}
 
   std::uint32_t TickCount() override;
   std::int64_t WallClock() override;

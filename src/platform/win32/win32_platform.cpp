@@ -3,8 +3,10 @@
 #include <io.h>
 
 #include <algorithm>
+#include <map>
 
 #include "platform/utf8.h"
+#include "platform/win32/win32_serial_driver.h"
 
 namespace tavro {
 
@@ -157,9 +159,8 @@ std::u16string Win32Platform::FromCodePage(std::string_view text) {
   return out;
 }
 
-std::shared_ptr<Platform> CreateSystemPlatform(const std::map<int, std::string>& devices,
-                                               std::function<bool()> interrupted) {
-  return std::make_shared<Win32Platform>(devices, std::move(interrupted));
+std::shared_ptr<Platform> CreateComPortPlatform() {
+  return std::make_shared<Win32Platform>(std::make_unique<Win32SerialDriver>(std::map<int, std::string>{}));
 }
 
 }  // namespace tavro

@@ -4,19 +4,19 @@
 #include <windows.h>
 
 #include <functional>
-#include <map>
+#include <memory>
 #include <string>
 #include <utility>
 
 #include "platform/platform.h"
-#include "platform/win32/win32_serial_driver.h"
+#include "platform/serial_driver.h"
 
 namespace tavro {
 
 class Win32Platform : public Platform {
  public:
-  explicit Win32Platform(const std::map<int, std::string>& devices, std::function<bool()> interrupted = {})
-      : serial_(devices), interrupted_(std::move(interrupted)) {}
+  explicit Win32Platform(std::unique_ptr<SerialDriver> serial, std::function<bool()> interrupted = {})
+      : serial_(std::move(serial)), interrupted_(std::move(interrupted)) {}
 
   std::uint32_t TickCount() override { return GetTickCount(); }
   std::int64_t WallClock() override;
@@ -32,11 +32,14 @@ class Win32Platform : public Platform {
   std::u16string ComponentFolder() override;
   std::string ToCodePage(std::u16string_view text) override;
   std::u16string FromCodePage(std::string_view text) override;
-  SerialDriver& Serial() override { return serial_; }
+  SerialDriver& Serial() override { return *serial_; }
 
  private:
-  Win32SerialDriver serial_;
+  std::unique_ptr<SerialDriver> serial_;
   std::function<bool()> interrupted_;
 };
+
+// For a program that names no devices of its own: \\.\COMn alone. Carries no network with it.
+std::shared_ptr<Platform> CreateComPortPlatform();
 
 }  // namespace tavro

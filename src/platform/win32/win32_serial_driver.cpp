@@ -1,10 +1,8 @@
 #include "platform/win32/win32_serial_driver.h"
 
 #include <cstring>
-#include <string_view>
 #include <utility>
 
-#include "base/text.h"
 #include "platform/device_name.h"
 
 namespace tavro {
@@ -50,7 +48,9 @@ bool Win32SerialDriver::Check(BOOL result) {
 
 SerialDriver::Handle Win32SerialDriver::Open(const std::string& name) {
   const std::string* named = FindNamedDevice(devices_, name);
-  const std::string& device = named ? *named : name;
+  std::string device = named ? *named : name;
+  // Without the prefix there are no ports above COM9.
+  if (const int number = named ? ComPortNumber(device) : 0) device = "\\\\.\\COM" + std::to_string(number);
   const HANDLE handle = CreateFileA(device.c_str(), GENERIC_READ | GENERIC_WRITE, 0, nullptr, OPEN_EXISTING,
                                     FILE_ATTRIBUTE_NORMAL, nullptr);
   Check(handle != INVALID_HANDLE_VALUE);
@@ -130,21 +130,6 @@ bool Win32SerialDriver::GetModemStatus(Handle handle, std::uint32_t& status) {
 
 bool Win32SerialDriver::Escape(Handle handle, std::uint32_t function) {
   return Check(EscapeCommFunction(ToHandle(handle), function));
-}
-
-std::string Win32SerialDriver::ErrorText(std::uint32_t code) {
-  constexpr std::size_t kLongestText = 255;
-  // The system allocates the text: it would refuse to put a longer one into a buffer of ours.
-  char* text = nullptr;
-  const DWORD length =
-      FormatMessageA(FORMAT_MESSAGE_ALLOCATE_BUFFER | FORMAT_MESSAGE_FROM_SYSTEM | FORMAT_MESSAGE_IGNORE_INSERTS,
-                     nullptr, code, 0, reinterpret_cast<char*>(&text), 0, nullptr);
-  if (length == 0) return {};
-  std::string_view line = std::string_view(text, length).substr(0, kLongestText);
-  line = line.substr(0, line.find_first_of("\r\n"));
-  std::string result = Trimmed(line);
-  LocalFree(text);
-  return result;
 }
 
 }  // namespace tavro

@@ -7,6 +7,7 @@
 #include <string>
 
 #include "platform/serial_driver.h"
+#include "platform/system_errors.h"
 
 namespace tavro {
 
@@ -33,7 +34,7 @@ class Win32SerialDriver : public SerialDriver {
   bool GetModemStatus(Handle handle, std::uint32_t& status) override;
   bool Escape(Handle handle, std::uint32_t function) override;
   std::uint32_t LastError() const override { return lastError_; }
-  std::string ErrorText(std::uint32_t code) override;
+  std::string ErrorText(std::uint32_t code) override { return SystemErrorText(code); }
 
  private:
   // Keeps the error number of a call that failed: a later call may change the thread's own.
