@@ -34,7 +34,7 @@ CommandResult RunCommand(ModemState& modem, const AtCommand& command) {
     if (modem.IsLocked()) return EquipmentError(needsPuk ? kCmePukNeeded : kCmePinNeeded);
     return entry->handler(modem, command);
   }
-  if (const CommandEntry* entry = Find({MessageCommands(), IndicationCommands()}, name)) {
+  if (const CommandEntry* entry = Find({MessageCommands(), IndicationCommands(), TextCommands()}, name)) {
     if (!settings.simPresent) return MessageError(kCmsNoSim);
     if (modem.FindsSimBusy()) return MessageError(kCmsSimBusy);
     if (modem.IsLocked()) return MessageError(needsPuk ? kCmsPukNeeded : kCmsPinNeeded);

@@ -21,6 +21,7 @@ std::span<const CommandEntry> SimCommands();
 // The same of 3GPP TS 27.005, with errors of their own.
 std::span<const CommandEntry> MessageCommands();
 std::span<const CommandEntry> IndicationCommands();
+std::span<const CommandEntry> TextCommands();
 
 CommandResult RunCommand(ModemState& modem, const AtCommand& command);
 // One that does nothing but keep a number.

@@ -29,6 +29,7 @@ constexpr ErrorName kEquipmentErrors[] = {
 constexpr ErrorName kMessageErrors[] = {
     {kCmsNotSupported, "operation not supported"},
     {kCmsBadPdu, "invalid PDU mode parameter"},
+    {kCmsBadTextParameter, "invalid text mode parameter"},
     {kCmsNoSim, "SIM not inserted"},
     {kCmsPinNeeded, "SIM PIN required"},
     {kCmsSimBusy, "SIM busy"},
@@ -53,7 +54,7 @@ struct NumberOption {
 
 constexpr NumberOption kOptions[] = {{"+CMEE", 2, 0},   {"+CREG", 2, 0},  {"+CGREG", 2, 0}, {"+CEREG", 2, 0},
                                      {"+C5GREG", 2, 0}, {"+CGATT", 1, 1}, {"+CLIP", 1, 0},  {"+CRC", 1, 0},
-                                     {"+CMGF", 0, 0},   {"+CSDH", 1, 0}};
+                                     {"+CMGF", 1, 0},   {"+CSDH", 1, 0}};
 
 const NumberOption* FindOption(std::string_view name) {
   const auto found = std::find_if(std::begin(kOptions), std::end(kOptions),

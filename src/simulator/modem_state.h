@@ -14,6 +14,7 @@
 #include "simulator/at_command.h"
 #include "simulator/message_store.h"
 #include "simulator/modem_settings.h"
+#include "simulator/network_time.h"
 
 namespace tavro {
 
@@ -43,9 +44,9 @@ inline constexpr int kCmeNotAllowed = 3, kCmeNotSupported = 4, kCmeNoSim = 10, k
                      kCmeSimBusy = 14, kCmeWrongPassword = 16, kCmeNotFound = 22, kCmeNoNetwork = 30,
                      kCmeBadParameter = 50, kCmeBusy = 515;
 // Error numbers of 3GPP TS 27.005, 3.2.5.
-inline constexpr int kCmsNotSupported = 303, kCmsBadPdu = 304, kCmsNoSim = 310, kCmsPinNeeded = 311, kCmsSimBusy = 314,
-                     kCmsPukNeeded = 316, kCmsBadIndex = 321, kCmsFull = 322, kCmsNoServiceCentre = 330,
-                     kCmsNoNetwork = 331, kCmsNothingToAcknowledge = 340;
+inline constexpr int kCmsNotSupported = 303, kCmsBadPdu = 304, kCmsBadTextParameter = 305, kCmsNoSim = 310,
+                     kCmsPinNeeded = 311, kCmsSimBusy = 314, kCmsPukNeeded = 316, kCmsBadIndex = 321, kCmsFull = 322,
+                     kCmsNoServiceCentre = 330, kCmsNoNetwork = 331, kCmsNothingToAcknowledge = 340;
 // The text of an error number, for AT+CMEE=2.
 std::string_view EquipmentErrorText(int code);
 std::string_view MessageErrorText(int code);
@@ -72,10 +73,20 @@ struct ModemState {
   int nextReference;
   int longReference = 0;  // of the last text from the network
 
-  // The command whose PDU is awaited; kUnexpected behind a prompt that a test made another command answer with.
+  struct TextParameters {  // AT+CSMP
+    std::uint8_t firstOctet = 0x11;
+    std::string validity = "\xA7";  // octets
+    std::uint8_t protocol = 0, coding = 0;
+  };
+  TextParameters textParameters;
+  std::array<std::string, 2> cellBroadcasts;  // AT+CSCB
+
+  // The command whose PDU or text is awaited; kUnexpected behind a prompt that a test made another command answer with.
   enum class Entry { kNone, kSend, kWrite, kAcknowledge, kRefuse, kUnexpected };
   Entry entry = Entry::kNone;
   int entryLength = 0, entryStat = 0;
+  bool entryIsText = false;
+  std::string entryNumber;  // with a text
 
   // What is to happen in the network, by its time.
   using Events = std::multimap<std::int64_t, std::function<void(ModemState&)>>;
@@ -115,6 +126,12 @@ struct ModemState {
   // For messages at least, in any domain.
   bool IsRegistered() const;
   std::int64_t NetworkClock() const { return settings.clockMs + nowMs; }
+  // The modem's own, which is that of the network until AT+CCLK sets it.
+  NetworkTime Clock() const {
+    const NetworkTime start = setClock.value_or(NetworkTime{settings.clockMs, settings.zoneMinutes});
+    return {start.wallClockMs + nowMs, start.zoneMinutes};
+  }
+  std::optional<NetworkTime> setClock;  // at the time 0
   Events::iterator At(std::int64_t ms, std::function<void(ModemState&)> action);
   void RunNextEvent();
   // Whether this command, which needs the SIM, finds it busy.
@@ -122,7 +139,7 @@ struct ModemState {
   void Reset();
 };
 
-// Ends the entry that a prompt began.
-CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex);
+// Ends the entry that a prompt began; it is a PDU, or a text.
+CommandResult RunEntry(ModemState& modem, ModemState::Entry entry, std::string_view text);
 
 }  // namespace tavro

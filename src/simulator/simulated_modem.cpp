@@ -11,6 +11,7 @@
 #include "simulator/modem_answer.h"
 #include "simulator/modem_speech.h"
 #include "simulator/modem_state.h"
+#include "simulator/network_time.h"
 #include "simulator/ussd.h"
 
 namespace tavro {
@@ -157,6 +158,7 @@ void SimulatedModem::State::ReceiveByte(char byte) {
   // A line feed behind a carriage return would come back behind the answer.
   const bool isEchoed = byte != '\n' && byte != kEndOfPdu && byte != kEscape;
   if (modem.settings.echo && isEchoed && modem.settings.deafCommands == 0) echo += byte;
+  const bool isText = isEntry && modem.entryIsText && modem.entry != ModemState::Entry::kUnexpected;
   if (byte == kBackspace || byte == kDelete) {
     if (!line.empty()) line.pop_back();
   } else if (isEntry && byte == kEndOfPdu) {
@@ -168,8 +170,12 @@ void SimulatedModem::State::ReceiveByte(char byte) {
   } else if (!isEntry && byte == '/' && (line == "A" || line == "a")) {
     line.clear();
     Run(repeatable);
-  } else if (static_cast<unsigned char>(byte) >= ' ' && line.size() <= kLongestLine) {
-    line += byte;
+  } else if (isText && byte == '\r') {
+    line += '\n';
+    FlushEcho();
+    speech.Add(modem.nowMs, "\r\n> ");
+  } else if ((isText ? byte != '\n' : static_cast<unsigned char>(byte) >= ' ') && line.size() <= kLongestLine) {
+    line += byte;  // in the GSM alphabet the codes below the blank are characters too
   }
 }
 
@@ -201,7 +207,7 @@ void SimulatedModem::State::EndPdu() {
   pdus.push_back({modem.nowMs, std::exchange(line, {})});
   const std::string& pdu = pdus.back().text;
   const ModemState::Entry entry = std::exchange(modem.entry, ModemState::Entry::kNone);
-  Reply(pduRules, kPdu, [&] { return AnswerText(modem, RunPdu(modem, entry, pdu)); });
+  Reply(pduRules, kPdu, [&] { return AnswerText(modem, RunEntry(modem, entry, pdu)); });
 }
 
 void SimulatedModem::State::CancelPdu() {
