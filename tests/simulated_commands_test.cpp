@@ -101,5 +101,101 @@ TEST_F(SimulatedCommands, TextModeSends) {
             "0461851800");
 }
 
+TEST_F(SimulatedCommands, PhoneBook) {
+  Send(0, "AT+CMEE=1;+CPBS=?;+CPBS?;+CPBR=?\r");
+  Send(1, "AT+CPBR=1,250\r");
+  Send(2, "AT+CPBW=,\"12\",129,\"Twelve\";+CPBW=2;+CPBR=2,3\r");
+  Send(3, "AT+CSCS=\"UCS2\";+CPBW=7,\"004900\",145,\"041F\";+CPBF=\"041F\"\r");
+  Send(4, "AT+CPBF=\"0042\"\r");
+  Send(5, "AT+CSCS=\"IRA\";+CPBR=251\r");
+  Send(6, "AT+CPBS=\"ON\";+CPBR=1;+CPBW=1\r");
+  EXPECT_EQ(Transcript(), R"(
+0 > AT+CMEE=1;+CPBS=?;+CPBS?;+CPBR=?<cr>
+0 < |+CPBS: ("SM","ON")||+CPBS: "SM",2,250||+CPBR: (1-250),20,14||OK|
+1 > AT+CPBR=1,250<cr>
+1 < |+CPBR: 1,"+447700900123",145,"Friend"|+CPBR: 2,"+491701234568",145,"J|rg"||OK|
+2 > AT+CPBW=,"12",129,"Twelve";+CPBW=2;+CPBR=2,3<cr>
+2 < |+CPBR: 3,"12",129,"Twelve"||OK|
+3 > AT+CSCS="UCS2";+CPBW=7,"004900",145,"041F";+CPBF="041F"<cr>
+3 < |+CPBF: 7,"+004900",145,"041F"||OK|
+4 > AT+CPBF="0042"<cr>
+4 < |+CME ERROR: 22|
+5 > AT+CSCS="IRA";+CPBR=251<cr>
+5 < |+CME ERROR: 21|
+6 > AT+CPBS="ON";+CPBR=1;+CPBW=1<cr>
+6 < |+CPBR: 1,"+491701234567",145,"Own"||+CME ERROR: 3|
+)");
+}
+
+TEST_F(SimulatedCommands, WhatProgramsAskAtTheStart) {
+  Send(0, "ATZ;E0X4&C1&D2S0=0S7=45;+FCLASS=0\r");
+  Send(1, "ATS0?S3?S4?S5?S7?S99?\r");
+  Send(1, "ATS0=256\r");
+  Send(2, "AT+CIND?;+CMER=3,0,0,1;+CMER?;+CLCC;+CHUP;+IPR=115200;+IPR?;+CTZU=1;+CTZR=2;+CTZU?\r");
+  Send(3, "AT+CCLK=\"24/02/29,23:59:50+04\"\r");
+  Send(20000, "AT+CCLK?\r");
+  Send(20001, "AT+CCLK=\"23/02/29,23:59:50\"\r");
+  Send(20002, "AT+CSCB=0,\"1-3\",\"\";+CSCB?;+CSMP=25,\"24/12/31,00:00:00-20\",65;+CSMP?\r");
+  Send(20003, "AT&V\r");
+  modem_.Ring("+447700900123", 20004);
+  Send(20005, "AT+CLIP=1;+CRC=1\r");
+  modem_.Ring("+447700900123", 20006);
+  Until(20007);
+  EXPECT_EQ(Transcript(), R"(
+0 > ATZ;E0X4&C1&D2S0=0S7=45;+FCLASS=0<cr>
+0 < |OK|
+1 > ATS0?S3?S4?S5?S7?S99?<cr>
+1 < |000||013||010||008||045||000||OK|
+1 > ATS0=256<cr>
+1 < |ERROR|
+2 > AT+CIND?;+CMER=3,0,0,1;+CMER?;+CLCC;+CHUP;+IPR=115200;+IPR?;+CTZU=1;+CTZR=2;+CTZU?<cr>
+2 < |+CIND: 4,3,1,0,0,0,0||+CMER: 3,0,0,1,0||+IPR: 115200||+CTZU: 1||OK|
+3 > AT+CCLK="24/02/29,23:59:50+04"<cr>
+3 < |OK|
+20000 > AT+CCLK?<cr>
+20000 < |+CCLK: "24/03/01,00:00:09+04"||OK|
+20001 > AT+CCLK="23/02/29,23:59:50"<cr>
+20001 < |ERROR|
+20002 > AT+CSCB=0,"1-3","";+CSCB?;+CSMP=25,"24/12/31,00:00:00-20",65;+CSMP?<cr>
+20002 < |+CSCB: 0,"1-3",""||+CSMP: 25,"24/12/31,00:00:00-20",65,0||OK|
+20003 > AT&V<cr>
+20003 < |ACTIVE PROFILE:|E0 Q0 V1 X4 &C1 &D2|S0:000 S3:013 S4:010 S5:008 S6:002 S7:045 S8:002 S10:001 S12:050|+CMEE: 0|+CMGF: 0|+CSMS: 0|+CNMI: 0,0,0,0,0|+IPR: 115200||OK|
+20004 < |RING|
+20005 > AT+CLIP=1;+CRC=1<cr>
+20005 < |OK|
+20006 < |+CRING: VOICE||+CLIP: "+447700900123",145|
+)");
+}
+
+TEST_F(SimulatedCommands, PluggedInAnewItHasForgottenAllButItsMemories) {
+  modem_.Settings().pin = "1234";
+  modem_.Settings().acknowledgeMs = 1000;
+  Send(0, "AT+CPIN=1234;+CSMS=1;+CNMI=1,2;+CPBW=1;+CPBS=\"ON\";+CCLK=\"30/01/01,00:00:00\";+CSCS=\"UCS2\"\r");
+  modem_.IncomingText("1", "one", 10);
+  Until(10);
+  modem_.Unplug();
+  modem_.IncomingText("1", "two", 20);
+  Send(30, "AT\r");
+  modem_.PlugIn(5000);
+  Send(5000, "AT+CPIN?\r");
+  Send(5001, "ATE0\r");
+  Send(5002, "AT+CPIN=1234;+CNMI?;+CSMS?;+CPBS?;+CCLK?\r");
+  Send(5003, "AT+CMGF=1;+CMGL\r");
+  EXPECT_EQ(Transcript(), R"(
+0 > AT+CPIN=1234;+CSMS=1;+CNMI=1,2;+CPBW=1;+CPBS="ON";+CCLK="30/01/01,00:00:00";+CSCS="UCS2"<cr>
+0 < |+CSMS: 1,1,1||OK|
+10 < |+CMT: ,17|0791947101670000040181F1000042305041709000036F7719|
+30 > AT<cr>
+5000 > AT+CPIN?<cr>
+5000 < AT+CPIN?<cr>|+CPIN: SIM PIN||OK|
+5001 > ATE0<cr>
+5001 < ATE0<cr>|OK|
+5002 > AT+CPIN=1234;+CNMI?;+CSMS?;+CPBS?;+CCLK?<cr>
+5002 < |+CNMI: 0,0,0,0,0||+CSMS: 0,1,1,1||+CPBS: "SM",1,250||+CCLK: "24/03/05,14:07:14+00"||OK|
+5003 > AT+CMGF=1;+CMGL<cr>
+5003 < |+CMGL: 1,"REC UNREAD","1",,"24/03/05,14:07:09+00"|one|+CMGL: 2,"REC UNREAD","1",,"24/03/05,14:07:09+00"|two||OK|
+)");
+}
+
 }  // namespace
 }  // namespace tavro

@@ -157,7 +157,7 @@ CommandResult Clock(ModemState& modem, const AtCommand& command) {
   }
   const std::optional<NetworkTime> wanted = ParseTimeText(command.Values()[0]);
   if (command.kind != Kind::kSet || !wanted) return EquipmentError(kCmeBadParameter);
-  modem.setClock = NetworkTime{wanted->wallClockMs - modem.nowMs, wanted->zoneMinutes};
+  modem.clockAtZero = NetworkTime{wanted->wallClockMs - modem.nowMs, wanted->zoneMinutes};
   return {};
 }
 
@@ -169,6 +169,11 @@ CommandResult FacilityLock(ModemState& modem, const AtCommand& command) {
   const std::vector<std::string> values = command.Values();
   if (command.kind != Kind::kSet || values.size() < 2 || values[1] != "2") return EquipmentError(kCmeNotSupported);
   return Info(values[0] == "SC" && !modem.settings.pin.empty() ? "+CLCK: 1" : "+CLCK: 0");
+}
+
+CommandResult CardNumber(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return {};
+  return command.kind == Kind::kSet ? Error() : Info("+CCID: " + modem.settings.iccid);
 }
 
 CommandResult SubscriberNumber(ModemState& modem, const AtCommand& command) {
@@ -265,6 +270,7 @@ constexpr CommandEntry kGeneralCommands[] = {
 
 constexpr CommandEntry kSimCommands[] = {
     {"+CIMI", Identity<&ModemSettings::imsi>},
+    {"+CCID", CardNumber},
     {"+CNUM", SubscriberNumber},
     {"+COPS", Operator},
     {"+CLCK", FacilityLock},
