@@ -20,10 +20,10 @@ struct Route {
 
 Route RouteOf(const ModemState& modem, const std::optional<MessageFields>& fields) {
   enum { kNone, kLocation, kDirect, kClass3Direct };
-  constexpr int kStoredOnSim = 2, kForOtherEquipment = 3;
+  constexpr int kNoClass = -1, kStoredOnSim = 2, kForOtherEquipment = 3;
   const int mt = modem.indications[1], ds = modem.indications[3];
   if (fields && fields->kind == MessageFields::Kind::kStatusReport) return {true, ds == 1, ds == 2};
-  const std::optional<int> messageClass = fields ? MessageClass(fields->coding) : std::nullopt;
+  const int messageClass = fields ? MessageClass(fields->coding).value_or(kNoClass) : kNoClass;
   const bool isKept = messageClass == kStoredOnSim || (fields && IsStoredWaitingIndication(fields->coding));
   const bool isDirect = mt == kDirect ? !isKept : mt == kClass3Direct && messageClass == kForOtherEquipment;
   return {false, isDirect, mt != kNone};
