@@ -5,11 +5,9 @@
 #include <cstdint>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
-#include "base/text.h"
-#include "simulator/printable.h"
+#include "live_modem.h"
 #include "simulator/simulated_modem.h"
 
 namespace tavro {
@@ -27,44 +25,11 @@ constexpr char kReport[] =
     "079194710167000006070C919471103254764230504170900042305041709000"
     "00";
 
-// Writes down what is said on the line, each with its time: "|" is CR LF, and the PDUs above go by their names.
-class Live : public testing::Test {
+class Live : public LiveModem {
  protected:
-  Live() { modem_.Settings().echo = false; }
-
-  void Send(std::int64_t ms, std::string_view bytes) {
-    Until(ms);
-    Note(ms, '>', bytes);
-    modem_.Receive(bytes, ms);
-    Until(ms);
+  Live() {
+    names_ = {{kHello, "HELLO"}, {kClass3, "CLASS3"}, {kClass2, "CLASS2"}, {kClass0, "CLASS0"}, {kReport, "REPORT"}};
   }
-  void Until(std::int64_t ms) {
-    for (auto due = modem_.NextOutput(); due && *due <= ms; due = modem_.NextOutput()) {
-      Note(*due, '<', modem_.TakeOutput(*due));
-    }
-  }
-  int Incoming(std::int64_t ms, std::string_view pdu) {
-    Until(ms);
-    const int location = modem_.Incoming(pdu, ms);
-    Until(ms);
-    return location;
-  }
-  std::string Transcript() { return std::exchange(transcript_, "\n"); }
-
-  SimulatedModem modem_;
-
- private:
-  void Note(std::int64_t ms, char direction, std::string_view bytes) {
-    if (bytes.empty()) return;
-    constexpr std::pair<const char*, const char*> kNames[] = {{"<cr><lf>", "|"},   {kHello, "HELLO"},
-                                                              {kClass3, "CLASS3"}, {kClass2, "CLASS2"},
-                                                              {kClass0, "CLASS0"}, {kReport, "REPORT"}};
-    std::string text = Printable(bytes);
-    for (const auto& [from, to] : kNames) text = ReplaceAll(text, from, to);
-    transcript_ += std::to_string(ms) + " " + direction + " " + text + "\n";
-  }
-
-  std::string transcript_ = "\n";
 };
 
 TEST_F(Live, MessagesAreStoredAnnouncedOrGivenAsAskedFor) {

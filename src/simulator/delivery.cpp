@@ -4,6 +4,8 @@
 #include <utility>
 
 #include "simulator/message_fields.h"
+#include "simulator/network_time.h"
+#include "simulator/text_mode.h"
 
 namespace tavro {
 
@@ -18,10 +20,10 @@ struct Route {
 
 Route RouteOf(const ModemState& modem, const std::optional<MessageFields>& fields) {
   enum { kNone, kLocation, kDirect, kClass3Direct };
-  constexpr int kStoredOnSim = 2, kForOtherEquipment = 3;
+  constexpr int kNoClass = -1, kStoredOnSim = 2, kForOtherEquipment = 3;
   const int mt = modem.indications[1], ds = modem.indications[3];
   if (fields && fields->kind == MessageFields::Kind::kStatusReport) return {true, ds == 1, ds == 2};
-  const std::optional<int> messageClass = fields ? MessageClass(fields->coding) : std::nullopt;
+  const int messageClass = fields ? MessageClass(fields->coding).value_or(kNoClass) : kNoClass;
   const bool isKept = messageClass == kStoredOnSim || (fields && IsStoredWaitingIndication(fields->coding));
   const bool isDirect = mt == kDirect ? !isKept : mt == kClass3Direct && messageClass == kForOtherEquipment;
   return {false, isDirect, mt != kNone};
@@ -45,11 +47,16 @@ void EndDirectDelivery(ModemState& modem) {
 }
 
 // False when the message has to wait: what is buffered is not acknowledged, so the network keeps it where that counts.
-bool GiveDirectly(ModemState& modem, std::string_view pduHex, bool isReport) {
+bool GiveDirectly(ModemState& modem, std::string_view pduHex, const std::optional<MessageFields>& fields) {
+  const bool isReport = fields && fields->kind == MessageFields::Kind::kStatusReport;
   const bool isAcknowledged = modem.service == 1;
   if (isAcknowledged && (modem.unacknowledged || modem.indications[0] == 0)) return false;
-  const std::string length = std::to_string(TpduLength(pduHex));
-  Announce(modem, (isReport ? "+CDS: " : "+CMT: ,") + length + "\r\n" + std::string(pduHex));
+  if (modem.Option("+CMGF") == 1 && fields) {
+    Announce(modem, (isReport ? "+CDS: " : "+CMT: ") + GivenInTextMode(modem, *fields));
+  } else {
+    const std::string length = std::to_string(TpduLength(pduHex));
+    Announce(modem, (isReport ? "+CDS: " : "+CMT: ,") + length + "\r\n" + std::string(pduHex));
+  }
   if (isAcknowledged) {
     const auto timeOut = modem.At(modem.nowMs + modem.settings.acknowledgeMs, EndDirectDelivery);
     modem.unacknowledged = {std::string(pduHex), timeOut};
@@ -59,8 +66,9 @@ bool GiveDirectly(ModemState& modem, std::string_view pduHex, bool isReport) {
 
 // Where the message is stored, 0 when it was given directly; nothing when it has to wait.
 std::optional<int> Deliver(ModemState& modem, std::string_view pduHex, int location) {
-  const Route route = RouteOf(modem, ParseMessage(pduHex));
-  if (route.isDirect) return GiveDirectly(modem, pduHex, route.isReport) ? std::optional(0) : std::nullopt;
+  const std::optional<MessageFields> fields = ParseMessage(pduHex);
+  const Route route = RouteOf(modem, fields);
+  if (route.isDirect) return GiveDirectly(modem, pduHex, fields) ? std::optional(0) : std::nullopt;
   location = modem.store.Put(modem.memories[2], pduHex, 0, location);
   if (location == 0) return std::nullopt;
   if (route.isAnnounced) {

@@ -1,11 +1,11 @@
 // The commands of ITU-T V.250 and 3GPP TS 27.007.
 #include <algorithm>
-#include <cstdlib>
 #include <utility>
 
 #include "simulator/character_set.h"
 #include "simulator/command_table.h"
 #include "simulator/looped_message.h"
+#include "simulator/network_time.h"
 
 namespace tavro {
 
@@ -151,19 +151,14 @@ CommandResult Capabilities(ModemState&, const AtCommand&) { return Info("+GCAP: 
 
 CommandResult Clock(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return {};
-  if (command.kind != Kind::kRead) return EquipmentError(kCmeNotSupported);
-  const int zone = modem.settings.zoneMinutes, quarters = std::abs(zone) / 15;
-  const std::string swapped = HexFromOctets(TimeStampOctets(modem.NetworkClock(), zone));
-  std::string text = "+CCLK: \"";
-  for (std::size_t i = 0; i < 6; ++i) {
-    text += swapped[2 * i + 1];
-    text += swapped[2 * i];
-    text += "//,::"[i];
+  const NetworkTime clock = modem.Clock();
+  if (command.kind == Kind::kRead) {
+    return Info("+CCLK: \"" + TimeText(TimeStampOctets(clock.wallClockMs, clock.zoneMinutes)) + "\"");
   }
-  text.back() = zone < 0 ? '-' : '+';
-  text += static_cast<char>('0' + quarters / 10);
-  text += static_cast<char>('0' + quarters % 10);
-  return Info(text + "\"");
+  const std::optional<NetworkTime> wanted = ParseTimeText(command.Values()[0]);
+  if (command.kind != Kind::kSet || !wanted) return EquipmentError(kCmeBadParameter);
+  modem.clockAtZero = NetworkTime{wanted->wallClockMs - modem.nowMs, wanted->zoneMinutes};
+  return {};
 }
 
 CommandResult Dial(ModemState&, const AtCommand&) { return {CommandResult::Kind::kNoCarrier, 0, {}}; }
@@ -174,6 +169,11 @@ CommandResult FacilityLock(ModemState& modem, const AtCommand& command) {
   const std::vector<std::string> values = command.Values();
   if (command.kind != Kind::kSet || values.size() < 2 || values[1] != "2") return EquipmentError(kCmeNotSupported);
   return Info(values[0] == "SC" && !modem.settings.pin.empty() ? "+CLCK: 1" : "+CLCK: 0");
+}
+
+CommandResult CardNumber(ModemState& modem, const AtCommand& command) {
+  if (command.kind == Kind::kTest) return {};
+  return command.kind == Kind::kSet ? Error() : Info("+CCID: " + modem.settings.iccid);
 }
 
 CommandResult SubscriberNumber(ModemState& modem, const AtCommand& command) {
@@ -270,6 +270,7 @@ constexpr CommandEntry kGeneralCommands[] = {
 
 constexpr CommandEntry kSimCommands[] = {
     {"+CIMI", Identity<&ModemSettings::imsi>},
+    {"+CCID", CardNumber},
     {"+CNUM", SubscriberNumber},
     {"+COPS", Operator},
     {"+CLCK", FacilityLock},

@@ -55,12 +55,13 @@ CommandResult Indications(ModemState& modem, const AtCommand& command) {
 // AT+CNMA, and in PDU mode AT+CNMA=<n>[,<length>] with a PDU behind the prompt, of which the network makes nothing.
 CommandResult AcknowledgeNew(ModemState& modem, const AtCommand& command) {
   constexpr int kRefuses = 2;
-  if (command.kind == Kind::kTest) return Info("+CNMA: (0-2)");
+  if (command.kind == Kind::kTest) return modem.Option("+CMGF") == 1 ? CommandResult{} : Info("+CNMA: (0-2)");
   const int how = command.kind == Kind::kExecute ? 0 : command.Number().value_or(kRefuses + 1);
   if (command.kind == Kind::kRead || how > kRefuses) return MessageError(kCmsNotSupported);
   if (!modem.unacknowledged) return MessageError(kCmsNothingToAcknowledge);
   if (const int length = command.Number(1).value_or(0); length > 0) {
     modem.entry = how == kRefuses ? ModemState::Entry::kRefuse : ModemState::Entry::kAcknowledge;
+    modem.entryIsText = false;
     modem.entryLength = length;
     return {CommandResult::Kind::kPrompt, 0, {}};
   }

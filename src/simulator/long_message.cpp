@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "simulator/gsm_text.h"
+#include "simulator/network_time.h"
 
 namespace tavro {
 

@@ -1,8 +1,6 @@
 #include "simulator/looped_message.h"
 
 #include <algorithm>
-#include <chrono>
-#include <cstdlib>
 
 #include "simulator/gsm_text.h"
 #include "simulator/octet_reader.h"
@@ -93,25 +91,6 @@ bool HasSeptets(std::uint8_t coding) {
     default:
       return true;
   }
-}
-
-std::string TimeStampOctets(std::int64_t wallClockMs, int zoneMinutes) {
-  using namespace std::chrono;
-  const auto local = floor<seconds>(sys_time<milliseconds>(milliseconds(wallClockMs)) + minutes(zoneMinutes));
-  const auto day = floor<days>(local);
-  const year_month_day date(day);
-  const hh_mm_ss time(local - day);
-  const auto swapped = [](int value) { return Character(value % 10 << 4 | value / 10 % 10); };
-  std::string octets;
-  octets += swapped(static_cast<int>(date.year()) % 100);
-  octets += swapped(static_cast<int>(static_cast<unsigned>(date.month())));
-  octets += swapped(static_cast<int>(static_cast<unsigned>(date.day())));
-  octets += swapped(static_cast<int>(time.hours().count()));
-  octets += swapped(static_cast<int>(time.minutes().count()));
-  octets += swapped(static_cast<int>(time.seconds().count()));
-  // Quarters of an hour; bit 3 is the sign.
-  octets += Character(Octet(swapped(std::abs(zoneMinutes) / 15)) | (zoneMinutes < 0 ? 0x08 : 0));
-  return octets;
 }
 
 std::string AddressField(std::string_view number) {

@@ -24,9 +24,6 @@ std::string HexFromOctets(std::string_view octets);
 // The number of octets behind the service centre field; 0 when that field is longer than the PDU.
 int TpduLength(std::string_view pduHex);
 
-// A service centre time stamp (9.2.3.11) of a time in milliseconds since 1970-01-01 00:00 UTC.
-std::string TimeStampOctets(std::int64_t wallClockMs, int zoneMinutes);
-
 // An address field of 9.1.2.5. What is no number ("+", digits, "*", "#") is a name of at most 11 characters.
 std::string AddressField(std::string_view number);
 // Its number, "+" in front when international, or name, in UTF-8. The field must be complete.

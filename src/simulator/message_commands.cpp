@@ -1,4 +1,4 @@
-// The commands of 3GPP TS 27.005, in PDU mode.
+// The commands of 3GPP TS 27.005 that list, read, delete, write and send messages.
 #include <algorithm>
 #include <utility>
 
@@ -6,6 +6,8 @@
 #include "simulator/command_table.h"
 #include "simulator/delivery.h"
 #include "simulator/looped_message.h"
+#include "simulator/network_time.h"
+#include "simulator/text_mode.h"
 
 namespace tavro {
 
@@ -15,7 +17,6 @@ using Kind = AtCommand::Kind;
 
 constexpr std::string_view kMemories = "(\"SM\",\"ME\",\"MT\")";
 
-// The modem has PDU mode alone.
 CommandResult Format(ModemState& modem, const AtCommand& command) {
   CommandResult result = RunOption(modem, command);
   return result.kind == CommandResult::Kind::kOk ? result : MessageError(kCmsNotSupported);
@@ -27,16 +28,24 @@ bool IsNumber(std::string_view number) {
          std::all_of(number.begin(), number.end(), [](char digit) { return digit >= '0' && digit <= '9'; });
 }
 
+// A number in a command, with its type of address behind it; "" when it is none.
+std::string NumberIn(const ModemState& modem, const AtCommand& command, std::size_t index) {
+  const std::vector<std::string> values = command.Values();
+  std::string number = index < values.size() ? DecodedWord(modem, values[index]) : std::string();
+  if (!IsNumber(number)) return {};
+  if (command.Number(index + 1) == 145 && !number.starts_with('+')) number.insert(0, "+");
+  return number;
+}
+
 CommandResult ServiceCentre(ModemState& modem, const AtCommand& command) {
   std::string& number = modem.settings.serviceCentre;
   if (command.kind == Kind::kTest) return {};
   if (command.kind == Kind::kRead) {
     return Info("+CSCA: " + Quoted(modem, number) + "," + (number.starts_with('+') ? "145" : "129"));
   }
-  const std::vector<std::string> values = command.Values();
-  if (command.kind != Kind::kSet || !IsNumber(values[0])) return MessageError(kCmsBadPdu);
-  number = values[0];
-  if (command.Number(1) == 145 && !number.starts_with('+')) number.insert(0, "+");
+  const std::string wanted = NumberIn(modem, command, 0);
+  if (command.kind != Kind::kSet || wanted.empty()) return MessageError(kCmsBadPdu);
+  number = wanted;
   return {};
 }
 
@@ -66,8 +75,13 @@ CommandResult SelectMemories(ModemState& modem, const AtCommand& command) {
   return Info(text);
 }
 
-// A message in the form that the settings give; with location 0 without one.
-std::string Listed(const ModemSettings& settings, const StoredMessage& message, int location) {
+// A message in the form that the settings give, or in text mode; with location 0 without one.
+std::string Listed(const ModemState& modem, const StoredMessage& message, int location) {
+  if (modem.Option("+CMGF") == 1) {
+    return location == 0 ? ReadInTextMode(modem, message)
+                         : std::to_string(location) + "," + ListedInTextMode(modem, message);
+  }
+  const ModemSettings& settings = modem.settings;
   std::string pdu = message.pdu, text = settings.listing;
   while (pdu.size() < 2 * static_cast<std::size_t>(settings.pduFilledTo)) pdu += "FF";
   const std::pair<std::string_view, std::string> kFields[] = {
@@ -88,14 +102,20 @@ void MarkRead(StoredMessage& message) {
 
 CommandResult List(ModemState& modem, const AtCommand& command) {
   constexpr int kAll = 4;
-  if (command.kind == Kind::kTest) return Info("+CMGL: (0-4)");
-  const std::optional<int> stat = command.kind == Kind::kExecute ? 0 : command.Number();
-  if (!stat || *stat > kAll) return MessageError(kCmsBadPdu);
+  const bool isText = modem.Option("+CMGF") == 1;
+  if (command.kind == Kind::kTest) {
+    return Info(isText ? "+CMGL: (\"REC UNREAD\",\"REC READ\",\"STO UNSENT\",\"STO SENT\",\"ALL\")" : "+CMGL: (0-4)");
+  }
+  std::optional<int> stat = 0;
+  if (command.kind != Kind::kExecute) {
+    stat = isText ? StatFromText(InCapitals(DecodedWord(modem, command.Values()[0]))) : command.Number();
+  }
+  if (!stat || *stat > kAll) return MessageError(isText ? kCmsBadTextParameter : kCmsBadPdu);
   CommandResult result;
   modem.store.ForEach(modem.memories[0], [&](int location, StoredMessage& message) {
     if (*stat != kAll && message.stat != *stat && !modem.settings.listsEverything) return;
     if (!result.info.empty()) result.info += "\r\n";
-    result.info += "+CMGL: " + Listed(modem.settings, message, location);
+    result.info += "+CMGL: " + Listed(modem, message, location);
     MarkRead(message);
   });
   return result;
@@ -105,7 +125,7 @@ CommandResult Read(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return {};
   StoredMessage* message = modem.store.Find(modem.memories[0], command.Number().value_or(0));
   if (!message) return MessageError(kCmsBadIndex);
-  std::string text = "+CMGR: " + Listed(modem.settings, *message, 0);
+  std::string text = "+CMGR: " + Listed(modem, *message, 0);
   MarkRead(*message);
   return Info(std::move(text));
 }
@@ -144,25 +164,46 @@ CommandResult Delete(ModemState& modem, const AtCommand& command) {
   return {};
 }
 
+// AT+CMGS=<da>[,<toda>] and AT+CMGW[=<da>[,<toda>[,<stat>]]]
+CommandResult BeginText(ModemState& modem, const AtCommand& command) {
+  constexpr int kStoredUnsent = 2;
+  const bool sends = command.name == "+CMGS";
+  const std::vector<std::string> values = command.Values();
+  const std::string number = NumberIn(modem, command, 0);
+  const bool hasNumber = command.kind == Kind::kSet && !values[0].empty();
+  if (command.kind == Kind::kRead || (hasNumber ? number.empty() : sends)) return MessageError(kCmsBadTextParameter);
+  const std::optional<int> stat = values.size() > 2 ? StatFromText(InCapitals(values[2])) : kStoredUnsent;
+  if (!stat || *stat > 3) return MessageError(kCmsBadTextParameter);
+  modem.entry = sends ? ModemState::Entry::kSend : ModemState::Entry::kWrite;
+  modem.entryIsText = true;
+  modem.entryNumber = number;
+  modem.entryStat = *stat;
+  return {CommandResult::Kind::kPrompt, 0, {}};
+}
+
 CommandResult BeginEntry(ModemState& modem, const AtCommand& command) {
   constexpr int kLongestTpdu = 164, kStoredUnsent = 2;
   if (command.kind == Kind::kTest) return {};
+  if (modem.Option("+CMGF") == 1) return BeginText(modem, command);
   const std::optional<int> length = command.Number();
   const int stat = command.Number(1).value_or(kStoredUnsent);
   if (command.kind != Kind::kSet || !length || *length < 7 || *length > kLongestTpdu || stat > 3) {
     return MessageError(kCmsBadPdu);
   }
   modem.entry = command.name == "+CMGS" ? ModemState::Entry::kSend : ModemState::Entry::kWrite;
+  modem.entryIsText = false;
   modem.entryLength = *length;
   modem.entryStat = stat;
   return {CommandResult::Kind::kPrompt, 0, {}};
 }
 
-CommandResult Send(ModemState& modem, std::string_view pduHex, std::string_view answer) {
+// To another number when there is one.
+CommandResult Send(ModemState& modem, std::string_view pduHex, std::string_view answer, std::string_view number = {}) {
   const std::optional<std::string> octets = OctetsFromHex(pduHex);
-  const std::optional<SubmittedMessage> message = octets ? ParseSubmit(*octets) : std::nullopt;
+  std::optional<SubmittedMessage> message = octets ? ParseSubmit(*octets) : std::nullopt;
   const ModemSettings& settings = modem.settings;
   if (!message) return MessageError(kCmsBadPdu);
+  if (!number.empty()) message->destination = AddressField(number);
   if (message->serviceCentre.empty() && settings.serviceCentre.empty()) return MessageError(kCmsNoServiceCentre);
   if (!modem.IsRegistered()) return MessageError(kCmsNoNetwork);
   const int reference = modem.nextReference;
@@ -180,7 +221,10 @@ CommandResult SendStored(ModemState& modem, const AtCommand& command) {
   if (command.kind == Kind::kTest) return {};
   StoredMessage* message = modem.store.Find(modem.memories[1], command.Number().value_or(0));
   if (!message) return MessageError(kCmsBadIndex);
-  CommandResult result = Send(modem, message->pdu, "+CMSS: ");
+  const std::vector<std::string> values = command.Values();
+  const std::string number = NumberIn(modem, command, 1);
+  if (values.size() > 1 && number.empty()) return MessageError(kCmsBadTextParameter);
+  CommandResult result = Send(modem, message->pdu, "+CMSS: ", number);
   constexpr int kStoredSent = 3;
   if (result.kind == CommandResult::Kind::kOk) message->stat = kStoredSent;
   return result;
@@ -195,16 +239,24 @@ constexpr CommandEntry kMessageCommands[] = {
 
 std::span<const CommandEntry> MessageCommands() { return kMessageCommands; }
 
-CommandResult RunPdu(ModemState& modem, ModemState::Entry entry, std::string_view pduHex) {
-  if (entry == ModemState::Entry::kUnexpected) return Error();
-  const bool isAcknowledgement = entry == ModemState::Entry::kAcknowledge || entry == ModemState::Entry::kRefuse;
-  const int length = isAcknowledgement ? static_cast<int>(pduHex.size() / 2) : TpduLength(pduHex);
-  if (!OctetsFromHex(pduHex) || length != modem.entryLength) return MessageError(kCmsBadPdu);
-  if (entry == ModemState::Entry::kSend) return Send(modem, pduHex, "+CMGS: ");
-  if (isAcknowledgement) {
-    const bool isTaken = entry == ModemState::Entry::kAcknowledge;
-    return Acknowledge(modem, isTaken) ? CommandResult{} : MessageError(kCmsNothingToAcknowledge);
+CommandResult RunEntry(ModemState& modem, ModemState::Entry entry, std::string_view text) {
+  using Entry = ModemState::Entry;
+  if (entry == Entry::kUnexpected) return Error();
+  std::string pduHex(text);
+  if (modem.entryIsText) {
+    std::optional<std::string> made = MakeSubmit(modem, modem.entryNumber, text);
+    if (!made) return MessageError(kCmsBadTextParameter);
+    pduHex = std::move(*made);
+  } else {
+    const bool isAcknowledgement = entry == Entry::kAcknowledge || entry == Entry::kRefuse;
+    const int length = isAcknowledgement ? static_cast<int>(pduHex.size() / 2) : TpduLength(pduHex);
+    if (!OctetsFromHex(pduHex) || length != modem.entryLength) return MessageError(kCmsBadPdu);
+    if (isAcknowledgement) {
+      return Acknowledge(modem, entry == Entry::kAcknowledge) ? CommandResult{}
+                                                              : MessageError(kCmsNothingToAcknowledge);
+    }
   }
+  if (entry == Entry::kSend) return Send(modem, pduHex, "+CMGS: ");
   const int location = modem.store.Put(modem.memories[1], pduHex, modem.entryStat);
   return location == 0 ? MessageError(kCmsFull) : Info("+CMGW: " + std::to_string(location));
 }

@@ -20,6 +20,10 @@ struct UssdEntry {
   bool expectsReply = false;
 };
 
+struct PhoneBookEntry {
+  std::string number, name;  // UTF-8
+};
+
 // May be changed at any time; the modem reads a value when it needs it.
 struct ModemSettings {
   std::string manufacturer = "Simulated";
@@ -27,9 +31,13 @@ struct ModemSettings {
   std::string revision = "1.0";
   std::string imei = "490154203237518";
   std::string imsi = "262019876543210";
+  std::string iccid = "89490200001234567895";
   // In the international form with "+", or national; a message sent to it comes back. Empty: the SIM names none.
   std::string ownNumber = "+491701234567";
   std::string serviceCentre = "+491710760000";
+
+  std::vector<PhoneBookEntry> phoneBook = {{"+447700900123", "Friend"},
+                                           {"+491701234568", "J\u00F6rg"}};  // at the start
 
   bool simPresent = true;
   std::string pin;  // empty: the SIM asks for none

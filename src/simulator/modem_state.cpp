@@ -21,6 +21,7 @@ constexpr ErrorName kEquipmentErrors[] = {
     {kCmePukNeeded, "SIM PUK required"},
     {kCmeSimBusy, "SIM busy"},
     {kCmeWrongPassword, "incorrect password"},
+    {kCmeBadIndex, "invalid index"},
     {kCmeNotFound, "not found"},
     {kCmeNoNetwork, "no network service"},
     {kCmeBadParameter, "incorrect parameters"},
@@ -29,6 +30,7 @@ constexpr ErrorName kEquipmentErrors[] = {
 constexpr ErrorName kMessageErrors[] = {
     {kCmsNotSupported, "operation not supported"},
     {kCmsBadPdu, "invalid PDU mode parameter"},
+    {kCmsBadTextParameter, "invalid text mode parameter"},
     {kCmsNoSim, "SIM not inserted"},
     {kCmsPinNeeded, "SIM PIN required"},
     {kCmsSimBusy, "SIM busy"},
@@ -53,7 +55,8 @@ struct NumberOption {
 
 constexpr NumberOption kOptions[] = {{"+CMEE", 2, 0},   {"+CREG", 2, 0},  {"+CGREG", 2, 0}, {"+CEREG", 2, 0},
                                      {"+C5GREG", 2, 0}, {"+CGATT", 1, 1}, {"+CLIP", 1, 0},  {"+CRC", 1, 0},
-                                     {"+CMGF", 0, 0},   {"+CSDH", 1, 0}};
+                                     {"+CMGF", 1, 0},   {"+CSDH", 1, 0},  {"+CTZU", 1, 0},  {"+CTZR", 2, 0},
+                                     {"+IFC", 3, 0},    {"+FCLASS", 0, 0}};
 
 const NumberOption* FindOption(std::string_view name) {
   const auto found = std::find_if(std::begin(kOptions), std::end(kOptions),
@@ -67,7 +70,11 @@ std::string_view EquipmentErrorText(int code) { return TextOf(kEquipmentErrors, 
 std::string_view MessageErrorText(int code) { return TextOf(kMessageErrors, code); }
 
 ModemState::ModemState(ModemSettings given)
-    : settings(std::move(given)), nextReference(settings.firstReference & 255) {}
+    : settings(std::move(given)),
+      nextReference(settings.firstReference & 255),
+      start_{settings.ucs2, settings.activity, settings.deafCommands, settings.simBusyCommands} {
+  for (const PhoneBookEntry& each : settings.phoneBook) phoneBook[static_cast<int>(phoneBook.size()) + 1] = each;
+}
 
 int ModemState::Option(std::string_view name) const {
   const auto kept = options.find(name);
@@ -85,7 +92,7 @@ const std::vector<int>& ModemState::Registrations(std::string_view command) cons
 
 int ModemState::Registration(std::string_view command) const {
   const std::vector<int>& statuses = Registrations(command);
-  if (functionality != 1 || !settings.simPresent || IsLocked() || statuses.empty()) return 0;
+  if (!isOn || functionality != 1 || !settings.simPresent || IsLocked() || statuses.empty()) return 0;
   const bool followsOther = command == "+CGREG" && settings.packetRegistration.empty();
   const auto queries = registrationQueries.find(followsOther ? "+CREG" : command);
   return statuses[std::min(queries == registrationQueries.end() ? 0 : queries->second, statuses.size() - 1)];
@@ -100,7 +107,7 @@ bool ModemState::IsRegistered() const {
   });
 }
 
-ModemState::Events::iterator ModemState::At(std::int64_t ms, std::function<void(ModemState&)> action) {
+NetworkEvents::iterator ModemState::At(std::int64_t ms, std::function<void(ModemState&)> action) {
   return events.emplace(ms, std::move(action));
 }
 
@@ -122,6 +129,17 @@ void ModemState::Reset() {
   settings.echo = verbose = true;
   quiet = false;
   options.clear();
+  textParameters = {};
+}
+
+void ModemState::Restart() {
+  if (ussdPending) events.erase(*ussdPending);
+  static_cast<VolatileState&>(*this) = {};
+  Reset();
+  settings.ucs2 = start_.ucs2;
+  settings.activity = start_.activity;
+  settings.deafCommands = start_.deafCommands;
+  settings.simBusyCommands = start_.simBusyCommands;
 }
 
 CommandResult RunOption(ModemState& modem, const AtCommand& command) {

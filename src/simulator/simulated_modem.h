@@ -20,6 +20,8 @@
 
 namespace tavro {
 
+struct ModemMachine;
+
 class SimulatedModem {
  public:
   // A command line without its carriage return, or a PDU without its Ctrl-Z, and when its end arrived.
@@ -92,6 +94,16 @@ class SimulatedModem {
   // How often the line was lost so far: an application that was connected before is not connected any more.
   int LineLosses() const;
 
+  // A device that is pulled out and plugged in again: the line is lost, and the modem forgets all but what the SIM and
+  // its memories hold, so that it asks for the PIN again. What comes meanwhile waits in the network. Both do nothing
+  // when the modem is so already.
+  void Unplug();
+  void PlugIn(std::int64_t nowMs);
+  bool IsPluggedIn() const;
+
+  // A call that nobody takes: one "RING", with the number where AT+CLIP asked for it.
+  void Ring(std::string_view number, std::int64_t nowMs);
+
   // The message memories, "SM" and "ME".
 
   // Puts a message there as it is, valid or not. With location 0 it takes the first free one; another replaces what is
@@ -120,8 +132,7 @@ class SimulatedModem {
   void ForgetReceived();
 
  private:
-  struct State;
-  std::unique_ptr<State> state_;
+  std::unique_ptr<ModemMachine> machine_;
 };
 
 }  // namespace tavro
