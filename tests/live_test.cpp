@@ -120,6 +120,12 @@ TEST(LiveInbox, EveryWayOfTelling) {
        },
        100, "a", 0},
       {"the line was lost on the way", [](Live&) {}, [](Live& l) { l.modem.Store(Letter("61")); }, 20100, "", 0},
+      {"another memory", [](Live&) {},
+       [](Live& l) {
+         l.modem.Store(Letter("61"), 0, 3, "ME");
+         l.Says("+CMTI: \"ME\",3");
+       },
+       20000, "", 0},
       {"an empty place", [](Live&) {}, [](Live& l) { l.Says("+CMTI: \"SM\",7"); }, 20000, "", 0},
       {"a report behind +CMT", [](Live&) {}, [](Live& l) { l.Says(Direct("+CMT: ,", Report())); }, 20000, "", 1},
       {"a message behind +CDS", [](Live&) {}, [](Live& l) { l.Says(Direct("+CDS: ", Letter("61"))); }, 100, "a", 1},

@@ -173,7 +173,7 @@ TEST(SIMBox, ManyPartsOfOneKeyAreJoinedByTheRules) {
 }
 
 TEST(StatusBox, KeepsEachReportOnce) {
-  StatusBox box;
+  StatusBox box(5);
   const auto add = [&](int reference, int location) {
     return box.Add(
         {.report = {.reference = reference}, .memory = "SM", .memIndex = static_cast<std::int16_t>(location)});
@@ -191,9 +191,9 @@ TEST(StatusBox, KeepsEachReportOnce) {
   box.Clear();
   EXPECT_EQ(box.Count(), 0U);
   EXPECT_FALSE(add(8, -1));
-  for (int i = 0; i < static_cast<int>(StatusBox::kMaxReports); ++i) add(1000 + i, -1);
-  EXPECT_EQ(box.Count(), StatusBox::kMaxReports);
-  EXPECT_EQ(box.Item(0).report.reference, 1000);
+  for (int reference = 10; reference < 16; ++reference) add(reference, -1);
+  EXPECT_EQ(box.Count(), 5U);
+  EXPECT_EQ(box.Item(0).report.reference, 11);
 }
 
 }  // namespace

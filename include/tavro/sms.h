@@ -145,8 +145,9 @@ class SMS {
   // How full each memory is that the modem can read from. The memories that it does not count unasked are selected for
   // reading one after the other, and then the one that was selected before. Empty on failure: 2002.
   std::vector<tavro::MemoryUsage> MemoryUsage();
-  // Whether the memory that is received into was full when the modem last told: while connecting, for MemoryUsage and
-  // for MessageMemory. It then takes no more messages. Asks nothing; always false in the classic manner.
+  // Whether the memory that is received into was full when the modem last told: while connecting, in
+  // Inbox::Wait, for MemoryUsage and for MessageMemory. It then takes no more messages. Asks nothing; always false in
+  // the classic manner.
   bool IsMemoryFull();
   // AT+GMI or AT+CGMI; 2003.
   std::u16string Manufacturer();
@@ -216,9 +217,9 @@ class SMS {
 
   // --- Status reports ------------------------------------------------------------------------------------------------
 
-  // Of the prompt manner alone. Whether the texts that are sent from now on ask for status reports (TP-SRR, 3GPP
-  // TS 23.040, 9.2.3.5), every part of a long one. False at the start. In the classic manner its last part alone asks,
-  // and reports are deleted unread.
+  // Whether the texts that are sent from now on ask for status reports (TP-SRR, 3GPP TS 23.040, 9.2.3.5): every part of
+  // a long one. False at the start. For the prompt manner; in the classic one the last part alone asks, and Refresh
+  // deletes reports unread.
   bool StatusReport();
   void SetStatusReport(bool wanted);
   // The reports that came so far: those that the modem told of or delivered, which Inbox::Wait and WaitForDelivery

@@ -29,8 +29,9 @@ bool Arrivals::Take(std::string_view line, std::uint64_t heard) {
   const std::string_view prefix = std::string_view(capitals).substr(0, capitals.find(':'));
   if (prefix.size() == capitals.size()) return false;
   std::string_view rest = line.substr(prefix.size() + 1);
+  const bool isReport = prefix.starts_with("+CDS");
   if (prefix == "+CMT" || prefix == "+CDS") {
-    Add({.kind = Arrival::Kind::kDelivered, .entry = Upper(rest), .heard = heard});
+    Add({.kind = Arrival::Kind::kDelivered, .isReport = isReport, .entry = Upper(rest), .heard = heard});
     return true;
   }
   if (prefix != "+CMTI" && prefix != "+CDSI") return false;
@@ -41,7 +42,10 @@ bool Arrivals::Take(std::string_view line, std::uint64_t heard) {
     placeUnknown_ = true;
     return true;
   }
-  Add({.memory = Upper(fields[0]), .location = static_cast<std::int16_t>(location), .heard = heard});
+  Add({.isReport = isReport,
+       .memory = Upper(fields[0]),
+       .location = static_cast<std::int16_t>(location),
+       .heard = heard});
   return true;
 }
 

@@ -18,6 +18,7 @@ struct Arrival {
   };
 
   Kind kind = Kind::kPlace;
+  bool isReport = false;       // a status report, as the modem says
   std::string memory = {};     // kPlace: "SM"
   std::int16_t location = -1;  // kPlace
   std::string entry = {};      // kDelivered: what stands behind the prefix, in capitals

@@ -173,6 +173,10 @@ PendingError MessageWaiter::ReadPlace(SIMBox& box, const Arrival& arrival) {
     arrivals_.SetPlaceUnknown(true);
     return {};
   }
+  if (!arrival.isReport) {
+    log_.WriteLog("A message came into the memory '" + arrival.memory + "', which is not read");
+    return {};
+  }
   // Reports may have a memory of their own.
   PendingError error;
   memory_.Visit(arrival.memory, [&] { error = reader_.ReadReport(arrival.memory, arrival.location, arrival.heard); });

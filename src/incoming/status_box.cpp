@@ -17,7 +17,7 @@ bool StatusBox::Add(Status status) {
     known->connection = status.connection;
     return false;
   }
-  if (items_.size() >= kMaxReports) {
+  if (items_.size() >= maxReports_) {
     items_.pop_front();
     if (cleared_ > 0) --cleared_;
   }

@@ -14,8 +14,8 @@ namespace tavro {
 // memory is read.
 class StatusBox {
  public:
-  // When there are more, the oldest ones go.
-  static constexpr std::size_t kMaxReports = 10000;
+  // When there are more reports, the oldest ones go.
+  explicit StatusBox(std::size_t maxReports = 10000) : maxReports_(maxReports) {}
 
   // False for a report that is there already: it came twice, or is listed again. Then only its location is noted.
   bool Add(Status status);
@@ -33,6 +33,7 @@ class StatusBox {
   Status& Item(std::size_t index) { return items_[cleared_ + index]; }
 
  private:
+  const std::size_t maxReports_;
   std::deque<Status> items_;
   std::size_t cleared_ = 0;  // so many at the front
 };
