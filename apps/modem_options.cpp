@@ -170,7 +170,7 @@ ModemSettings ModemOptions::Settings() const {
     try {
       SetModemSetting(settings, option);
     } catch (const std::runtime_error& error) {
-      Refuse("--set", error.what());
+      throw std::runtime_error("--set " + std::string(error.what()));
     }
   }
   for (const bool isMenu : {false, true}) {

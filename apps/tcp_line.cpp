@@ -11,6 +11,7 @@
 #include <stdexcept>
 #include <utility>
 
+#include "modem_setting.h"
 #include "system_call.h"
 
 namespace {
@@ -40,6 +41,8 @@ std::string NameOf(int socket) {
 
 TcpLine::TcpLine(const std::string& place) {
   const auto [host, port] = Split(place);
+  const std::optional<int> number = NumberFrom<int>(port);
+  if (!number || *number > 65535) throw std::runtime_error(place + ": not a port from 0 to 65535");
   addrinfo hints{};
   hints.ai_flags = AI_NUMERICSERV | AI_PASSIVE;
   hints.ai_socktype = SOCK_STREAM;

@@ -52,7 +52,7 @@ TEST_F(SimulatedCommands, TextModeInTheGsmAlphabet) {
 TEST_F(SimulatedCommands, TextModeSends) {
   Send(0, "AT+CMGF=1;+CNMI=2,2,0,1;+CSMP=49,173;+CSMP?\r");
   Send(0, "AT+CMGS=\"+491701234567\"\r");
-  Send(0, "h\x05llo\x1a");
+  Send(0, "h\x05llo\x7f\x1a");
   Send(10, "AT+CMGW=\"0170\",129,\"STO SENT\"\r");
   Send(10, std::string("a\rb\n\0", 5) + "\x1a");
   Send(20, "AT+CSCS=\"UCS2\";+CSMP=17,167,0,8\r");
@@ -69,8 +69,8 @@ TEST_F(SimulatedCommands, TextModeSends) {
 0 < |+CSMP: 49,173,0,0||OK|
 0 > AT+CMGS="+491701234567"<cr>
 0 < |> 
-0 > h<05>llo<sub>
-0 < |+CMGS: 1||OK||+CMT: "+491701234567",,"24/03/05,14:07:09+00"|h<05>llo||+CDS: 6,1,"+491701234567",145,"24/03/05,14:07:09+00","24/03/05,14:07:09+00",0|
+0 > h<05>llo<7F><sub>
+0 < |+CMGS: 1||OK||+CMT: "+491701234567",,"24/03/05,14:07:09+00"|h<05>llo<7F>||+CDS: 6,1,"+491701234567",145,"24/03/05,14:07:09+00","24/03/05,14:07:09+00",0|
 10 > AT+CMGW="0170",129,"STO SENT"<cr>
 10 < |> 
 10 > a<cr>b<lf><00><sub>

@@ -75,11 +75,18 @@ CommandResult NoCalls(ModemState&, const AtCommand& command) {
   return command.kind == Kind::kExecute || command.kind == Kind::kTest ? CommandResult{} : Error();
 }
 
-CommandResult CommandList(ModemState&, const AtCommand& command) {
+// Some are only there when the settings say so.
+bool IsThere(const ModemState& modem, std::string_view name) {
+  if (name == "+CPINR") return modem.settings.tellsPinAttempts;
+  return (name != "+CEREG" && name != "+C5GREG") || !modem.Registrations(name).empty();
+}
+
+CommandResult CommandList(ModemState& modem, const AtCommand& command) {
   if (command.kind != Kind::kExecute) return command.kind == Kind::kTest ? CommandResult{} : Error();
   CommandResult result;
   for (const std::span<const CommandEntry> group : AllCommands()) {
     for (const CommandEntry& entry : group) {
+      if (!IsThere(modem, entry.name)) continue;
       result.info += (result.info.empty() ? "AT" : "\r\nAT") + std::string(entry.name);
     }
   }

@@ -191,7 +191,7 @@ CommandResult ListOperators(const ModemState& modem) {
   std::string text = "+COPS: ";
   for (const NetworkOperator& network : modem.settings.operators) {
     text += "(" + std::to_string(network.status) + "," + Quoted(modem, network.longName) + "," +
-            Quoted(modem, network.shortName) + "," + Quoted(modem, network.number) + "),";
+            Quoted(modem, network.shortName) + ",\"" + network.number + "\"),";
   }
   return Info(text + ",(0,1,3),(0-2)");
 }
@@ -222,8 +222,10 @@ CommandResult Operator(ModemState& modem, const AtCommand& command) {
   const auto current = std::find_if(operators.begin(), operators.end(),
                                     [](const NetworkOperator& network) { return network.status == 2; });
   if (!modem.IsRegistered() || current == operators.end()) return Info("+COPS: 0");
+  // Names are in the character set, numbers are digits.
+  const std::string name = OperatorName(*current, modem.operatorFormat);
   return Info("+COPS: 0," + std::to_string(modem.operatorFormat) + "," +
-              Quoted(modem, OperatorName(*current, modem.operatorFormat)));
+              (modem.operatorFormat == 2 ? "\"" + name + "\"" : Quoted(modem, name)));
 }
 
 constexpr CommandEntry kGeneralCommands[] = {
@@ -276,6 +278,9 @@ constexpr CommandEntry kSimCommands[] = {
     {"+CLCK", FacilityLock},
     {"+CLIP", RunOption},
     {"+CRC", RunOption},
+    {"+CCWA", RunOption},
+    {"+CSSN", RunOption},
+    {"+COLP", RunOption},
 };
 
 }  // namespace

@@ -113,7 +113,7 @@ void ModemMachine::ReceiveByte(char byte) {
   const bool isEchoed = byte != '\n' && byte != kEndOfPdu && byte != kEscape;
   if (modem.settings.echo && isEchoed && modem.settings.deafCommands == 0) echo += byte;
   const bool isText = isEntry && modem.entryIsText && modem.entry != ModemState::Entry::kUnexpected;
-  if (byte == kBackspace || byte == kDelete) {
+  if (byte == kBackspace || (byte == kDelete && !isText)) {
     if (!line.empty()) line.pop_back();
   } else if (isEntry && byte == kEndOfPdu) {
     EndEntry();
@@ -129,7 +129,7 @@ void ModemMachine::ReceiveByte(char byte) {
     FlushEcho();
     speech.Add(modem.nowMs, "\r\n> ");
   } else if ((isText ? byte != '\n' : static_cast<unsigned char>(byte) >= ' ') && line.size() <= kLongestLine) {
-    line += byte;  // in the GSM alphabet the codes below the blank are characters too
+    line += byte;  // in the GSM alphabet the codes below the blank are characters too, and that of kDelete is
   }
 }
 

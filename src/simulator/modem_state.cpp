@@ -53,10 +53,10 @@ struct NumberOption {
   int largest, initial;
 };
 
-constexpr NumberOption kOptions[] = {{"+CMEE", 2, 0},   {"+CREG", 2, 0},  {"+CGREG", 2, 0}, {"+CEREG", 2, 0},
-                                     {"+C5GREG", 2, 0}, {"+CGATT", 1, 1}, {"+CLIP", 1, 0},  {"+CRC", 1, 0},
-                                     {"+CMGF", 1, 0},   {"+CSDH", 1, 0},  {"+CTZU", 1, 0},  {"+CTZR", 2, 0},
-                                     {"+IFC", 3, 0},    {"+FCLASS", 0, 0}};
+constexpr NumberOption kOptions[] = {
+    {"+CMEE", 2, 0}, {"+CREG", 2, 0}, {"+CGREG", 2, 0}, {"+CEREG", 2, 0}, {"+C5GREG", 2, 0}, {"+CGATT", 1, 1},
+    {"+CLIP", 1, 0}, {"+CRC", 1, 0},  {"+CCWA", 1, 0},  {"+CSSN", 1, 0},  {"+COLP", 1, 0},   {"+CMGF", 1, 0},
+    {"+CSDH", 1, 0}, {"+CTZU", 1, 0}, {"+CTZR", 2, 0},  {"+IFC", 3, 0},   {"+FCLASS", 0, 0}};
 
 const NumberOption* FindOption(std::string_view name) {
   const auto found = std::find_if(std::begin(kOptions), std::end(kOptions),
@@ -129,6 +129,7 @@ void ModemState::Reset() {
   settings.echo = verbose = true;
   quiet = false;
   options.clear();
+  registers = VolatileState().registers;
   textParameters = {};
 }
 
