@@ -69,7 +69,9 @@ DecodedEntry Decode(const std::string& pdu) {
     SimulatedLine line;
     return LocalDateNames(line);
   }();
-  return DecodeStoredMessage("7,1,,0\r\n" + Upper(pdu) + "\r\n\r\nOK\r\n", names, kPromptManner);
+  const long octets = static_cast<long>(pdu.size() / 2) - 1 - std::strtol(pdu.substr(0, 2).c_str(), nullptr, 16);
+  return DecodeStoredMessage("7,1,," + std::to_string(octets) + "\r\n" + Upper(pdu) + "\r\n\r\nOK\r\n", names,
+                             kPromptManner);
 }
 
 TEST(ForeignPdus, ReceivedMessages) {

@@ -40,7 +40,7 @@ TEST(PromptReading, DeletesNothingAndShowsAllThatWasReceived) {
   engine.modem.Store(Letter("62").substr(0, 40), 0);
   engine.modem.Store(Letter("63"), 2);
   // A modem that lists its drafts as well, the PDU on the same line.
-  engine.modem.Answer("AT+CMGL=1", Reply::Ok("+CMGL: 1,1,,24\n" + kReport + "\n+CMGL: 2,1,,22\n" + Letter("61") +
+  engine.modem.Answer("AT+CMGL=1", Reply::Ok("+CMGL: 1,1,,25\n" + kReport + "\n+CMGL: 2,1,,22\n" + Letter("61") +
                                              "\n+CMGL: 5,2,,22," + Letter("63")));
   const auto inbox = engine.sms.Inbox();
   ASSERT_TRUE(inbox->Refresh()) << engine.ErrorText();

@@ -5,6 +5,7 @@
 #include <cstdint>
 #include <iterator>
 #include <memory>
+#include <vector>
 
 #include "tavro/message.h"
 
@@ -35,10 +36,11 @@ class Inbox {
   //   are deleted from the modem on the way; what cannot be decoded is left there and noted in the log. Prompt manner:
   //   nothing is deleted. Status reports and submitted messages are left in the modem, every received message is shown.
   // False on failure: 5001 invalid type, 2002 a new connection came up with another memory in between, 5002 to 5006 and
-  // 5008, or a connection, PIN or registration error.
+  // 5008, or a connection, PIN or registration error. In the prompt manner the inbox is as it was then, and Wait
+  // misses nothing.
   bool Refresh(std::int16_t messageType = 2);
 
-  // Waits until a message comes, so many milliseconds at most, and adds it to the inbox, behind the others; 0 takes
+  // Waits until a message comes, so many milliseconds at most, and adds it to the inbox; 0 takes
   // what has come. With Concatenate a long message comes with its last part. The first time behind a connection that is
   // what is unread in the modem's memory too. One that came during another call is there at once.
   //   Prompt manner: the modem tells of messages (AT+CNMI, 3GPP TS 27.005, 3.4.1), which are read each by itself, and
@@ -46,11 +48,13 @@ class Inbox {
   //   in the inbox; it stays there, Refresh or not, until it is deleted. A modem that cannot tell is asked every five
   //   seconds, and the log says so.
   //   Classic manner: the modem is asked every five seconds.
-  // A dialogue that has begun is finished, with its own limits, and memories other than the one that is read do not
-  // count. True when a message came. False with no error at the limit and when it was cancelled; on failure with 5009
-  // negative time, 5002 to 5006, 5008 the inbox is full, 1012 the device is lost or the program wants to end, or a
-  // connection, PIN or registration error. Nothing is lost by a failure: the next call goes on.
+  // A dialogue that has begun is finished, with its own limits. True when a message came. False with no error at the
+  // limit and when it was cancelled; on failure with 5009 negative time, 5002 to 5006, 5008 the inbox is full, 1012 the
+  // device is lost or the program wants to end, or a connection, PIN or registration error. Nothing is lost by a
+  // failure: the next call goes on.
   bool Wait(std::int32_t milliseconds);
+  // The messages that the last Wait that returned true has added, in the order of the inbox.
+  std::vector<std::shared_ptr<tavro::Message>> NewMessages();
   // From any thread: ends the Wait that is under way, or the next one. It touches no error.
   void Cancel();
 

@@ -41,9 +41,9 @@ enum class Dialogue : std::uint8_t {
   kPrompt,
 };
 
-// What may be done about a modem that does not answer any more: in this order, until it answers, before anything else
-// is sent to it. None of it sends or deletes a message a second time: the call in which the modem fell silent fails,
-// and a message whose result did not come stays "Result unknown".
+// In the prompt manner: what may be done about a modem that does not answer any more: in this order, until it answers,
+// before anything else is sent to it. None of it sends or deletes a message a second time: the call in which the modem
+// fell silent fails, and a message whose result did not come stays "Result unknown".
 struct Recovery {
   // Asks again. A command that only asks is then repeated in the same call.
   bool repeats = false;

@@ -32,12 +32,25 @@ bool MessageMemory::SelectMessageMemory(std::string_view memory) {
   const std::string command = "AT+CPMS=\"" + name + "\",,\"" + name + "\"\r";
   Answer answer = exchange_.SendCommand(command);
   if (!answer.IsGood()) answer = exchange_.SendCommand(command);
+  if (!answer.IsGood() && manner_.selectsMemoryByAllMeans) answer = SelectOtherwise(name);
   if (!answer.IsGood()) return false;
   settings_.messageMemory = name;
   state_.memorySelected = true;
   log_.WriteLog("Message memory set as '" + name + "'");
   NoteUsage(answer, name);
   return true;
+}
+
+// Some modems want all three, and some have a memory that they do not receive into.
+Answer MessageMemory::SelectOtherwise(const std::string& name) {
+  const std::string quoted = "\"" + name + "\"";
+  Answer answer;
+  for (const std::string& names : {quoted + "," + quoted + "," + quoted, quoted}) {
+    if (!exchange_.IsPortOpen()) break;
+    answer = exchange_.SendCommand("AT+CPMS=" + names + "\r");
+    if (answer.IsGood()) break;
+  }
+  return answer;
 }
 
 std::optional<std::string> MessageMemory::ReadMessageMemory() {
@@ -55,7 +68,7 @@ std::optional<std::string> MessageMemory::ReadMessageMemory() {
 }
 
 bool MessageMemory::Visit(const std::string& memory, const std::function<void()>& visit) {
-  if (state_.memorySelected && memory == settings_.messageMemory) {
+  if (state_.memorySelected ? memory == settings_.messageMemory : memory.empty()) {
     visit();
     return true;
   }

@@ -38,6 +38,7 @@ class MessageMemory : DialoguePart {
 
   std::vector<Count> CountsIn(const Answer& answer) const;
   bool IsWatched() const;
+  Answer SelectOtherwise(const std::string& name);
   void NoteUsage(const Answer& answer, const std::string& name = {});
   std::vector<std::string> ReadableMemories();
   bool CountOthers(const std::vector<std::string>& names, std::vector<Count>& counts);

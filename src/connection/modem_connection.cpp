@@ -15,7 +15,7 @@ constexpr int kWakeAttempts = 3;
 constexpr std::uint32_t kWakeInterval = 500;  // ms between the further ones
 // A modem that restarts: until it has begun to, how often it is looked for, and how long, in milliseconds.
 constexpr std::int32_t kRestartAnswerLimit = 5000;
-constexpr std::uint32_t kRestartInterval = 2000, kRestartLimit = 60000;
+constexpr std::uint32_t kRestartPause = 5000, kRestartInterval = 2000, kRestartLimit = 60000;
 
 }  // namespace
 
@@ -37,6 +37,7 @@ ModemConnection::ModemConnection(const DialogueContext& dialogue, clsCOMM& comm,
 bool ModemConnection::IsConnected() const { return comm_.IsOpen(settings_.portNumber); }
 
 void ModemConnection::ResetConnectionState() {
+  hasRestarted_ = false;
   state_ = {};
   exchange_.Reset();
 }
@@ -66,9 +67,16 @@ bool ModemConnection::ConnectModem() {
 }
 
 void ModemConnection::NoticeLoss() {
-  if (!manner_.noticesLoss || !comm_.IsGone(settings_.portNumber)) return;
-  log_.WriteLog("The device is gone");
+  if (!manner_.noticesLoss) return;
+  const bool isGone = comm_.IsGone(settings_.portNumber);
+  if (!isGone && !hasRestarted_) return;
+  log_.WriteLog(isGone ? "The device is gone" : "The modem has restarted");
   ClosePort();
+}
+
+void ModemConnection::Take(std::string_view line) {
+  const std::string capitals = Upper(line);
+  if (!connecting_ && (capitals == "RDY" || capitals.starts_with("^SYSSTART"))) hasRestarted_ = true;
 }
 
 void ModemConnection::Recover() {
@@ -77,9 +85,11 @@ void ModemConnection::Recover() {
   if (exchange_.Resynchronise()) return;
   log_.WriteLog("The modem does not answer");
   connecting_ = true;
+  exchange_.AllowRepeating(false);
   const bool isBack = (allowed.repeats && WakeModem() && ConnectAgain()) ||
                       (allowed.restarts && IsConnected() && Restart()) || (allowed.reopens && Reopen());
   connecting_ = false;
+  exchange_.AllowRepeating(true);
   if (isBack) return errors_.ClearError();
   ClosePort();
   errors_.SetError(kCannotSendCommand);  // unless connecting raised its own error
@@ -90,8 +100,10 @@ bool ModemConnection::Restart() {
   if (exchange_.Write("AT+CFUN=1,1\r")) {
     exchange_.AwaitAnswer(1, std::min(settings_.timeout, kRestartAnswerLimit), [](const std::string&) { return true; });
   }
+  platform_.Sleep(kRestartPause);
   const std::uint32_t start = platform_.TickCount();
-  while (platform_.TickCount() - start < kRestartLimit && !platform_.IsInterrupted()) {
+  // A PIN that was refused is not for another attempt.
+  while (platform_.TickCount() - start < kRestartLimit && !platform_.IsInterrupted() && !errors_.CallEnd()) {
     platform_.Sleep(kRestartInterval);
     NoticeLoss();
     // The device of some is away meanwhile.
@@ -101,10 +113,7 @@ bool ModemConnection::Restart() {
   return false;
 }
 
-bool ModemConnection::Reopen() {
-  ClosePort();
-  return ConnectModem();
-}
+bool ModemConnection::Reopen() { return ClosePort() && ConnectModem(); }
 
 // The same on a port that is open.
 bool ModemConnection::ConnectAgain() {
@@ -115,8 +124,10 @@ bool ModemConnection::ConnectAgain() {
 
 bool ModemConnection::RunConnectSteps() {
   const bool outer = std::exchange(connecting_, true);
+  exchange_.AllowRepeating(false);
   const bool connected = Connect();
   connecting_ = outer;
+  exchange_.AllowRepeating(!outer);
   return connected;
 }
 

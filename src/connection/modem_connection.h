@@ -2,6 +2,7 @@
 #pragma once
 
 #include <string>
+#include <string_view>
 
 #include "connection/message_memory.h"
 #include "connection/modem_initialisation.h"
@@ -30,6 +31,8 @@ class ModemConnection : DialoguePart {
 
   // At the start of a public call: a device that is gone by then is closed, so that the call finds it again.
   void NoticeLoss();
+  // A line of the modem's own accord: it may tell of a restart, by which the modem forgets all that it was told.
+  void Take(std::string_view line);
   // Does about a modem that has not answered what the settings allow, until it answers: asks again, restarts it
   // (AT+CFUN=1,1, 3GPP TS 27.007, 8.2), opens the port anew. Nothing when it has answered, or nothing is allowed. What
   // was known of the connection is forgotten then, as of a new one; the port is closed when nothing helped.
@@ -64,6 +67,7 @@ class ModemConnection : DialoguePart {
   MessageMemory& memory_;
   ModemInitialisation& initialisation_;
   int count_ = 0;
+  bool hasRestarted_ = false;
   bool connecting_ = false;  // a command of the connection itself must not open it again
 };
 

@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <array>
+#include <utility>
 #include <vector>
 
 #include "base/text.h"
@@ -17,6 +18,8 @@ namespace tavro {
 namespace {
 
 using Values = std::array<int, 5>;
+
+constexpr std::uint32_t kRetryInterval = 60000;  // ms
 
 // "(0-2),(0,1,3),(0),(0,1),(0,1)" as the values that each place may have; empty when it cannot be read.
 std::vector<std::vector<int>> AllowedValues(std::string_view information) {
@@ -57,7 +60,8 @@ NewMessageIndications::NewMessageIndications(const DialogueContext& dialogue, Mo
 
 // The best one first.
 std::vector<NewMessageIndications::Values> NewMessageIndications::Choices(
-    int mt, const std::vector<std::vector<int>>& allowed) {
+    int mt, const std::vector<std::vector<int>>& allowed) const {
+  constexpr std::size_t kReports = 3;
   std::vector<Values> choices;
   for (const int bfr : {0, 1}) {
     for (const int ds : {2, 1, 0}) {
@@ -70,32 +74,46 @@ std::vector<NewMessageIndications::Values> NewMessageIndications::Choices(
   // What is not known to be allowed is not tried in every combination.
   if (allowed.empty())
     choices = {{2, mt, 0, 2, 0}, {2, mt, 0, 1, 0}, {2, mt, 0, 0, 0}, {3, mt, 0, 0, 0}, {1, mt, 0, 0, 1}};
+  if (!storesReports_) std::erase_if(choices, [](const Values& values) { return values[kReports] == 2; });
   return choices;
 }
 
-bool NewMessageIndications::SwitchOn() {
-  if (connectionCount_ == connection_.Count()) return false;
+void NewMessageIndications::SwitchOn() {
+  if (!manner_.asksForIndications || !exchange_.IsPortOpen()) return;
+  const bool isNew = connectionCount_ != connection_.Count();
+  // A modem that has just been started may refuse for a while.
+  if (!isNew && (areOn_ || platform_.TickCount() - triedTick_ < kRetryInterval)) return;
   log_.WriteLog("Enable new message indication");
+  triedTick_ = platform_.TickCount();
   const auto allowed = AllowedValues(exchange_.CheckCommandResponse("AT+CNMI=?\r").Information("+CNMI:"));
   constexpr int kStored = 1, kDirect = 2;
-  areOn_ = SwitchToOneOf(Choices(kStored, allowed));
-  if (!areOn_ && exchange_.IsPortOpen()) {
-    // Without this a message that is given directly would be lost when nobody takes it.
-    exchange_.CheckCommandResponse("AT+CSMS=1\r");
-    areOn_ = SwitchToOneOf(Choices(kDirect, allowed));
+  acknowledges_ = false;
+  areOn_ = SwitchToOneOf(Choices(kStored, allowed)) || (allowed.empty() && Send("AT+CNMI=2,1\r"));
+  if (!areOn_) {
+    // Otherwise what is given directly would be lost when nobody takes it.
+    acknowledges_ = Send("AT+CSMS=1\r");
+    areOn_ = acknowledges_ && SwitchToOneOf(Choices(kDirect, allowed));
   }
   confirmed_ = areOn_ ? Ask() : std::string();
   errors_.ClearError();
-  if (!exchange_.IsPortOpen()) return true;
-  connectionCount_ = connection_.Count();
+  connectionCount_ = exchange_.IsPortOpen() ? connection_.Count() : kNone;
+  if (isNew) state_.heardBefore = exchange_.Hear();
   if (!areOn_) log_.WriteLog("The modem tells of no messages: it is asked for them every few seconds");
-  return true;
+}
+
+void NewMessageIndications::AvoidStoredReports() {
+  if (!std::exchange(storesReports_, false)) return;
+  log_.WriteLog("The modem stores status reports where they cannot be read: it is to give them directly");
+  connectionCount_ = kNone;
+  SwitchOn();
+}
+
+bool NewMessageIndications::Send(const std::string& command) {
+  return exchange_.IsPortOpen() && exchange_.CheckCommandResponse(command).IsGood();
 }
 
 bool NewMessageIndications::SwitchToOneOf(const std::vector<Values>& choices) {
-  return std::any_of(choices.begin(), choices.end(), [this](const Values& values) {
-    return exchange_.IsPortOpen() && exchange_.CheckCommandResponse(CommandFor(values)).IsGood();
-  });
+  return std::any_of(choices.begin(), choices.end(), [this](const Values& values) { return Send(CommandFor(values)); });
 }
 
 std::string NewMessageIndications::Ask() {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <cstdint>
 #include <string>
 #include <vector>
 
@@ -14,13 +15,16 @@ class NewMessageIndications : DialoguePart {
  public:
   NewMessageIndications(const DialogueContext& dialogue, ModemConnection& connection);
 
-  // Asks for indications, once a connection: what comes is stored and told of (+CMTI); from a modem that cannot it is
-  // given directly (+CMT), with the acknowledgement that keeps it from being lost (AT+CSMS=1, AT+CNMA). Reports
-  // likewise
-  // (+CDSI, else +CDS). Raises no error. Whether they were off before, so that something may have come unnoticed.
-  bool SwitchOn();
+  // Asks for indications, once a connection, and again every minute when they are refused: what comes is stored and
+  // told of (+CMTI); from a modem that cannot it is given directly (+CMT) where it takes acknowledgements (AT+CSMS=1),
+  // which keep it from being lost. Reports likewise (+CDSI, else +CDS). Raises no error.
+  void SwitchOn();
+  // Reports that are stored cannot be read: they are asked for directly from now on.
+  void AvoidStoredReports();
   // Whether the modem tells of messages; one that does not has to be asked.
   bool AreOn() const { return areOn_ && connectionCount_ == connection_.Count(); }
+  // Whether what is given directly has to be acknowledged, and comes again when it is not.
+  bool Acknowledges() const { return acknowledges_; }
   // Asks whether they are still on: a modem that restarted by itself has forgotten them, and all else that it was told.
   // False when they are not, or when it does not answer.
   bool Verify();
@@ -28,13 +32,17 @@ class NewMessageIndications : DialoguePart {
  private:
   using Values = std::array<int, 5>;  // of the command, in order
 
-  static std::vector<Values> Choices(int mt, const std::vector<std::vector<int>>& allowed);
+  static constexpr int kNone = -1;
+
+  std::vector<Values> Choices(int mt, const std::vector<std::vector<int>>& allowed) const;
+  bool Send(const std::string& command);
   bool SwitchToOneOf(const std::vector<Values>& choices);
   std::string Ask();
 
   ModemConnection& connection_;
-  int connectionCount_ = -1;  // of the connection that was asked
-  bool areOn_ = false;
+  int connectionCount_ = kNone;  // of the connection that was asked
+  std::uint32_t triedTick_ = 0;  // when it was
+  bool areOn_ = false, acknowledges_ = false, storesReports_ = true;
   std::string confirmed_;  // what AT+CNMI? said then; empty when the modem does not tell
 };
 

@@ -19,23 +19,24 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
       initialisation(dialogue, pin, registration),
       connection(dialogue, comm, pin, registration, memory, initialisation),
       messageSteps(dialogue, connection, registration, memory),
+      indications(dialogue, connection),
       device(dialogue, registration),
       network(dialogue, registration),
       ussd(dialogue, registration),
       serviceCentre(dialogue, registration),
       submission(dialogue, registration, connection, messageSteps, serviceCentre),
-      textSender(dialogue, submission, sentMessages),
+      textSender(dialogue, submission, indications, sentMessages),
       pushSender(dialogue, submission),
       pushServices{errors, pushSender},
       deliveries(dialogue, connection, memory, statusBox, sentMessages),
       reader(dialogue, connection, messageSteps, statusBox),
-      deleter(dialogue, connection, messageSteps),
-      indications(dialogue, connection),
+      deleter(dialogue, connection, messageSteps, memory),
       waiter(dialogue, connection, messageSteps, memory, indications, arrivals, reader, cancellation),
       incomingServices{errors, settings, reader, deleter, waiter} {
   if (!manner.pausesUnasked)
     settings.pauses = {.command = 0, .unanswered = 100, .send = 0, .afterPin = 0, .functionality = 0};
   exchange.SetUnsolicited([this](const std::string& line) {
+    connection.Take(line);
     ussd.Take(line);
     arrivals.Take(line, exchange.Heard());
   });
@@ -47,6 +48,10 @@ void GSM::ForgetModem() {
   connection.ResetConnectionState();
   serviceCentre.Forget();
   pin.Forget();
+  arrivals = {};
+  statusBox.Forget();
+  sentMessages = {};
+  reader.ForgetAdded();
 }
 
 std::weak_ptr<PushServices> PushServicesOf(const std::shared_ptr<GSM>& gsm) {

@@ -66,6 +66,7 @@ class GSM {
   ModemInitialisation initialisation;
   ModemConnection connection;
   MessageSteps messageSteps;
+  NewMessageIndications indications;
 
   DeviceInfo device;
   NetworkInfo network;
@@ -82,7 +83,6 @@ class GSM {
   Deliveries deliveries;
   MessageReader reader;
   MessageDeleter deleter;
-  NewMessageIndications indications;
   Arrivals arrivals;
   MessageWaiter waiter;
   IncomingServices incomingServices;

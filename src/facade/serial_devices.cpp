@@ -4,10 +4,13 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <map>
 #include <mutex>
+#include <string>
 #include <system_error>
 #include <thread>
 #include <utility>
+#include <vector>
 
 #include "facade/modem_probe.h"
 #include "platform/platform.h"
@@ -60,10 +63,13 @@ std::vector<SerialDevice> ProbeSerialDevices(std::vector<SerialDevice> devices, 
   constexpr std::chrono::milliseconds kSlice(50);  // how late an interruption may be noticed
   std::atomic<bool> isInterrupted = false;
   Count ended;
+  // Those of one stick one after the other: they share what is tried and put back.
+  std::map<std::string, std::vector<SerialDevice*>> groups;
+  for (SerialDevice& device : devices) groups[device.usbPath.empty() ? device.path : device.usbPath].push_back(&device);
   std::vector<std::thread> threads;
-  for (SerialDevice& device : devices) {
-    const auto ask = [&] {
-      Probe(device, options.patience, isInterrupted);
+  for (const auto& [name, group] : groups) {
+    const auto ask = [&, members = group] {
+      for (SerialDevice* device : members) Probe(*device, options.patience, isInterrupted);
       ended.Add();
     };
     try {
@@ -72,7 +78,7 @@ std::vector<SerialDevice> ProbeSerialDevices(std::vector<SerialDevice> devices, 
       ask();  // there can be no more threads
     }
   }
-  while (!ended.Reaches(devices.size(), kSlice)) {
+  while (!ended.Reaches(groups.size(), kSlice)) {
     if (options.interrupted && options.interrupted()) isInterrupted = true;
   }
   for (std::thread& thread : threads) thread.join();

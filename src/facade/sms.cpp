@@ -21,7 +21,7 @@ SMS::State::State(std::shared_ptr<GSM> gsm, const Options& options)
     : cancellation(gsm->cancellation), gsm_(std::move(gsm)) {
   gsm_->settings.wideReferences = options.wideReferences;
   gsm_->settings.sendsPinOnLastAttempt = options.sendsPinOnLastAttempt;
-  const Recovery& recovery = options.recovery;
+  const Recovery recovery = options.dialogue == Dialogue::kPrompt ? options.recovery : Recovery();
   gsm_->settings.recovery = {recovery.repeats, recovery.restarts, recovery.reopens};
   ReplaceInbox();
   wap = std::make_shared<tavro::Wap>(std::make_unique<tavro::Wap::State>(PushServicesOf(gsm_), gsm_->platform));

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "base/text.h"
 #include "link/answer_sorter.h"
@@ -43,7 +44,7 @@ bool MayRefuseForm(const std::string& refusal) {
   if (colon == std::string::npos) return true;
   int number = 0;
   if (!ParseWhole(std::string_view(capitals).substr(colon + 6), number)) return true;
-  constexpr int kFormErrors[] = {3, 4, 50, 100};
+  constexpr int kFormErrors[] = {3, 4, 24, 25, 26, 27, 50, 100, 304, 305};
   return std::find(std::begin(kFormErrors), std::end(kFormErrors), number) != std::end(kFormErrors);
 }
 
@@ -113,7 +114,10 @@ Answer UssdSession::SendIn(UssdForm form, const std::u16string& code) {
   std::string text = platform_.ToCodePage(code);
   if (form == UssdForm::kPacked) text = PackedCode(code);
   if (form == UssdForm::kUcs2) text = EncodeUserData(code, 16);
+  // Some modems give the result behind the network's answer.
+  const std::int32_t timeout = std::exchange(settings_.timeout, std::max(settings_.timeout, kLeastAnswerTimeout));
   const Answer answer = exchange_.SendCommand("AT+CUSD=1,\"" + text + "\",15\r");
+  settings_.timeout = timeout;
   // Of an answer that was not sorted, the network's may be a part.
   AnswerSorter lines({}, false);
   lines.Append(answer.Text());

@@ -68,7 +68,8 @@ Arrival Arrivals::Next() {
 }
 
 void Arrivals::ForgetPlaces() {
-  std::erase_if(queue_, [](const Arrival& arrival) { return arrival.kind == Arrival::Kind::kPlace; });
+  std::erase_if(queue_,
+                [](const Arrival& arrival) { return arrival.kind == Arrival::Kind::kPlace && !arrival.isReport; });
 }
 
 }  // namespace tavro

@@ -23,6 +23,7 @@ struct Arrival {
   std::int16_t location = -1;  // kPlace
   std::string entry = {};      // kDelivered: what stands behind the prefix, in capitals
   std::uint64_t heard = 0;     // how many lines the modem had said of its own accord
+  int attempts = 0;            // to read it that failed
 };
 
 // Kept from the time that they are told of, whatever dialogue is under way, until they are read.
@@ -36,7 +37,7 @@ class Arrivals {
   Arrival Next();
   // One that could not be read yet comes first again.
   void PutBack(Arrival arrival) { queue_.push_front(std::move(arrival)); }
-  // Places mean nothing behind another connection.
+  // Behind another connection places are listed; a report's may be in a memory that is not.
   void ForgetPlaces();
 
   // Whether something came of which the place is not known: what is unread has to be listed.

@@ -30,6 +30,7 @@ struct DecodedEntry {
   std::string remark;  // for the log: why it is not stored, or what is odd about it; may be empty for a record
   SIMMessage record;   // for kStore
   std::optional<StatusReport> report = {};
+  bool isDamaged = false;  // octets were lost on the line, or it cannot be decoded
 };
 
 // `entry` is what stands behind "+CMGL:", in capitals. Only an SMS-DELIVER that is whole is stored: one that is cut

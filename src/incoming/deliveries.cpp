@@ -76,7 +76,7 @@ const SentPart* Deliveries::FindPart(int reference) const {
 // The part that a report is about: of those with its reference the one that was sent last before it was heard.
 const SentPart* Deliveries::PartOf(const Status& status) const {
   return FindNewest([&](const SentMessage& message, const SentPart& part) {
-    return part.reference == status.report.reference && part.heardBefore < status.heard &&
+    return message.asksForReports && part.reference == status.report.reference && part.heardBefore < status.heard &&
            IsSameRecipient(message.recipient, status.report.recipient);
   });
 }
@@ -102,21 +102,26 @@ const Status* Deliveries::ReportOn(int reference, const SentPart* part) {
 }
 
 void Deliveries::DeleteHandedOver() {
-  if (exchange_.IsPortOpen()) connection_.Recover();
   std::map<std::string, std::vector<std::int16_t>> locations;
   for (const Status& status : box_.Items()) {
     const bool isThere = status.memIndex >= 0 && status.connection == connection_.Count();
     if (status.isHandedOver && isThere) locations[status.memory].push_back(status.memIndex);
   }
-  if (locations.empty() || !exchange_.IsPortOpen()) return;
   for (const auto& [memory, places] : locations) DeleteFrom(memory, places);
-  errors_.ClearError();
+  if (!locations.empty()) errors_.ClearError();
 }
 
+// A connection that comes up anew on the way reads from another memory: the locations are other messages' then.
 void Deliveries::DeleteFrom(const std::string& memory, const std::vector<std::int16_t>& locations) {
+  const int connection = connection_.Count();
+  const auto isSame = [&] {
+    if (exchange_.IsPortOpen()) connection_.Recover();
+    return exchange_.IsPortOpen() && connection == connection_.Count();
+  };
+  if (!isSame()) return;
   memory_.Visit(memory, [&] {
     for (const std::int16_t location : locations) {
-      if (!exchange_.IsPortOpen()) return;
+      if (!isSame()) return;
       log_.WriteLog("Deleting status report at memory location " + std::to_string(location));
       box_.Remove(memory, location);  // also when there is no answer: another report may come to the place
       exchange_.CheckCommandResponse("AT+CMGD=" + std::to_string(location) + "\r");

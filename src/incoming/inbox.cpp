@@ -49,6 +49,11 @@ bool Inbox::Wait(std::int32_t milliseconds) {
   return call->waiter.AwaitMessage(*state_->box, milliseconds) || call.Fail(call->waiter.Error());
 }
 
+std::vector<std::shared_ptr<tavro::Message>> Inbox::NewMessages() {
+  const IncomingCall call(state_->services);
+  return state_->box->NewMessages();
+}
+
 void Inbox::Cancel() { state_->cancellation->Cancel(); }
 
 bool Inbox::HasMessages() { return Count() > 0; }

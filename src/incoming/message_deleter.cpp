@@ -23,8 +23,9 @@ std::string Join(const std::vector<std::int16_t>& locations) {
 
 }  // namespace
 
-MessageDeleter::MessageDeleter(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps)
-    : DialoguePart(dialogue), connection_(connection), steps_(steps) {}
+MessageDeleter::MessageDeleter(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps,
+                               MessageMemory& memory)
+    : DialoguePart(dialogue), connection_(connection), steps_(steps), memory_(memory) {}
 
 bool MessageDeleter::DeleteStoredMessage(SIMBox& box, std::int16_t inboxIndex,
                                          const std::vector<std::int16_t>& locations) {
@@ -38,13 +39,34 @@ PendingError MessageDeleter::Delete(SIMBox& box, const std::vector<std::int16_t>
   for (const std::int16_t location : all) {
     if (location >= 0) locations.push_back(location);
   }
-  // What was delivered directly is nowhere else; it goes last, when nothing can fail any more.
-  PendingError error = locations.empty() ? PendingError() : DeleteFromModem(box, locations);
-  if (error) return error;
+  if (!locations.empty()) {
+    if (PendingError error = DeleteFromModem(box, locations)) return error;
+  }
+  // What was delivered directly is nowhere else; it goes last, when little can fail any more.
   for (const std::int16_t location : all) {
-    if (location < 0) box.RemoveRecord(location);
+    const SIMMessage* const record = location < 0 ? box.Record(location) : nullptr;
+    if (record == nullptr) continue;
+    if (!record->otherMemory.empty()) {
+      if (PendingError error = DeleteFromOtherMemory(*record)) return error;
+    }
+    box.RemoveRecord(location);
   }
   return {};
+}
+
+// Its location there may be another message's by now.
+PendingError MessageDeleter::DeleteFromOtherMemory(const SIMMessage& record) {
+  if (PendingError error = steps_.Connect(kDeleteSteps)) return error;
+  PendingError error = kMessageMemoryNotSupported;
+  memory_.Visit(record.otherMemory, [&] {
+    const int connection = connection_.Count();
+    const Place place = LookAt(record.otherIndex, *record.content);
+    const std::string command = "AT+CMGD=" + std::to_string(record.otherIndex) + "\r";
+    const bool isDone = place == Place::kOther || (place == Place::kSame && connection == connection_.Count() &&
+                                                   exchange_.CheckCommandResponse(command).IsGood());
+    error = isDone ? PendingError() : kDeleteInvalidResponse;
+  });
+  return error;
 }
 
 PendingError MessageDeleter::DeleteFromModem(SIMBox& box, const std::vector<std::int16_t>& locations) {
@@ -68,7 +90,7 @@ PendingError MessageDeleter::DeleteFromModem(SIMBox& box, const std::vector<std:
 PendingError MessageDeleter::DeleteRecord(SIMBox& box, std::int16_t location) {
   const SIMMessage* const record = box.Record(location);
   if (record == nullptr || !record->isDoubtful) return DeleteLocation(box, location);
-  switch (LookAt(*record)) {
+  switch (LookAt(location, *record->content)) {
     case Place::kSame:
       return DeleteLocation(box, location);
     case Place::kOther:
@@ -79,9 +101,9 @@ PendingError MessageDeleter::DeleteRecord(SIMBox& box, std::int16_t location) {
   return kDeleteInvalidResponse;
 }
 
-MessageDeleter::Place MessageDeleter::LookAt(const SIMMessage& record) {
+MessageDeleter::Place MessageDeleter::LookAt(std::int16_t location, const MessageContent& content) {
   constexpr std::string_view kPrefix = "+CMGR:";
-  const std::string place = std::to_string(record.memoryIndex);
+  const std::string place = std::to_string(location);
   const Answer answer = exchange_.CheckCommandResponse("AT+CMGR=" + place + "\r");
   const std::string_view text = answer.Text();
   errors_.ClearError();  // the deletion's own error is raised
@@ -94,7 +116,7 @@ MessageDeleter::Place MessageDeleter::LookAt(const SIMMessage& record) {
   const std::string_view pdu = entry == std::string::npos
                                    ? std::string_view()
                                    : ReadListingEntry(text.substr(entry + kPrefix.size()), false).pdu;
-  if (!pdu.empty() && ReadOctets(pdu) == record.content->details->pdu) return Place::kSame;
+  if (!pdu.empty() && ReadOctets(pdu) == content.details->pdu) return Place::kSame;
   log_.WriteLog("The message at memory location " + place + " is deleted already");
   return Place::kOther;
 }

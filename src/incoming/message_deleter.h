@@ -5,6 +5,7 @@
 #include <string>
 #include <vector>
 
+#include "connection/message_memory.h"
 #include "connection/message_steps.h"
 #include "connection/modem_connection.h"
 #include "incoming/sim_box.h"
@@ -14,7 +15,8 @@ namespace tavro {
 
 class MessageDeleter : DialoguePart {
  public:
-  MessageDeleter(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps);
+  MessageDeleter(const DialogueContext& dialogue, ModemConnection& connection, MessageSteps& steps,
+                 MessageMemory& memory);
 
   // Deletes the memory locations of an inbox message one after the other and takes each out of the store. False on the
   // first failure, with the reason in Error: 6002 to 6005, 6007, 6011, 2002 or that of the registration. The store's
@@ -31,10 +33,12 @@ class MessageDeleter : DialoguePart {
   PendingError DeleteLocation(SIMBox& box, std::int16_t location);
   // What the modem has at a location now.
   enum class Place { kSame, kOther, kUnknown };
-  Place LookAt(const SIMMessage& record);
+  Place LookAt(std::int16_t location, const MessageContent& content);
+  PendingError DeleteFromOtherMemory(const SIMMessage& record);
 
   ModemConnection& connection_;
   MessageSteps& steps_;
+  MessageMemory& memory_;
   PendingError error_;
 };
 

@@ -50,15 +50,23 @@ MessageReader::MessageReader(const DialogueContext& dialogue, ModemConnection& c
 
 bool MessageReader::ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver) {
   leftBehind_ = 0;
-  ForgetAdded();  // the application sees all of them now
   log_.WriteLog("Reading incoming messages [Option-" + std::to_string(messageType) + "]");
+  std::optional<SIMBox> before;
+  if (manner_.keepsInboxOnFailure) before = box;
   box.Clear();
   if (manner_.joinsWithCare) box.JoinWithCare(platform_.WallClock() / 1000);
   error_ = Read(box, messageType, deleteNonDeliver);
-  if (error_) return false;
+  if (error_) {
+    if (before) box = std::move(*before);
+    readAgain_.all = true;  // what was listed to nobody may count as read by now
+    return false;
+  }
+  before.reset();  // the old messages make room for the new ones
+  ForgetAdded();   // the application sees all of them now
   if (leftBehind_ > 0) {
     log_.WriteLog("The inbox is full: " + std::to_string(leftBehind_) + " messages stay in the modem");
   }
+  state_.isListed = true;
   log_.WriteLog("Processing incoming messages [" + std::to_string(box.RecordCount()) + " Msgs]");
   box.BuildInbox(settings_.concatenate);
   return true;
@@ -120,7 +128,7 @@ void MessageReader::StoreEntries(SIMBox& box, std::string block, const DateNames
     const std::string_view entry = Trim(text.substr(start, end - start));
     start = end;
     if (entry.empty()) continue;
-    if (box.IsFull()) {
+    if (box.IsFull() && handling != Handling::kReports) {
       ++leftBehind_;
     } else {
       StoreEntry(box, entry, names, handling);
@@ -132,19 +140,27 @@ void MessageReader::StoreEntry(SIMBox& box, std::string_view entry, const DateNa
   DecodedEntry decoded = DecodeStoredMessage(entry, names, manner_);
   switch (decoded.action) {
     case DecodedEntry::Action::kStore:
+      if (handling == Handling::kReports) return;
+      statusBox_.Remove(box.Memory(), decoded.location);
       if (handling == Handling::kAdd) return AddNew(box, std::move(decoded));
       LogRemark(decoded);
       box.AddRecord(std::move(decoded.record));
       return;
     case DecodedEntry::Action::kReport:
-      return AddReport(std::move(decoded), box.Memory(), exchange_.Hear());
+      return AddReport(std::move(decoded), box.Memory(), HeardByListing());
     case DecodedEntry::Action::kDelete:
+      statusBox_.Remove(box.Memory(), decoded.location);
       if (handling == Handling::kReadAndDelete) return DeleteWhileReading(box, decoded.location, decoded.remark);
       break;
     case DecodedEntry::Action::kSkip:
       break;
   }
   log_.WriteLog("Skipping message" + AtLocation(decoded.location) + ": " + decoded.remark);
+}
+
+// What stood in the memory already when the modem was asked to tell of it came before that.
+std::uint64_t MessageReader::HeardByListing() {
+  return state_.isListed || state_.heardBefore == 0 ? exchange_.Hear() : state_.heardBefore;
 }
 
 void MessageReader::LogRemark(const DecodedEntry& decoded) {
@@ -161,28 +177,63 @@ void MessageReader::DeleteWhileReading(SIMBox& box, std::int16_t location, const
   errors_.ClearError();
 }
 
-void MessageReader::Begin(SIMBox& box) {
+bool MessageReader::Begin(SIMBox& box) {
   leftBehind_ = 0;
   if (manner_.joinsWithCare) box.JoinWithCare(platform_.WallClock() / 1000);
-  if (box.Memory() != steps_.Memory()) box.Clear();
+  const bool isOther = box.Memory() != steps_.Memory();
+  if (isOther && (box.Memory().empty() || steps_.Memory().empty())) {
+    box.MarkAllDoubtful();  // it may be the same one, by its name now
+  } else if (isOther) {
+    box.Clear();
+    box.BuildInbox(settings_.concatenate);
+  }
   if (box.RecordCount() == 0) box.SetConnection(connection_.Count());
   box.SetMemory(steps_.Memory());
   box.NoteConnection(connection_.Count());
+  return isOther;
 }
 
-PendingError MessageReader::AddUnread(SIMBox& box, bool alsoRead) {
-  constexpr std::int16_t kUnread = 0, kBoth = 2;
-  const DateNames names = LocalDateNames(platform_);
-  for (const char stat : ListingsOf(alsoRead ? kBoth : kUnread)) {
-    ListingAnswer answer;
-    if (PendingError error = List(stat, answer)) return error;
-    for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, Handling::kAdd);
+PendingError MessageReader::AddUnread(SIMBox& box) {
+  const ReadAgain again = std::exchange(readAgain_, {});
+  PendingError error = AddUnread(box, again);
+  if (error) readAgain_.all = true;
+  return error;
+}
+
+PendingError MessageReader::AddUnread(SIMBox& box, const ReadAgain& again) {
+  if (again.all || !again.locations.empty() || HasReportsOfBefore()) {
+    wanted_ = again.all ? std::nullopt : std::optional(again.locations);
+    PendingError error =
+        ListAndStore(box, '1', again.all || !again.locations.empty() ? Handling::kAdd : Handling::kReports);
+    wanted_.reset();
+    if (error) return error;
   }
+  if (PendingError error = ListAndStore(box, '0', Handling::kAdd)) return error;
+  state_.isListed = true;
+  if (leftBehind_ == 0) return {};
+  log_.WriteLog("The inbox is full: " + std::to_string(std::exchange(leftBehind_, 0)) + " messages stay in the modem");
+  return kReadMessageError;
+}
+
+PendingError MessageReader::ListAndStore(SIMBox& box, char stat, Handling handling) {
+  ListingAnswer answer;
+  if (PendingError error = List(stat, answer)) return error;
+  const DateNames names = LocalDateNames(platform_);
+  for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, handling);
   return {};
+}
+
+// Those that an earlier connection read count as read by now, and are to be deleted once they are handed over.
+bool MessageReader::HasReportsOfBefore() const {
+  const auto& items = statusBox_.Items();
+  return std::any_of(items.begin(), items.end(), [this](const Status& status) {
+    return status.memIndex >= 0 && status.connection != connection_.Count();
+  });
 }
 
 // A message that is there already was told of or listed before; another one at its location is in its place.
 void MessageReader::AddNew(SIMBox& box, DecodedEntry decoded) {
+  if (wanted_ && std::find(wanted_->begin(), wanted_->end(), decoded.location) == wanted_->end()) return;
   const SIMMessage* const known = box.Record(decoded.location);
   const bool isAddedNow = std::find(added_.begin(), added_.end(), decoded.location) != added_.end();
   if (known != nullptr && IsSameMessage(*known->content, *decoded.record.content)) return;
@@ -204,7 +255,11 @@ void MessageReader::AddReport(DecodedEntry decoded, const std::string& memory, s
 
 PendingError MessageReader::AddPlace(SIMBox& box, std::int16_t location, std::uint64_t heard) {
   std::optional<DecodedEntry> decoded;
-  if (PendingError error = ReadPlace(location, decoded)) return error;
+  if (PendingError error = ReadPlace(location, decoded)) {
+    readAgain_.locations.push_back(location);
+    return error;
+  }
+  if (!decoded || decoded->action != DecodedEntry::Action::kReport) statusBox_.Remove(box.Memory(), location);
   if (!decoded) return {};
   if (decoded->action == DecodedEntry::Action::kReport) {
     AddReport(std::move(*decoded), box.Memory(), heard);
@@ -212,19 +267,31 @@ PendingError MessageReader::AddPlace(SIMBox& box, std::int16_t location, std::ui
     log_.WriteLog("Skipping message" + AtLocation(location) + ": " + decoded->remark);
   } else if (box.IsFull() && box.Record(location) == nullptr) {
     log_.WriteLog("The inbox is full: the message" + AtLocation(location) + " stays in the modem");
+    readAgain_.locations.push_back(location);
+    return kReadMessageError;
   } else {
     AddNew(box, std::move(*decoded));
   }
   return {};
 }
 
-PendingError MessageReader::ReadReport(const std::string& memory, std::int16_t location, std::uint64_t heard) {
+PendingError MessageReader::AddOtherPlace(SIMBox& box, const std::string& memory, std::int16_t location,
+                                          std::uint64_t heard) {
   const int connection = connection_.Count();
   std::optional<DecodedEntry> decoded;
   if (PendingError error = ReadPlace(location, decoded)) return error;
   // Behind another connection it came from another memory.
-  const bool isReport = decoded && decoded->action == DecodedEntry::Action::kReport;
-  if (isReport && connection == connection_.Count()) AddReport(std::move(*decoded), memory, heard);
+  if (connection != connection_.Count()) return kReadInvalidResponse;
+  if (!decoded) return {};
+  if (decoded->action == DecodedEntry::Action::kReport) {
+    AddReport(std::move(*decoded), memory, heard);
+  } else if (decoded->action == DecodedEntry::Action::kStore) {
+    if (box.IsFull()) return kReadMessageError;
+    LogRemark(*decoded);
+    decoded->record.otherMemory = memory;
+    decoded->record.otherIndex = location;
+    if (const auto place = box.AddDelivered(std::move(decoded->record))) added_.push_back(*place);
+  }
   return {};
 }
 
@@ -238,24 +305,38 @@ PendingError MessageReader::ReadPlace(std::int16_t location, std::optional<Decod
     return {};
   }
   constexpr std::string_view kPrefix = "+CMGR:";
-  const std::size_t entry = text.find(kPrefix);
-  if (!answer.IsGood() || entry == std::string_view::npos)
-    return answer.IsGood() ? PendingError() : kReadInvalidResponse;
-  decoded = DecodePlace(Trim(text.substr(entry + kPrefix.size())), location, LocalDateNames(platform_));
+  const std::size_t start = text.find(kPrefix);
+  if (!answer.IsGood()) return kReadInvalidResponse;
+  const std::string_view entry =
+      start == std::string_view::npos ? std::string_view() : Trim(text.substr(start + kPrefix.size()));
+  const ListingEntry listed = ReadListingEntry(entry, false);
+  if (listed.pdu.empty() && (listed.length.empty() || listed.length == "0")) {
+    log_.WriteLog("There is no message" + AtLocation(location));
+    return {};
+  }
+  if (listed.pdu.empty()) return kReadInvalidResponse;
+  decoded = DecodePlace(entry, location, LocalDateNames(platform_));
   return {};
 }
 
-bool MessageReader::AddDelivered(SIMBox& box, std::string_view entry, std::uint64_t heard) {
+MessageReader::Delivered MessageReader::AddDelivered(SIMBox& box, std::string_view entry, std::uint64_t heard,
+                                                     bool comesAgain) {
   DecodedEntry decoded = DecodeDelivered(entry, LocalDateNames(platform_));
+  if (decoded.isDamaged && comesAgain) {
+    log_.WriteLog("What was delivered is damaged, and has to come again: " + decoded.remark);
+    return Delivered::kDamaged;
+  }
+  const bool isDamaged = decoded.isDamaged;
   if (decoded.action == DecodedEntry::Action::kReport) {
     AddReport(std::move(decoded), {}, heard);
-    return true;
+  } else if (decoded.action != DecodedEntry::Action::kStore) {
+    log_.WriteLog("Skipping message: " + decoded.remark);
+  } else {
+    if (box.IsFull()) return Delivered::kNoRoom;
+    LogRemark(decoded);
+    if (const auto place = box.AddDelivered(std::move(decoded.record))) added_.push_back(*place);
   }
-  if (box.IsFull()) return false;
-  LogRemark(decoded);
-  const auto location = box.AddDelivered(std::move(decoded.record));
-  if (location) added_.push_back(*location);
-  return true;
+  return isDamaged ? Delivered::kDamaged : Delivered::kAdded;
 }
 
 }  // namespace tavro

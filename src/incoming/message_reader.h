@@ -34,26 +34,36 @@ class MessageReader : DialoguePart {
   // What follows adds to the store what it does not have yet, and returns the error that ended it, or none; the caller
   // has prepared the connection, and builds the inbox anew. Status reports go into their box.
 
-  // Makes the store one of the memory that the modem reads from.
-  void Begin(SIMBox& box);
-  // What is unread, and what is read if asked for.
-  PendingError AddUnread(SIMBox& box, bool alsoRead);
+  // Makes the store one of the memory that the modem reads from. Whether that is another one than before.
+  bool Begin(SIMBox& box);
+  // What is unread, and what a reading that failed may have marked as read. 5008 when there is no room for all.
+  PendingError AddUnread(SIMBox& box);
   // What stands at a location; nothing may be there any more.
   PendingError AddPlace(SIMBox& box, std::int16_t location, std::uint64_t heard);
-  // The message or report of "+CMT:" or "+CDS:". False when there is no room for it.
-  bool AddDelivered(SIMBox& box, std::string_view entry, std::uint64_t heard);
+  // The same in another memory, which the modem reads from now.
+  PendingError AddOtherPlace(SIMBox& box, const std::string& memory, std::int16_t location, std::uint64_t heard);
+  // The message or report of "+CMT:" or "+CDS:". One that is damaged is left out where it comes again.
+  enum class Delivered { kAdded, kDamaged, kNoRoom };
+  Delivered AddDelivered(SIMBox& box, std::string_view entry, std::uint64_t heard, bool comesAgain);
   // The locations that were added since they were forgotten.
   const std::vector<std::int16_t>& Added() const { return added_; }
   void ForgetAdded() { added_.clear(); }
 
-  // The status report at a location of any memory that the modem reads from now.
-  PendingError ReadReport(const std::string& memory, std::int16_t location, std::uint64_t heard);
-
  private:
+  // What may count as read by now and was not seen: at these locations, or anywhere.
+  struct ReadAgain {
+    bool all = false;
+    std::vector<std::int16_t> locations = {};
+  };
+
   PendingError Read(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver);
   PendingError List(char stat, ListingAnswer& answer);
   // What is done with an entry of a listing.
-  enum class Handling { kRead, kReadAndDelete, kAdd };
+  enum class Handling { kRead, kReadAndDelete, kAdd, kReports };
+  PendingError AddUnread(SIMBox& box, const ReadAgain& again);
+  PendingError ListAndStore(SIMBox& box, char stat, Handling handling);
+  bool HasReportsOfBefore() const;
+  std::uint64_t HeardByListing();
   void StoreEntries(SIMBox& box, std::string block, const DateNames& names, Handling handling);
   void StoreEntry(SIMBox& box, std::string_view entry, const DateNames& names, Handling handling);
   void LogRemark(const DecodedEntry& decoded);
@@ -68,6 +78,8 @@ class MessageReader : DialoguePart {
   PendingError error_;
   std::size_t leftBehind_ = 0;  // messages that the store had no room for
   std::vector<std::int16_t> added_;
+  ReadAgain readAgain_;
+  std::optional<std::vector<std::int16_t>> wanted_;  // the locations that are listed again; all without
 };
 
 }  // namespace tavro

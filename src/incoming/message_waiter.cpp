@@ -13,7 +13,6 @@ constexpr MessageStepTexts kWaitSteps{kReadCannotConnect, kReadPduModeUnchecked,
 
 // How often the modem is asked for what is unread, in milliseconds: one that tells of nothing, and one that does.
 constexpr std::uint32_t kPollInterval = 5000, kSafetyInterval = 60000;
-constexpr std::uint32_t kPauseSlice = 100;
 constexpr std::size_t kMaxUnacknowledged = 100;
 
 }  // namespace
@@ -39,7 +38,10 @@ bool MessageWaiter::AwaitMessage(SIMBox& box, std::int32_t milliseconds) {
     });
   };
   const bool hasCome = Await(box, milliseconds, isShown);
-  if (hasCome) reader_.ForgetAdded();
+  if (hasCome) {
+    box.NoteNew(reader_.Added());
+    reader_.ForgetAdded();
+  }
   return hasCome;
 }
 
@@ -55,14 +57,17 @@ bool MessageWaiter::Await(SIMBox& box, std::int32_t milliseconds, const std::fun
     const std::size_t addedBefore = reader_.Added().size();
     error_ = Look(box);
     if (reader_.Added().size() > addedBefore) box.BuildInbox(settings_.concatenate);
-    if (isDone()) return true;
+    if (isDone()) {
+      errors_.ClearError();
+      return true;
+    }
     if (error_) return false;
     if (cancellation_->Take()) {
       log_.WriteLog("Waiting was cancelled");
       return false;
     }
-    if (HasMore()) continue;
     const std::uint32_t elapsed = platform_.TickCount() - start;
+    if (HasMore() && (elapsed < limit || limit == 0)) continue;
     if (elapsed >= limit) return false;
     const std::uint32_t sinceLook = platform_.TickCount() - lookedTick_;
     Pause(std::min(limit - elapsed, LookInterval() - std::min(sinceLook, LookInterval())));
@@ -76,22 +81,14 @@ bool MessageWaiter::Await(SIMBox& box, std::int32_t milliseconds, const std::fun
 PendingError MessageWaiter::Prepare(SIMBox& box) {
   if (PendingError error = steps_.Connect(kWaitSteps)) return error;
   if (PendingError error = steps_.PrepareReading(kWaitSteps)) return error;
-  reader_.Begin(box);
+  if (reader_.Begin(box)) lookedConnection_ = -1;  // another memory has something unread too
   return {};
 }
 
 // Ends when something comes, the wait is cancelled or the device is lost.
 void MessageWaiter::Pause(std::uint32_t milliseconds) {
-  if (indications_.AreOn()) {
-    exchange_.AwaitUnsolicited(milliseconds, [this] { return cancellation_->IsCancelled(); });
-    return;
-  }
-  const std::uint32_t start = platform_.TickCount();
-  for (std::uint32_t elapsed = 0; elapsed < milliseconds; elapsed = platform_.TickCount() - start) {
-    if (cancellation_->IsCancelled() || platform_.IsInterrupted()) return;
-    platform_.PumpMessages();
-    platform_.Sleep(std::min(kPauseSlice, milliseconds - elapsed));
-  }
+  exchange_.AwaitUnsolicited(milliseconds, [this] { return cancellation_->IsCancelled(); });
+  connection_.NoticeLoss();
 }
 
 std::uint32_t MessageWaiter::LookInterval() const { return indications_.AreOn() ? kSafetyInterval : kPollInterval; }
@@ -111,7 +108,7 @@ PendingError MessageWaiter::Look(SIMBox& box) {
     if (!error && arrivals_.IsEmpty()) NoteUsage();
     return error;
   }
-  if (isNewConnection && manner_.answersEndAtResult) indications_.SwitchOn();
+  indications_.SwitchOn();
   if (isNewConnection || arrivals_.IsPlaceUnknown()) return ListUnread(box);
   if (platform_.TickCount() - lookedTick_ < LookInterval()) return {};
   if (!indications_.AreOn() || indications_.Verify()) return ListUnread(box);
@@ -124,8 +121,7 @@ PendingError MessageWaiter::Look(SIMBox& box) {
 PendingError MessageWaiter::ListUnread(SIMBox& box) {
   arrivals_.SetPlaceUnknown(false);  // what is told of from now on may come behind the listing
   const int connection = connection_.Count();
-  PendingError error = reader_.AddUnread(box, readsAgain_);
-  readsAgain_ = static_cast<bool>(error);
+  PendingError error = reader_.AddUnread(box);
   if (error) {
     arrivals_.SetPlaceUnknown(true);
   } else {
@@ -143,55 +139,82 @@ void MessageWaiter::NoteUsage() {
 }
 
 PendingError MessageWaiter::ReadArrival(SIMBox& box, const Arrival& arrival) {
-  if (arrival.kind == Arrival::Kind::kPlace) {
-    PendingError error = ReadPlace(box, arrival);
-    if (error) {
-      arrivals_.SetPlaceUnknown(true);  // it is listed the next time
-      readsAgain_ = true;
-    }
-    return error;
-  }
+  if (arrival.kind == Arrival::Kind::kPlace) return ReadPlace(box, arrival);
+  const bool comesAgain = indications_.Acknowledges();
   const auto known = std::find(unacknowledged_.begin(), unacknowledged_.end(), arrival.entry);
   if (known != unacknowledged_.end()) {
     log_.WriteLog("The message was delivered before");
     unacknowledged_.erase(known);
-  } else if (!reader_.AddDelivered(box, arrival.entry, arrival.heard)) {
-    log_.WriteLog("The inbox is full: a message has to wait");
-    arrivals_.PutBack(arrival);
-    return kReadMessageError;
+    Acknowledge(arrival);
+    return {};
   }
-  Acknowledge(arrival);
+  switch (reader_.AddDelivered(box, arrival.entry, arrival.heard, comesAgain)) {
+    case MessageReader::Delivered::kAdded:
+      Acknowledge(arrival);
+      break;
+    case MessageReader::Delivered::kDamaged:
+      break;
+    case MessageReader::Delivered::kNoRoom:
+      log_.WriteLog("The inbox is full: a message has to wait");
+      arrivals_.PutBack(arrival);
+      return kReadMessageError;
+  }
   return {};
 }
 
+// One that fails is listed the next time.
 PendingError MessageWaiter::ReadPlace(SIMBox& box, const Arrival& arrival) {
   const std::string& memory = steps_.Memory();
-  if (memory.empty() || arrival.memory.empty() || arrival.memory == memory) {
-    return reader_.AddPlace(box, arrival.location, arrival.heard);
-  }
-  if (memory == "MT") {  // which numbers the places of both anew
-    arrivals_.SetPlaceUnknown(true);
-    return {};
-  }
-  if (!arrival.isReport) {
-    log_.WriteLog("A message came into the memory '" + arrival.memory + "', which is not read");
-    return {};
-  }
-  // Reports may have a memory of their own.
+  const bool isOther = !memory.empty() && !arrival.memory.empty() && arrival.memory != memory;
+  if (isOther && memory != "MT") return ReadOtherPlace(box, arrival);
   PendingError error;
-  memory_.Visit(arrival.memory, [&] { error = reader_.ReadReport(arrival.memory, arrival.location, arrival.heard); });
+  if (isOther) {  // which numbers the places of both anew
+    arrivals_.SetPlaceUnknown(true);
+  } else {
+    error = reader_.AddPlace(box, arrival.location, arrival.heard);
+  }
+  if (error) arrivals_.SetPlaceUnknown(true);
   return error;
 }
 
-// Tells the network that the message arrived (AT+CNMA, 27.005, 3.4.4). A modem that waits for no acknowledgement
-// refuses.
+// Reports may have a memory of their own, and a message comes into another one when that is full, or by its class.
+PendingError MessageWaiter::ReadOtherPlace(SIMBox& box, const Arrival& arrival) {
+  constexpr int kAttempts = 3;
+  PendingError error = kReadInvalidResponse;
+  const bool isRead = memory_.Visit(
+      arrival.memory, [&] { error = reader_.AddOtherPlace(box, arrival.memory, arrival.location, arrival.heard); });
+  if (!error) return {};
+  Arrival again = arrival;
+  if (++again.attempts < kAttempts) {
+    arrivals_.PutBack(std::move(again));
+    return error;
+  }
+  log_.WriteLog("What came into the memory '" + arrival.memory + "' cannot be read");
+  if (arrival.isReport && !isRead && exchange_.IsPortOpen()) indications_.AvoidStoredReports();
+  return {};
+}
+
+// Tells the network that the message arrived. Where it was not heard, the message comes again.
 void MessageWaiter::Acknowledge(const Arrival& arrival) {
-  constexpr std::string_view kNoneExpected = "340";
-  const Answer answer = exchange_.CheckCommandResponse("AT+CNMA\r");
+  const int connection = connection_.Count();
+  const bool isHeard = IsAcknowledged() && connection == connection_.Count();
   errors_.ClearError();
-  if (answer.IsGood() || Contains(answer.Text(), kNoneExpected)) return;
+  if (isHeard) return;
   unacknowledged_.push_back(arrival.entry);
   if (unacknowledged_.size() > kMaxUnacknowledged) unacknowledged_.pop_front();
+}
+
+// AT+CNMA (27.005, 3.4.4), which some modems want with a value. One that waits for no acknowledgement refuses it (error
+// 340): there was none to give, or it came too late.
+bool MessageWaiter::IsAcknowledged() {
+  constexpr std::string_view kNoneExpected = "340";
+  for (const char* const command : {"AT+CNMA\r", "AT+CNMA=0\r"}) {
+    const Answer answer = exchange_.CheckCommandResponse(command);
+    if (answer.IsGood()) return true;
+    if (Contains(answer.Text(), kNoneExpected)) return !indications_.Acknowledges();
+    if (!answer.HoldsError()) break;
+  }
+  return false;
 }
 
 }  // namespace tavro

@@ -42,7 +42,9 @@ class MessageWaiter : DialoguePart {
   PendingError Look(SIMBox& box);
   PendingError ReadArrival(SIMBox& box, const Arrival& arrival);
   PendingError ReadPlace(SIMBox& box, const Arrival& arrival);
+  PendingError ReadOtherPlace(SIMBox& box, const Arrival& arrival);
   void Acknowledge(const Arrival& arrival);
+  bool IsAcknowledged();
   PendingError ListUnread(SIMBox& box);
   void NoteUsage();
   bool HasMore() const;
@@ -57,10 +59,8 @@ class MessageWaiter : DialoguePart {
   MessageReader& reader_;
   const std::shared_ptr<Cancellation> cancellation_;
   PendingError error_;
-  std::uint32_t lookedTick_ = 0;  // when the modem was asked last
-  int lookedConnection_ = -1;     // and under which connection
-  // A reading failed: what it was about may count as read by now, and would not be listed as unread again.
-  bool readsAgain_ = false;
+  std::uint32_t lookedTick_ = 0;            // when the modem was asked last
+  int lookedConnection_ = -1;               // and under which connection
   std::deque<std::string> unacknowledged_;  // entries that the network may deliver again
 };
 

@@ -77,14 +77,13 @@ DeliveryState StateOf(int status) {
 
 std::u16string StatusWords(int status) {
   std::u16string text(KnownWords(status));
+  const bool isReserved = text.empty() && !IsOfServiceCentre(status);
   if (text.empty()) {
     text = (IsOfServiceCentre(status) ? u"Specific to the service centre (" : u"Service rejected (reserved status ") +
            InHex(status) + u")";
-  } else if (GroupOf(status) == kTrying) {
-    text += u", still trying";
-  } else if (GroupOf(status) == kGivenUp) {
-    text += u", no more attempts";
   }
+  if (GroupOf(status) == kTrying && !isReserved) text += u", still trying";
+  if (GroupOf(status) == kGivenUp || isReserved) text += u", no more attempts";
   return text;
 }
 

@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <unordered_map>
@@ -119,7 +120,8 @@ std::int32_t* SIMBox::PositionOf(std::int16_t memoryIndex) {
 std::optional<std::int16_t> SIMBox::AddDelivered(SIMMessage record) {
   constexpr std::size_t kMaxDelivered = 32768;  // the locations below 0
   const bool isKnown = std::any_of(records_.begin(), records_.end(), [&](const SIMMessage& other) {
-    return other.content && other.memoryIndex < 0 && IsSamePdu(*other.content, *record.content);
+    return other.content && other.memoryIndex < 0 && !record.content->details->pdu.empty() &&
+           IsSamePdu(*other.content, *record.content);
   });
   if (IsFull() || isKnown) return {};
   auto place = delivered_.end();
@@ -165,6 +167,10 @@ const SIMMessage* SIMBox::Record(std::int16_t memoryIndex) const {
 void SIMBox::NoteConnection(int connection) {
   if (connection == connection_) return;
   connection_ = connection;
+  MarkAllDoubtful();
+}
+
+void SIMBox::MarkAllDoubtful() {
   for (const SIMMessage& record : records_) {
     if (record.content) MarkDoubtful(record.memoryIndex);
   }
@@ -261,6 +267,16 @@ void SIMBox::BuildWithCare(Messages& messages) {
       AddGroup(messages, *groupAt[i]);
     }
   }
+}
+
+void SIMBox::NoteNew(const std::vector<std::int16_t>& locations) {
+  std::set<std::int16_t> indexes;
+  for (const std::int16_t location : locations) {
+    const SIMMessage* const record = Record(location);
+    if (record != nullptr && record->inboxIndex > 0) indexes.insert(record->inboxIndex);
+  }
+  newMessages_.clear();
+  for (const std::int16_t index : indexes) newMessages_.push_back((*messages_)[static_cast<std::size_t>(index - 1)]);
 }
 
 // Closes the gaps of removed records and takes every record out of its message.

@@ -40,12 +40,13 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   // the places may have been filled anew: every record is doubtful then.
   void SetConnection(int connection) { connection_ = connection; }
   void NoteConnection(int connection);
+  void MarkAllDoubtful();
   bool IsFull() const { return recordCount_ >= kMaxRecords; }
   // A record whose location is there already replaces the earlier one in its place. False when the store is full or the
   // location below 0.
   bool AddRecord(SIMMessage record);
-  // A message that the modem delivered directly and has nowhere: it gets a location below 0, which is returned. Nothing
-  // when the store is full or has the same message from an earlier delivery.
+  // A message that the modem delivered directly and has nowhere, or has in another memory: it gets a location below 0,
+  // which is returned. Nothing when the store is full or has the same message from an earlier delivery.
   std::optional<std::int16_t> AddDelivered(SIMMessage record);
   void RemoveRecord(std::int16_t memoryIndex);
   std::size_t RecordCount() const { return recordCount_; }
@@ -72,6 +73,9 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   void JoinWithCare(std::int64_t now) { now_ = now; }
   bool JoinsWithCare() const { return now_.has_value(); }
   std::int16_t Count() const { return static_cast<std::int16_t>(messages_->size()); }
+  // Those that the records at these locations belong to are the new ones from now on, until it is said again.
+  void NoteNew(const std::vector<std::int16_t>& locations);
+  const Messages& NewMessages() const { return newMessages_; }
   // The list as it is now; a rebuild makes another.
   const std::shared_ptr<const Messages>& InboxMessages() const { return messages_; }
 
@@ -101,6 +105,7 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   std::size_t recordCount_ = 0;
   std::optional<std::int64_t> now_;  // of the last read; nothing when parts are not joined with care
   std::shared_ptr<const Messages> messages_;
+  Messages newMessages_;
 };
 
 }  // namespace tavro

@@ -43,6 +43,9 @@ struct SIMMessage {
   std::int32_t concatReference = 0;
   std::int16_t concatTotal = 1;
   std::int16_t concatPart = 1;
+  // Where the modem has one that came into another memory than the one that is read; its location above is below 0.
+  std::string otherMemory = {};
+  std::int16_t otherIndex = 0;
   // Another message may stand at the location by now: it is read again before it is deleted.
   bool isDoubtful = false;
   std::shared_ptr<const MessageContent> content;

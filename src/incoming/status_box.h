@@ -21,6 +21,10 @@ class StatusBox {
   bool Add(Status status);
   // The modem has nothing at that location any more.
   void Remove(std::string_view memory, std::int16_t memIndex);
+  void Forget() {
+    items_.clear();
+    cleared_ = 0;
+  }
   // Those that came so far are not shown any more.
   void Clear() { cleared_ = items_.size(); }
 

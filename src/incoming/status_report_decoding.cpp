@@ -7,6 +7,7 @@
 //   rest = parameters that are not there as a rule, with text for the user
 #include "incoming/status_report_decoding.h"
 
+#include <algorithm>
 #include <utility>
 
 #include "incoming/report_status.h"
@@ -22,7 +23,9 @@ std::optional<StatusReport> DecodeStatusReport(Octets octets, const DateNames& n
   report.recipient = ReadAddress(pdu);
   const auto readTime = [&](double& date, std::int16_t& zone, std::u16string& text) {
     const Octets time = pdu.Take(7);
-    auto timeStamp = time.empty() ? std::nullopt : DecodeTimeStamp(HexDigits(time), names);
+    // All zero: the service centre does not know it.
+    const bool isKnown = std::any_of(time.begin(), time.end(), [](std::uint8_t octet) { return octet != 0; });
+    auto timeStamp = isKnown ? DecodeTimeStamp(HexDigits(time), names) : std::nullopt;
     if (!timeStamp) return;
     date = timeStamp->date;
     zone = timeStamp->zone;

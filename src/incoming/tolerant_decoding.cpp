@@ -33,6 +33,7 @@ constexpr int kSubmit = 1, kReport = 2;  // message type indicators
 
 constexpr const char* kNotReceived = "not a received message";
 constexpr const char* kCutShort = "the PDU is cut short";
+constexpr const char* kCutReport = "the status report is cut short";
 constexpr const char* kShortUserData = "the user data is shorter than its length";
 constexpr const char* kBadHeader = "the user-data header contradicts its length";
 
@@ -96,15 +97,19 @@ class TolerantDecoder {
 
   // What is nowhere else is shown, so that it is not lost.
   void Reject() {
-    if (entry_.location < 0) return GiveUp(kNotReceived);
+    if (entry_.location < 0) {
+      GiveUp(kNotReceived);
+      entry_.isDamaged = false;
+      return;
+    }
     entry_.action = DecodedEntry::Action::kDelete;
     entry_.remark = kNotReceived;
   }
 
   void DecodeReport() {
     entry_.report = DecodeStatusReport(details_.pdu, names_);
-    if (!entry_.report) return entry_.location < 0 ? GiveUp(kCutShort) : Remark("the status report is cut short");
-    entry_.action = DecodedEntry::Action::kReport;
+    entry_.action = entry_.report ? DecodedEntry::Action::kReport : DecodedEntry::Action::kSkip;
+    if (!entry_.report) Remark(kCutReport);
   }
 
   void DecodeUserData(Octets userData, DataCoding::Alphabet alphabet, std::size_t length, bool hasHeader) {
@@ -158,6 +163,7 @@ class TolerantDecoder {
   }
 
   void GiveUp(std::string_view reason) {
+    entry_.isDamaged = true;
     Remark(reason);
     content_.text = u"[This message cannot be decoded: " + std::u16string(reason.begin(), reason.end()) + u"]";
     details_.data = details_.pdu;
@@ -194,6 +200,11 @@ DecodedEntry DecodeEntry(const ListingEntry& entry, std::int16_t location, const
   }
   const bool isAsAnnounced = HasAnnouncedLength(octets, entry.length);
   TolerantDecoder(result, names).Decode(std::move(octets), fault);
+  result.isDamaged = result.isDamaged || !isAsAnnounced;
+  if (!isAsAnnounced && result.action == DecodedEntry::Action::kReport) {
+    result.action = DecodedEntry::Action::kSkip;  // its status may be any octet
+    result.remark = kCutReport;
+  }
   if (!isAsAnnounced && result.action == DecodedEntry::Action::kStore) {
     result.record.isDoubtful = true;  // octets were lost on the line: another message may stand there
     if (result.remark.empty()) result.remark = "it is not as long as the modem says";

@@ -17,7 +17,8 @@ DecodedEntry DecodeTolerantly(std::string_view entry, const DateNames& names);
 // The same of what stands behind "+CMGR:", in capitals.
 DecodedEntry DecodePlace(std::string_view entry, std::int16_t location, const DateNames& names);
 
-// The same of what stands behind "+CMT:" and "+CDS:": the modem has it nowhere. Nothing of it is kDelete or kSkip.
+// The same of what stands behind "+CMT:" and "+CDS:": the modem has it nowhere. Of it a status report that is cut short
+// alone is kSkip, and nothing kDelete.
 DecodedEntry DecodeDelivered(std::string_view entry, const DateNames& names);
 
 }  // namespace tavro

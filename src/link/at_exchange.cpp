@@ -46,8 +46,9 @@ bool IsRepeatable(std::string_view command) {
                                              "AT+CIMI", "AT+CGMI", "AT+CGMM", "AT+CGMR", "AT+CGSN",
                                              "AT+GMI",  "AT+GMM",  "AT+GMR",  "AT+GSN"};
   const std::string capitals = Upper(Trim(command.substr(0, command.find('\r'))));
-  return capitals.ends_with('?') ||
-         std::find(std::begin(kQuestions), std::end(kQuestions), capitals) != std::end(kQuestions);
+  if (command.find('\r') + 1 != command.size() || Contains(capitals, ";")) return false;
+  const bool asks = capitals.ends_with("=?") || (capitals.ends_with('?') && !Contains(capitals, "="));
+  return asks || std::find(std::begin(kQuestions), std::end(kQuestions), capitals) != std::end(kQuestions);
 }
 
 }  // namespace
@@ -72,7 +73,7 @@ void AtExchange::SetConnection(std::function<void()> open, std::function<void()>
 Answer AtExchange::SendCommand(const std::string& command) {
   Answer answer = Exchange(command);
   const bool isLost = errors_.LastErrorCode() == kCannotReadResponse.code && unanswered_ && IsPortOpen();
-  if (!isLost || !settings_.recovery.repeats || !IsRepeatable(command)) return answer;
+  if (!isLost || !settings_.recovery.repeats || !mayRepeat_ || !IsRepeatable(command)) return answer;
   if (!Resynchronise()) {
     unanswered_ = true;
     return answer;
@@ -323,6 +324,7 @@ bool AtExchange::AwaitUnsolicited(std::uint32_t milliseconds, const std::functio
     count = ReadMore();
   }
   input_ = sorter.TakeRest();
+  if (timeOutMark_ == 'W') ApplyTimeOuts('N', kCommandTimeOuts);  // an answer is not waited for as long at a time
   if (count < 0 && closeConnection_) closeConnection_();
   return handedOn;
 }

@@ -75,6 +75,9 @@ class AtExchange {
   // False when the modem does not answer.
   bool Resynchronise();
 
+  // Whether a command that only asks may be asked again when it was not answered (tavro::Recovery).
+  void AllowRepeating(bool allowed) { mayRepeat_ = allowed; }
+
   // How often something was written: a line of the modem's own accord that was handed on at another count came before
   // what was written last.
   std::uint32_t WriteCount() const { return writeCount_; }
@@ -129,6 +132,7 @@ class AtExchange {
   std::uint32_t inputTick_ = 0;  // when its last octets came
   bool numericResults_ = true;   // the modem may still give result codes as numbers
   bool unanswered_ = false;      // an answer may still come
+  bool mayRepeat_ = true;
   AnswerSorter::End lastEnd_ = AnswerSorter::End::kNone;
   std::function<void(const std::string&)> takeUnsolicited_;
   std::uint64_t heard_ = 0;

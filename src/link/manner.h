@@ -25,14 +25,19 @@ struct Manner {
   // A modem that does not answer AT is woken: ESC, an empty line, long result codes, several tries; one that is
   // starting is waited for (ModemConnection).
   bool wakesModem;
-  // A device that was unplugged is noticed when a call begins, which then connects anew (ModemConnection).
+  // A device that was unplugged, or a modem that restarted, is noticed when a call begins, which then connects anew
+  // (ModemConnection).
   bool noticesLoss;
+  // The modem is asked to tell of messages and reports (NewMessageIndications).
+  bool asksForIndications;
   // A SIM that is busy is asked again (PinCheck).
   bool waitsForSim;
   // A PIN state in quotes, and that of the second PIN, which no message needs (PinCheck).
   bool readsPinStateLoosely;
   // The modem is asked for the character set GSM (ModemInitialisation).
   bool setsCharacterSet;
+  // A memory whose selection is refused is tried in other forms (MessageMemory).
+  bool selectsMemoryByAllMeans;
   // Numbers and names are read also in UCS2 (DialoguePart).
   bool readsUcs2Texts;
   // A comma or bracket in quotes belongs to its field, and a number is international when its type says so; otherwise
@@ -72,6 +77,8 @@ struct Manner {
   bool deletesWhileReading;
   // Every received message is shown, whatever its coding and header (DecodeStoredMessage).
   bool showsEverything;
+  // A reading that fails leaves the inbox as it was (MessageReader).
+  bool keepsInboxOnFailure;
   // Parts are told apart by more than their reference, an incomplete message is shown in the end, and what a message
   // shows is what its deletion removes (MessageReader, which tells the store).
   bool joinsWithCare;
@@ -83,9 +90,11 @@ inline constexpr Manner kClassicManner{
     .submitTimeout = 0,
     .wakesModem = false,
     .noticesLoss = false,
+    .asksForIndications = false,
     .waitsForSim = false,
     .readsPinStateLoosely = false,
     .setsCharacterSet = false,
+    .selectsMemoryByAllMeans = false,
     .readsUcs2Texts = false,
     .readsFieldsWithCare = false,
     .namesOperatorsByNumber = false,
@@ -101,6 +110,7 @@ inline constexpr Manner kClassicManner{
     .reportsEveryPart = false,
     .deletesWhileReading = true,
     .showsEverything = false,
+    .keepsInboxOnFailure = false,
     .joinsWithCare = false,
 };
 
@@ -110,9 +120,11 @@ inline constexpr Manner kPromptManner{
     .submitTimeout = 180000,
     .wakesModem = true,
     .noticesLoss = true,
+    .asksForIndications = true,
     .waitsForSim = true,
     .readsPinStateLoosely = true,
     .setsCharacterSet = true,
+    .selectsMemoryByAllMeans = true,
     .readsUcs2Texts = true,
     .readsFieldsWithCare = true,
     .namesOperatorsByNumber = true,
@@ -128,6 +140,7 @@ inline constexpr Manner kPromptManner{
     .reportsEveryPart = true,
     .deletesWhileReading = false,
     .showsEverything = true,
+    .keepsInboxOnFailure = true,
     .joinsWithCare = true,
 };
 

@@ -1,4 +1,4 @@
-// The messages that were sent and asked for status reports, to find what a report is about.
+// The messages that were sent, to find what a status report is about.
 #pragma once
 
 #include <cstdint>
@@ -17,6 +17,7 @@ struct SentPart {
 };
 
 struct SentMessage {
+  bool asksForReports = false;
   std::string recipient;
   std::vector<SentPart> parts;
 };
@@ -37,7 +38,7 @@ class SentMessages {
 };
 
 // Whether a number that was dialled may be the one that the network names: one of them may be international and the
-// other national, or a part of it.
+// other national, and some networks put digits in between. The last seven digits count, or all of a shorter one.
 bool IsSameRecipient(std::string_view dialled, std::u16string_view named);
 
 }  // namespace tavro

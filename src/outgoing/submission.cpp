@@ -218,7 +218,7 @@ SubmissionResult Submission::JudgeOnce(std::string response, const SubmissionErr
   });
   log_.WriteLog("Modem Response: " + late);
   if (std::string reference = ReferenceIn(late); !reference.empty()) return {std::move(reference), {}};
-  connection_.DisconnectModem();
+  if (!settings_.recovery.IsAllowed()) connection_.DisconnectModem();  // otherwise it is recovered the next time
   return {{}, unknown(), true};
 }
 

@@ -25,8 +25,13 @@ constexpr SubmissionErrors kTextErrors{
 
 }  // namespace
 
-TextSender::TextSender(const DialogueContext& dialogue, Submission& submission, SentMessages& sent)
-    : DialoguePart(dialogue), submission_(submission), sent_(sent), reference_(platform_.WallClock()) {}
+TextSender::TextSender(const DialogueContext& dialogue, Submission& submission, NewMessageIndications& indications,
+                       SentMessages& sent)
+    : DialoguePart(dialogue),
+      submission_(submission),
+      indications_(indications),
+      sent_(sent),
+      reference_(platform_.WallClock()) {}
 
 std::optional<std::string> TextSender::SendSMS(const std::string& destination, std::u16string_view text, bool alert) {
   errors_.ClearError();
@@ -63,9 +68,13 @@ std::string TextSender::SendTextMessage(const std::string& destination, std::u16
 
   pending_ = submission_.Prepare(kTextErrors);
   if (pending_) return {};
+  if (message.statusReport) indications_.SwitchOn();  // a report may come before the last part is sent
 
   std::string references;
-  SentMessage sent{destination, {}};
+  SentMessage sent{message.statusReport, destination, {}};
+  const auto note = [&] {
+    if (!sent.parts.empty()) sent_.Add(std::move(sent));
+  };
   for (std::size_t i = 0; i < parts.texts.size(); ++i) {
     errors_.ClearError();
     if (i == 0 || !oneReference) reference_.Advance();
@@ -82,13 +91,14 @@ std::string TextSender::SendTextMessage(const std::string& destination, std::u16
     const SubmissionResult result = submission_.Submit(pdu, i == 0, kTextErrors);
     if (result.error) {
       pending_ = result.error;
+      note();
       return {};
     }
     references += (references.empty() ? "" : ",") + result.reference;
     int reference = -1;
     if (ParseWhole(result.reference, reference)) sent.parts.push_back({reference, heardBefore});
   }
-  if (message.statusReport) sent_.Add(std::move(sent));
+  note();
   if (references.empty()) return {};  // an empty text
   if (errors_.IsPending()) {
     log_.WriteLog("Message sending failed");

@@ -5,6 +5,7 @@
 #include <string>
 #include <string_view>
 
+#include "connection/new_message_indications.h"
 #include "link/dialogue.h"
 #include "outgoing/message_reference.h"
 #include "outgoing/sent_messages.h"
@@ -14,7 +15,8 @@ namespace tavro {
 
 class TextSender : DialoguePart {
  public:
-  TextSender(const DialogueContext& dialogue, Submission& submission, SentMessages& sent);
+  TextSender(const DialogueContext& dialogue, Submission& submission, NewMessageIndications& indications,
+             SentMessages& sent);
 
   // Sends a text as Character and LongMessage say. Returns the message references in part order, joined by ",", or
   // nothing with the error raised: 4004, 4006 to 4020, or one of the connection. Parts behind one that failed are not
@@ -26,6 +28,7 @@ class TextSender : DialoguePart {
   std::string SendTextMessage(const std::string& destination, std::u16string_view text, bool alert);
 
   Submission& submission_;
+  NewMessageIndications& indications_;
   SentMessages& sent_;
   MessageReference reference_;
   PendingError pending_;

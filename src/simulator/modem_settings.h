@@ -73,9 +73,9 @@ struct ModemSettings {
   std::int64_t acknowledgeMs = 15000;  // with AT+CSMS=1: how long it waits for AT+CNMA
   std::int64_t redeliverMs = 60000;    // until it delivers again what was refused or not acknowledged
   std::vector<UssdEntry> ussd = {{"*100#", "Balance: 12.34 EUR"},
-                                  {"*101#", "1 Tariff\n2 Data left", true},
-                                  {"*101# 1", "Your tariff: Tavro S"},
-                                  {"*101# 2", "Data left: 1.5 GB"}};
+                                 {"*101#", "1 Tariff\n2 Data left", true},
+                                 {"*101# 1", "Your tariff: Tavro S"},
+                                 {"*101# 2", "Data left: 1.5 GB"}};
   std::int64_t ussdDelayMs = 0;   // from a code to the answer
   int ussdUnknown = 4;            // <m> of +CUSD for another code: 2 terminated, 4 not supported
   int ussdError = 0;              // other than 0: codes are refused with this +CME ERROR
