@@ -247,6 +247,33 @@ TEST(LiveInbox, TheDeviceIsUnpluggedAtEachOctet) {
   EXPECT_GT(length, 200);
 }
 
+// The modem takes as read what it has listed, whether the listing arrived or not.
+TEST(LiveInbox, ARefreshThatFailsTakesNothingAway) {
+  int failures = 0;
+  std::int64_t length = 0;
+  for (std::int64_t ms = -1; ms < length; ms += 5) {
+    SCOPED_TRACE(ms);
+    ModemSettings settings;
+    settings.pieceSize = settings.pieceGapMs = 1;
+    Live live(settings);
+    live.Comes(Letter("61"));
+    EXPECT_TRUE(live.Wait(0));
+    live.modem.Store(Letter("62"));
+    const std::int64_t start = live.line->Elapsed();
+    if (ms >= 0) live.After(ms, [&] { live.modem.LoseLine(); });
+    const bool isRead = live.sms.Inbox()->Refresh();
+    if (ms < 0) length = live.line->Elapsed() - start;
+    EXPECT_EQ(live.Texts(), isRead ? "a|b" : "a");
+    if (isRead) continue;
+    ++failures;
+    live.modem.RestoreLine();
+    EXPECT_TRUE(live.sms.Inbox()->Message(1)->Delete()) << live.ErrorText();
+    EXPECT_TRUE(live.Wait(0)) << live.ErrorText();
+    EXPECT_EQ(live.Texts(), "b");
+  }
+  EXPECT_GT(failures, 20);
+}
+
 TEST(LiveInbox, WaitEndsWhenItIsToldTo) {
   Live live;
   live.sms.Cancel();  // the next wait

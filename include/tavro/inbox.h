@@ -35,7 +35,8 @@ class Inbox {
   //   are deleted from the modem on the way; what cannot be decoded is left there and noted in the log. Prompt manner:
   //   nothing is deleted. Status reports and submitted messages are left in the modem, every received message is shown.
   // False on failure: 5001 invalid type, 2002 a new connection came up with another memory in between, 5002 to 5006 and
-  // 5008, or a connection, PIN or registration error.
+  // 5008, or a connection, PIN or registration error. In the prompt manner the inbox is as it was then, and Wait
+  // misses nothing.
   bool Refresh(std::int16_t messageType = 2);
 
   // Waits until a message comes, so many milliseconds at most, and adds it to the inbox, behind the others; 0 takes

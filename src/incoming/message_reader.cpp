@@ -50,12 +50,18 @@ MessageReader::MessageReader(const DialogueContext& dialogue, ModemConnection& c
 
 bool MessageReader::ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver) {
   leftBehind_ = 0;
-  ForgetAdded();  // the application sees all of them now
   log_.WriteLog("Reading incoming messages [Option-" + std::to_string(messageType) + "]");
+  std::optional<SIMBox> before;
+  if (manner_.keepsInboxOnFailure) before = box;
   box.Clear();
   if (manner_.joinsWithCare) box.JoinWithCare(platform_.WallClock() / 1000);
   error_ = Read(box, messageType, deleteNonDeliver);
-  if (error_) return false;
+  if (error_) {
+    if (before) box = std::move(*before);
+    return false;
+  }
+  before.reset();  // the old messages make room for the new ones
+  ForgetAdded();   // the application sees all of them now
   if (leftBehind_ > 0) {
     log_.WriteLog("The inbox is full: " + std::to_string(leftBehind_) + " messages stay in the modem");
   }
@@ -78,7 +84,10 @@ PendingError MessageReader::Read(SIMBox& box, std::int16_t messageType, bool del
     if (box.Memory() != steps_.Memory()) return kMessageMemoryNotSupported;
     memoryKnown = true;
     ListingAnswer answer;
-    if (PendingError error = List(stat, answer)) return error;
+    if (PendingError error = List(stat, answer)) {
+      if (manner_.keepsInboxOnFailure && stat == '0') readsAgain_ = true;
+      return error;
+    }
     const Handling handling =
         deleteNonDeliver && manner_.deletesWhileReading ? Handling::kReadAndDelete : Handling::kRead;
     for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, handling);
@@ -170,14 +179,18 @@ void MessageReader::Begin(SIMBox& box) {
   box.NoteConnection(connection_.Count());
 }
 
-PendingError MessageReader::AddUnread(SIMBox& box, bool alsoRead) {
+PendingError MessageReader::AddUnread(SIMBox& box) {
   constexpr std::int16_t kUnread = 0, kBoth = 2;
   const DateNames names = LocalDateNames(platform_);
-  for (const char stat : ListingsOf(alsoRead ? kBoth : kUnread)) {
+  for (const char stat : ListingsOf(readsAgain_ ? kBoth : kUnread)) {
     ListingAnswer answer;
-    if (PendingError error = List(stat, answer)) return error;
+    if (PendingError error = List(stat, answer)) {
+      readsAgain_ = true;
+      return error;
+    }
     for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, Handling::kAdd);
   }
+  readsAgain_ = false;
   return {};
 }
 

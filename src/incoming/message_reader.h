@@ -27,7 +27,8 @@ class MessageReader : DialoguePart {
   // Fills the store with the messages of a type (0 received unread, 1 received read, 2 both, the read ones first) and
   // builds its inbox. With `deleteNonDeliver`, in a manner that deletes while reading, what is no received message, or
   // has a header that is not understood, is deleted from the modem. False on failure, with the reason in Error: 2002,
-  // 5002 to 5006 or that of the registration; the store then holds what was read before, and its inbox is as it was.
+  // 5002 to 5006 or that of the registration; the store then holds what was read before, and its inbox is as it was, as
+  // is the store itself in a manner that keeps it.
   bool ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver);
   const PendingError& Error() const { return error_; }
 
@@ -36,8 +37,11 @@ class MessageReader : DialoguePart {
 
   // Makes the store one of the memory that the modem reads from.
   void Begin(SIMBox& box);
-  // What is unread, and what is read if asked for.
-  PendingError AddUnread(SIMBox& box, bool alsoRead);
+  // What is unread, and what is read when a reading failed.
+  PendingError AddUnread(SIMBox& box);
+  // That a reading failed: what it was about may count as read by now, and would not be listed as unread again.
+  bool ReadsAgain() const { return readsAgain_; }
+  void ReadAgain() { readsAgain_ = true; }
   // What stands at a location; nothing may be there any more.
   PendingError AddPlace(SIMBox& box, std::int16_t location, std::uint64_t heard);
   // The message or report of "+CMT:" or "+CDS:". False when there is no room for it.
@@ -68,6 +72,7 @@ class MessageReader : DialoguePart {
   PendingError error_;
   std::size_t leftBehind_ = 0;  // messages that the store had no room for
   std::vector<std::int16_t> added_;
+  bool readsAgain_ = false;
 };
 
 }  // namespace tavro

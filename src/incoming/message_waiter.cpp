@@ -97,7 +97,8 @@ void MessageWaiter::Pause(std::uint32_t milliseconds) {
 std::uint32_t MessageWaiter::LookInterval() const { return indications_.AreOn() ? kSafetyInterval : kPollInterval; }
 
 bool MessageWaiter::HasMore() const {
-  return !arrivals_.IsEmpty() || arrivals_.IsPlaceUnknown() || lookedConnection_ != connection_.Count();
+  return !arrivals_.IsEmpty() || arrivals_.IsPlaceUnknown() || reader_.ReadsAgain() ||
+         lookedConnection_ != connection_.Count();
 }
 
 // Reads the first of what was told of, or asks the modem when it is time.
@@ -112,7 +113,7 @@ PendingError MessageWaiter::Look(SIMBox& box) {
     return error;
   }
   if (isNewConnection && manner_.answersEndAtResult) indications_.SwitchOn();
-  if (isNewConnection || arrivals_.IsPlaceUnknown()) return ListUnread(box);
+  if (isNewConnection || arrivals_.IsPlaceUnknown() || reader_.ReadsAgain()) return ListUnread(box);
   if (platform_.TickCount() - lookedTick_ < LookInterval()) return {};
   if (!indications_.AreOn() || indications_.Verify()) return ListUnread(box);
   // A modem that has restarted has forgotten more than the indications.
@@ -124,8 +125,7 @@ PendingError MessageWaiter::Look(SIMBox& box) {
 PendingError MessageWaiter::ListUnread(SIMBox& box) {
   arrivals_.SetPlaceUnknown(false);  // what is told of from now on may come behind the listing
   const int connection = connection_.Count();
-  PendingError error = reader_.AddUnread(box, readsAgain_);
-  readsAgain_ = static_cast<bool>(error);
+  PendingError error = reader_.AddUnread(box);
   if (error) {
     arrivals_.SetPlaceUnknown(true);
   } else {
@@ -147,7 +147,7 @@ PendingError MessageWaiter::ReadArrival(SIMBox& box, const Arrival& arrival) {
     PendingError error = ReadPlace(box, arrival);
     if (error) {
       arrivals_.SetPlaceUnknown(true);  // it is listed the next time
-      readsAgain_ = true;
+      reader_.ReadAgain();
     }
     return error;
   }

@@ -57,10 +57,8 @@ class MessageWaiter : DialoguePart {
   MessageReader& reader_;
   const std::shared_ptr<Cancellation> cancellation_;
   PendingError error_;
-  std::uint32_t lookedTick_ = 0;  // when the modem was asked last
-  int lookedConnection_ = -1;     // and under which connection
-  // A reading failed: what it was about may count as read by now, and would not be listed as unread again.
-  bool readsAgain_ = false;
+  std::uint32_t lookedTick_ = 0;            // when the modem was asked last
+  int lookedConnection_ = -1;               // and under which connection
   std::deque<std::string> unacknowledged_;  // entries that the network may deliver again
 };
 

@@ -75,6 +75,9 @@ struct Manner {
   // Parts are told apart by more than their reference, an incomplete message is shown in the end, and what a message
   // shows is what its deletion removes (MessageReader, which tells the store).
   bool joinsWithCare;
+  // A reading that fails leaves the inbox as it was, and what the modem may have marked as read is read again
+  // (MessageReader).
+  bool keepsInboxOnFailure;
 };
 
 inline constexpr Manner kClassicManner{
@@ -102,6 +105,7 @@ inline constexpr Manner kClassicManner{
     .deletesWhileReading = true,
     .showsEverything = false,
     .joinsWithCare = false,
+    .keepsInboxOnFailure = false,
 };
 
 inline constexpr Manner kPromptManner{
@@ -129,6 +133,7 @@ inline constexpr Manner kPromptManner{
     .deletesWhileReading = false,
     .showsEverything = true,
     .joinsWithCare = true,
+    .keepsInboxOnFailure = true,
 };
 
 }  // namespace tavro
