@@ -29,9 +29,9 @@ bool MessageMemory::SelectMessageMemory(std::string_view memory) {
   if (!registration_.EnsureReady()) return false;
   log_.WriteLog("Setting message memory as '" + name + "'");
   // The memory for writing, in the middle, stays as it is.
-  const std::string command = "AT+CPMS=\"" + name + "\",,\"" + name + "\"\r";
-  Answer answer = exchange_.SendCommand(command);
-  if (!answer.IsGood()) answer = exchange_.SendCommand(command);
+  const std::string memories = "\"" + name + "\",,\"" + name + "\"";
+  Answer answer = Select(memories);
+  if (!answer.IsGood()) answer = Select(memories);
   if (!answer.IsGood() && manner_.selectsMemoryByAllMeans) answer = SelectOtherwise(name);
   if (!answer.IsGood()) return false;
   settings_.messageMemory = name;
@@ -41,13 +41,20 @@ bool MessageMemory::SelectMessageMemory(std::string_view memory) {
   return true;
 }
 
+// When there is no answer, the next reading or deletion selects its memory first.
+Answer MessageMemory::Select(const std::string& memories) {
+  Answer answer = exchange_.SendCommand("AT+CPMS=" + memories + "\r");
+  if (manner_.doubtsUnansweredSelection && !answer.IsGood() && !answer.HoldsError()) state_.memorySelected = false;
+  return answer;
+}
+
 // Some modems want all three, and some have a memory that they do not receive into.
 Answer MessageMemory::SelectOtherwise(const std::string& name) {
   const std::string quoted = "\"" + name + "\"";
   Answer answer;
   for (const std::string& names : {quoted + "," + quoted + "," + quoted, quoted}) {
     if (!exchange_.IsPortOpen()) break;
-    answer = exchange_.SendCommand("AT+CPMS=" + names + "\r");
+    answer = Select(names);
     if (answer.IsGood()) break;
   }
   return answer;
@@ -72,7 +79,7 @@ bool MessageMemory::Visit(const std::string& memory, const std::function<void()>
     visit();
     return true;
   }
-  const bool isTaken = IsQuotable(memory) && exchange_.SendCommand("AT+CPMS=\"" + memory + "\"\r").IsGood();
+  const bool isTaken = IsQuotable(memory) && Select("\"" + memory + "\"").IsGood();
   if (isTaken) {
     visit();
     // When it does not go back, the next reading selects its memory first.

@@ -38,6 +38,7 @@ class MessageMemory : DialoguePart {
 
   std::vector<Count> CountsIn(const Answer& answer) const;
   bool IsWatched() const;
+  Answer Select(const std::string& memories);
   Answer SelectOtherwise(const std::string& name);
   void NoteUsage(const Answer& answer, const std::string& name = {});
   std::vector<std::string> ReadableMemories();

@@ -94,7 +94,7 @@ void MessageWaiter::Pause(std::uint32_t milliseconds) {
 std::uint32_t MessageWaiter::LookInterval() const { return indications_.AreOn() ? kSafetyInterval : kPollInterval; }
 
 bool MessageWaiter::HasMore() const {
-  return !arrivals_.IsEmpty() || arrivals_.IsPlaceUnknown() || lookedConnection_ != connection_.Count();
+  return !arrivals_.IsEmpty() || arrivals_.IsPlaceUnknown() || verifiesNow_ || lookedConnection_ != connection_.Count();
 }
 
 // Reads the first of what was told of, or asks the modem when it is time.
@@ -110,7 +110,7 @@ PendingError MessageWaiter::Look(SIMBox& box) {
   }
   indications_.SwitchOn();
   if (isNewConnection || arrivals_.IsPlaceUnknown()) return ListUnread(box);
-  if (platform_.TickCount() - lookedTick_ < LookInterval()) return {};
+  if (!std::exchange(verifiesNow_, false) && platform_.TickCount() - lookedTick_ < LookInterval()) return {};
   if (!indications_.AreOn() || indications_.Verify()) return ListUnread(box);
   // A modem that has restarted has forgotten more than the indications.
   log_.WriteLog("The modem has forgotten its settings");
@@ -211,7 +211,11 @@ bool MessageWaiter::IsAcknowledged() {
   for (const char* const command : {"AT+CNMA\r", "AT+CNMA=0\r"}) {
     const Answer answer = exchange_.CheckCommandResponse(command);
     if (answer.IsGood()) return true;
-    if (Contains(answer.Text(), kNoneExpected)) return !indications_.Acknowledges();
+    if (Contains(answer.Text(), kNoneExpected)) {
+      // It may have given up waiting, and then it delivers nothing any more (27.005, 3.4.4).
+      verifiesNow_ = indications_.Acknowledges();
+      return !verifiesNow_;
+    }
     if (!answer.HoldsError()) break;
   }
   return false;

@@ -61,6 +61,7 @@ class MessageWaiter : DialoguePart {
   PendingError error_;
   std::uint32_t lookedTick_ = 0;            // when the modem was asked last
   int lookedConnection_ = -1;               // and under which connection
+  bool verifiesNow_ = false;                // whether the modem still tells of messages
   std::deque<std::string> unacknowledged_;  // entries that the network may deliver again
 };
 

@@ -46,7 +46,8 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   // location below 0.
   bool AddRecord(SIMMessage record);
   // A message that the modem delivered directly and has nowhere, or has in another memory: it gets a location below 0,
-  // which is returned. Nothing when the store is full or has the same message from an earlier delivery.
+  // which is returned. Nothing when the store is full or has the same message: the network delivers again
+  // what was not acknowledged, and the modem may have stored it then.
   std::optional<std::int16_t> AddDelivered(SIMMessage record);
   void RemoveRecord(std::int16_t memoryIndex);
   std::size_t RecordCount() const { return recordCount_; }
