@@ -121,7 +121,13 @@ TEST(LiveInbox, EveryWayOfTelling) {
        100, "a", 0},
       {"the line was lost on the way", [](Live&) {}, [](Live& l) { l.modem.Store(Letter("61")); }, 20100, "", 0},
       {"an empty place", [](Live&) {}, [](Live& l) { l.Says("+CMTI: \"SM\",7"); }, 20000, "", 0},
-      {"a report behind +CMT", [](Live&) {}, [](Live& l) { l.Says(Direct("+CMT: ,", Report())); }, 20000, "", 1},
+      {"a report behind +CMT", [](Live&) {}, [](Live& l) { l.Says(Direct("+CMT: ,", Report())); }, 100, "", 1},
+      {"a report, and a message behind it", [](Live&) {},
+       [](Live& l) {
+         l.Comes(Report());
+         l.Comes(Letter("61"));
+       },
+       100, "a", 0},
       {"a message behind +CDS", [](Live&) {}, [](Live& l) { l.Says(Direct("+CDS: ", Letter("61"))); }, 100, "a", 1},
       {"a message of one's own", [](Live&) {},
        [](Live& l) { l.Says(Direct("+CMT: ,", "0791947101670000010C919471103254760000" + std::string("0161"))); }, 100,

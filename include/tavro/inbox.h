@@ -46,9 +46,10 @@ class Inbox {
   //   in the inbox; it stays there, Refresh or not, until it is deleted. A modem that cannot tell is asked every five
   //   seconds, and the log says so.
   //   Classic manner: the modem is asked every five seconds.
-  // True when a message came. False with no error at the limit and when it was cancelled; on failure with 5009 negative
-  // time, 5002 to 5006, 5008 the inbox is full, 1012 the device is lost or the program wants to end, or a connection,
-  // PIN or registration error. Nothing is lost by a failure: the next call goes on.
+  // True when a message came. False with no error at the limit, when a status report came (SMS::StatusReports) and when
+  // it was cancelled; on failure with 5009 negative time, 5002 to 5006, 5008 the inbox is full, 1012 the device is lost
+  // or the program wants to end, or a connection, PIN or registration error. Nothing is lost by a failure: the next
+  // call goes on.
   bool Wait(std::int32_t milliseconds);
   // From any thread: ends the Wait that is under way, or the next one. It touches no error.
   void Cancel();

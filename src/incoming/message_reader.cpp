@@ -195,11 +195,12 @@ void MessageReader::AddReport(DecodedEntry decoded, const std::string& memory, s
   const StatusReport& report = *decoded.report;
   log_.WriteLog("Status report" + AtLocation(decoded.location) + ": message " + std::to_string(report.reference) +
                 " to " + platform_.ToCodePage(report.recipient) + ": " + platform_.ToCodePage(report.text));
-  statusBox_.Add({.report = std::move(*decoded.report),
-                  .memory = memory,
-                  .memIndex = decoded.location,
-                  .connection = connection_.Count(),
-                  .heard = heard});
+  const bool isNew = statusBox_.Add({.report = std::move(*decoded.report),
+                                     .memory = memory,
+                                     .memIndex = decoded.location,
+                                     .connection = connection_.Count(),
+                                     .heard = heard});
+  if (isNew) ++reportCount_;
 }
 
 PendingError MessageReader::AddPlace(SIMBox& box, std::int16_t location, std::uint64_t heard) {

@@ -45,6 +45,8 @@ class MessageReader : DialoguePart {
   // The locations that were added since they were forgotten.
   const std::vector<std::int16_t>& Added() const { return added_; }
   void ForgetAdded() { added_.clear(); }
+  // How many status reports came so far, each counted once.
+  std::size_t ReportCount() const { return reportCount_; }
 
   // The status report at a location of any memory that the modem reads from now.
   PendingError ReadReport(const std::string& memory, std::int16_t location, std::uint64_t heard);
@@ -68,6 +70,7 @@ class MessageReader : DialoguePart {
   PendingError error_;
   std::size_t leftBehind_ = 0;  // messages that the store had no room for
   std::vector<std::int16_t> added_;
+  std::size_t reportCount_ = 0;
 };
 
 }  // namespace tavro

@@ -38,7 +38,11 @@ bool MessageWaiter::AwaitMessage(SIMBox& box, std::int32_t milliseconds) {
       return record != nullptr && record->inboxIndex > 0;
     });
   };
-  const bool hasCome = Await(box, milliseconds, isShown);
+  const std::size_t reportsBefore = reader_.ReportCount();
+  // A message may stand behind the report.
+  const auto isReported = [&] { return reader_.ReportCount() != reportsBefore && !HasMore(); };
+  Await(box, milliseconds, [&] { return isShown() || isReported(); });
+  const bool hasCome = isShown();
   if (hasCome) reader_.ForgetAdded();
   return hasCome;
 }

@@ -28,9 +28,9 @@ class MessageWaiter : DialoguePart {
                 std::shared_ptr<Cancellation> cancellation);
 
   // Waits until a message can be shown that was not in the store, which has it then and whose inbox is built anew. So
-  // many milliseconds at most; 0 takes what has come. False at the limit, when the wait was cancelled, and on failure,
-  // with the reason in Error: 5002 to 5006, 5008 when the store is full, 1012 for a device that is lost, or an error of
-  // the connection.
+  // many milliseconds at most; 0 takes what has come. False at the limit, when a status report came, when the wait was
+  // cancelled, and on failure, with the reason in Error: 5002 to 5006, 5008 when the store is full, 1012 for a device
+  // that is lost, or an error of the connection.
   bool AwaitMessage(SIMBox& box, std::int32_t milliseconds);
   // The same until `isDone`, which is asked when something has come. The messages that came are in the store too.
   bool AwaitReports(SIMBox& box, std::int32_t milliseconds, const std::function<bool()>& isDone);
