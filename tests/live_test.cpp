@@ -253,6 +253,22 @@ TEST(LiveInbox, TheDeviceIsUnpluggedAtEachOctet) {
   EXPECT_GT(length, 200);
 }
 
+// What was read before is none of what comes.
+TEST(LiveInbox, AMessageThatCouldNotBeReadIsShownAloneTheNextTime) {
+  Live live;
+  live.modem.Store(Letter("61"), 1);
+  EXPECT_FALSE(live.Wait(0));
+  live.modem.Answer("AT+CMGR=2", Reply::Own().Late(100));
+  live.Comes(Letter("62"));
+  live.After(50, [&] { live.modem.LoseLine(); });
+  EXPECT_FALSE(live.Wait(1000));
+  EXPECT_NE(live.sms.ErrorCode(), 0);
+  live.modem.RestoreLine();
+  live.modem.Store(Letter("63"), 1);
+  EXPECT_TRUE(live.Wait(0));
+  EXPECT_EQ(live.Texts(), "b");
+}
+
 TEST(LiveInbox, WaitEndsWhenItIsToldTo) {
   Live live;
   live.sms.Cancel();  // the next wait

@@ -130,6 +130,10 @@ void MessageReader::StoreEntries(SIMBox& box, std::string block, const DateNames
 
 void MessageReader::StoreEntry(SIMBox& box, std::string_view entry, const DateNames& names, Handling handling) {
   DecodedEntry decoded = DecodeStoredMessage(entry, names, manner_);
+  if (handling == Handling::kAddMissed) {
+    if (std::find(missed_.begin(), missed_.end(), decoded.location) == missed_.end()) return;
+    handling = Handling::kAdd;
+  }
   switch (decoded.action) {
     case DecodedEntry::Action::kStore:
       if (handling == Handling::kAdd) return AddNew(box, std::move(decoded));
@@ -164,7 +168,10 @@ void MessageReader::DeleteWhileReading(SIMBox& box, std::int16_t location, const
 void MessageReader::Begin(SIMBox& box) {
   leftBehind_ = 0;
   if (manner_.joinsWithCare) box.JoinWithCare(platform_.WallClock() / 1000);
-  if (box.Memory() != steps_.Memory()) box.Clear();
+  if (box.Memory() != steps_.Memory()) {
+    box.Clear();
+    missed_.clear();
+  }
   if (box.RecordCount() == 0) box.SetConnection(connection_.Count());
   box.SetMemory(steps_.Memory());
   box.NoteConnection(connection_.Count());
@@ -173,11 +180,13 @@ void MessageReader::Begin(SIMBox& box) {
 PendingError MessageReader::AddUnread(SIMBox& box, bool alsoRead) {
   constexpr std::int16_t kUnread = 0, kBoth = 2;
   const DateNames names = LocalDateNames(platform_);
-  for (const char stat : ListingsOf(alsoRead ? kBoth : kUnread)) {
+  for (const char stat : ListingsOf(alsoRead || !missed_.empty() ? kBoth : kUnread)) {
     ListingAnswer answer;
     if (PendingError error = List(stat, answer)) return error;
-    for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, Handling::kAdd);
+    const Handling handling = stat == '0' || alsoRead ? Handling::kAdd : Handling::kAddMissed;
+    for (std::string& block : answer.TakeBlocks()) StoreEntries(box, std::move(block), names, handling);
   }
+  missed_.clear();
   return {};
 }
 
@@ -205,7 +214,10 @@ void MessageReader::AddReport(DecodedEntry decoded, const std::string& memory, s
 
 PendingError MessageReader::AddPlace(SIMBox& box, std::int16_t location, std::uint64_t heard) {
   std::optional<DecodedEntry> decoded;
-  if (PendingError error = ReadPlace(location, decoded)) return error;
+  if (PendingError error = ReadPlace(location, decoded)) {
+    missed_.push_back(location);
+    return error;
+  }
   if (!decoded) return {};
   if (decoded->action == DecodedEntry::Action::kReport) {
     AddReport(std::move(*decoded), box.Memory(), heard);

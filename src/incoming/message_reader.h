@@ -36,9 +36,9 @@ class MessageReader : DialoguePart {
 
   // Makes the store one of the memory that the modem reads from.
   void Begin(SIMBox& box);
-  // What is unread, and what is read if asked for.
+  // What is unread, and what is read if asked for; otherwise of that what stands where AddPlace failed.
   PendingError AddUnread(SIMBox& box, bool alsoRead);
-  // What stands at a location; nothing may be there any more.
+  // What stands at a location; nothing may be there any more. Behind a failure it may count as read.
   PendingError AddPlace(SIMBox& box, std::int16_t location, std::uint64_t heard);
   // The message or report of "+CMT:" or "+CDS:". False when there is no room for it.
   bool AddDelivered(SIMBox& box, std::string_view entry, std::uint64_t heard);
@@ -55,7 +55,7 @@ class MessageReader : DialoguePart {
   PendingError Read(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver);
   PendingError List(char stat, ListingAnswer& answer);
   // What is done with an entry of a listing.
-  enum class Handling { kRead, kReadAndDelete, kAdd };
+  enum class Handling { kRead, kReadAndDelete, kAdd, kAddMissed };
   void StoreEntries(SIMBox& box, std::string block, const DateNames& names, Handling handling);
   void StoreEntry(SIMBox& box, std::string_view entry, const DateNames& names, Handling handling);
   void LogRemark(const DecodedEntry& decoded);
@@ -70,6 +70,7 @@ class MessageReader : DialoguePart {
   PendingError error_;
   std::size_t leftBehind_ = 0;  // messages that the store had no room for
   std::vector<std::int16_t> added_;
+  std::vector<std::int16_t> missed_;  // the locations where AddPlace failed
   std::size_t reportCount_ = 0;
 };
 

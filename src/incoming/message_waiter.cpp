@@ -149,10 +149,7 @@ void MessageWaiter::NoteUsage() {
 PendingError MessageWaiter::ReadArrival(SIMBox& box, const Arrival& arrival) {
   if (arrival.kind == Arrival::Kind::kPlace) {
     PendingError error = ReadPlace(box, arrival);
-    if (error) {
-      arrivals_.SetPlaceUnknown(true);  // it is listed the next time
-      readsAgain_ = true;
-    }
+    if (error) arrivals_.SetPlaceUnknown(true);  // it is listed the next time
     return error;
   }
   const auto known = std::find(unacknowledged_.begin(), unacknowledged_.end(), arrival.entry);

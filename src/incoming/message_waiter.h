@@ -59,7 +59,7 @@ class MessageWaiter : DialoguePart {
   PendingError error_;
   std::uint32_t lookedTick_ = 0;  // when the modem was asked last
   int lookedConnection_ = -1;     // and under which connection
-  // A reading failed: what it was about may count as read by now, and would not be listed as unread again.
+  // A listing failed: what it was about may count as read by now, and would not be listed as unread again.
   bool readsAgain_ = false;
   std::deque<std::string> unacknowledged_;  // entries that the network may deliver again
 };
