@@ -2,6 +2,7 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <csignal>
 
 // After Watch, the first of them is only kept, so that the program can end in order; a second one ends it at once. One
@@ -17,19 +18,19 @@ class EndSignals {
       sigaction(signal, &action, nullptr);
     }
   }
-  // The one that came; 0 as long as none has.
+  // The one that came; 0 as long as none has. From any thread.
   static int Received() { return received_; }
 
  private:
   static void Keep(int signal) {
-    if (received_ == 0) {
-      received_ = signal;
-    } else {
+    int none = 0;
+    if (!received_.compare_exchange_strong(none, signal)) {
       std::signal(signal, SIG_DFL);
       std::raise(signal);
     }
   }
 
   static constexpr std::array kSignals = {SIGINT, SIGTERM, SIGHUP};
-  static inline volatile std::sig_atomic_t received_ = 0;
+  static inline std::atomic<int> received_ = 0;
+  static_assert(std::atomic<int>::is_always_lock_free);
 };

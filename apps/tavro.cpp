@@ -1,14 +1,21 @@
 // tavro: short messages from the command line.
 //
 // Exit codes: 0 done; 1 the modem or the network refused, with the error's code and text on standard error; 2 the
-// command line is not understood; 128 and the signal's number when SIGINT, SIGTERM or SIGHUP ended it early.
+// command line is not understood; 3 a message was not delivered, 4 that is not known yet (send --wait); 128 and the
+// signal's number when SIGINT, SIGTERM or SIGHUP ended it early.
+#include <fcntl.h>
+#include <unistd.h>
+
 #include <CLI/CLI.hpp>
+#include <chrono>
+#include <cstddef>
 #include <cstdint>
 #include <cstring>
 #include <exception>
 #include <iostream>
 #include <iterator>
 #include <map>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <vector>
@@ -16,10 +23,15 @@
 #include "base/text.h"
 #include "end_signals.h"
 #include "tavro_commands.h"
+#include "tavro_delivery.h"
+#include "tavro_output.h"
+#include "tavro_ports.h"
+#include "tavro_watch.h"
 
 namespace {
 
-constexpr int kDone = 0, kFailed = 1, kUsage = 2, kSignalled = 128;
+constexpr int kDone = 0, kFailed = 1, kUsage = 2, kNotDelivered = 3, kDeliveryUnknown = 4, kSignalled = 128;
+constexpr int kLongestWait = 2147483;  // s
 
 using Choices = std::map<std::string, std::int16_t>;
 const Choices kLongMessageActions = {{"truncate", tavro::MessageTruncate},
@@ -41,7 +53,17 @@ CLI::Option* AddChoice(CLI::App& app, const char* name, std::int16_t& value, con
   return app.add_option_function<std::string>(name, store, description)->check(CLI::IsMember(&choices))->type_name("");
 }
 
-void AddConnectionOptions(CLI::App& app, ConnectionArguments& arguments) {
+// An option that takes a time in seconds.
+CLI::Option* AddSeconds(CLI::App& app, const char* name, std::optional<std::chrono::seconds>& value, int least,
+                        const char* description) {
+  const auto store = [&](int seconds) { value = std::chrono::seconds(seconds); };
+  return app.add_option_function<int>(name, store, description)
+      ->check(CLI::Range(least, kLongestWait).description(""))
+      ->type_name("SECONDS");
+}
+
+// Returns the options of which one is needed.
+CLI::Option_group* AddConnectionOptions(CLI::App& app, ConnectionArguments& arguments) {
   CLI::Option_group* line = app.add_option_group("Line", "Where the modem is");
   line->add_option("-d,--device", arguments.device,
                    "Device of the modem: /dev/ttyUSB0, tcp://host:port, rfc2217://host:port");
@@ -62,9 +84,12 @@ void AddConnectionOptions(CLI::App& app, ConnectionArguments& arguments) {
       "Talk to the modem as the COM component does: slower, and what is not understood is deleted while reading");
   app.add_flag("--wide-references", arguments.wideReferences, "Number long messages with 16 bits");
   app.add_flag("--last-pin-attempt", arguments.lastPinAttempt, "Send the PIN also when a wrong one would lock the SIM");
+  app.add_flag("--recover", arguments.recovers,
+               "When the modem does not answer any more: ask again, restart it, open the port anew");
+  return line;
 }
 
-CLI::App* AddSend(CLI::App& app, SendArguments& arguments) {
+CLI::App* AddSend(CLI::App& app, SendArguments& arguments, std::optional<std::chrono::seconds>& wait) {
   CLI::App* send = app.add_subcommand("send", "Send a text and print its message references");
   send->add_option("NUMBER", arguments.number, "Phone number")->type_name("")->required();
   send->add_option("TEXT", arguments.text, "The text; - reads it from standard input")->type_name("")->required();
@@ -76,6 +101,9 @@ CLI::App* AddSend(CLI::App& app, SendArguments& arguments) {
             "What to do with a text that does not fit one message")
       ->default_str("concatenate");
   send->add_option("--validity", arguments.validity, "How long to keep trying: 30M, 12H, 1D, 2W")->default_str("1D");
+  send->add_flag("--report", arguments.wantsReport, "Ask for a report on the delivery, which watch prints");
+  AddSeconds(*send, "--wait", wait, 1,
+             "Ask for it, wait until it comes, print what it says: exit status 0 delivered, 3 failed, 4 not known yet");
   return send;
 }
 
@@ -104,6 +132,33 @@ CLI::App* AddList(CLI::App& app, ListArguments& arguments) {
   return list;
 }
 
+CLI::App* AddWatch(CLI::App& app, WatchArguments& arguments) {
+  CLI::App* watch = app.add_subcommand("watch", "Print the unread messages, then what comes, reports on sent ones too");
+  watch->add_flag("--json", arguments.json, "Print JSON, one object a line");
+  watch->add_flag("--delete", arguments.deletes, "Delete each message once it is printed");
+  AddSeconds(*watch, "--seconds", arguments.limit, 0, "End after so long; otherwise at SIGINT or SIGTERM");
+  return watch;
+}
+
+CLI::App* AddPorts(CLI::App& app, PortsArguments& arguments) {
+  CLI::App* ports = app.add_subcommand("ports", "List the serial devices of this machine; needs no --device");
+  ports->add_flag("--probe", arguments.probe, "Ask what answers at each, and say which one to use");
+  ports->add_flag("--json", arguments.json, "Print JSON");
+  return ports;
+}
+
+int StatusOf(tavro::DeliveryState state) {
+  if (!tavro::IsFinal(state)) return kDeliveryUnknown;
+  return state >= tavro::DeliveryState::kGivenUp ? kNotDelivered : kDone;
+}
+
+// A device must not be opened as a standard stream that is not there. What stands for it cannot be used.
+void FillStandardStreams() {
+  for (const int stream : {STDIN_FILENO, STDOUT_FILENO, STDERR_FILENO}) {
+    if (fcntl(stream, F_GETFD) < 0) open("/dev/null", stream == STDIN_FILENO ? O_WRONLY : O_RDONLY);
+  }
+}
+
 int Run(int argc, char** argv) {
   CLI::App app{"Send and receive short messages through a GSM modem on a serial port.", "tavro"};
   app.require_subcommand(1);
@@ -114,18 +169,22 @@ int Run(int argc, char** argv) {
   SendArguments sendArguments;
   PushArguments pushArguments;
   ListArguments listArguments;
+  WatchArguments watchArguments;
+  PortsArguments portsArguments;
+  std::optional<std::chrono::seconds> deliveryWait;
   bool infoAsJson = false, deleteJoined = false;
   std::int16_t deleteIndex = 0;
   bool ussdAsJson = false;
   std::string atCommand, ussdCode;
   std::vector<std::string> ussdReplies;
 
-  AddConnectionOptions(app, connection);
+  CLI::Option_group* line = AddConnectionOptions(app, connection);
   CLI::App* info = app.add_subcommand("info", "Show what modem, SIM and network say of themselves");
   info->add_flag("--json", infoAsJson, "Print JSON");
-  CLI::App* send = AddSend(app, sendArguments);
+  CLI::App* send = AddSend(app, sendArguments, deliveryWait);
   CLI::App* push = AddPush(app, pushArguments);
   CLI::App* list = AddList(app, listArguments);
+  CLI::App* watch = AddWatch(app, watchArguments);
   CLI::App* remove = app.add_subcommand("delete", "Delete one received message");
   remove->add_option("INDEX", deleteIndex, "Its number in the list of all messages")->type_name("")->required();
   remove->add_flag("--joined", deleteJoined, "The number is from a list with --joined");
@@ -137,11 +196,22 @@ int Run(int argc, char** argv) {
   ussd->add_flag("--json", ussdAsJson, "Print JSON");
   CLI::App* command = app.add_subcommand("command", "Send one AT command and print the answer");
   command->add_option("COMMAND", atCommand, "The command, such as AT+CSQ")->type_name("")->required();
+  CLI::App* ports = AddPorts(app, portsArguments);
+  ports->preparse_callback([&](std::size_t) { line->require_option(0); });
 
   try {
     app.parse(argc, argv);
-    if (*remove && connection.memory == ConnectionArguments::kAllMemories) {
+    sendArguments.wantsReport = sendArguments.wantsReport || deliveryWait;
+    if (*ports && line->count_all() > 0) throw CLI::ValidationError("ports", "it lists all devices, and takes none");
+    const bool isAllMemories = connection.memory == ConnectionArguments::kAllMemories;
+    if (*remove && isAllMemories) {
       throw CLI::ValidationError("--memory", "a number stands for a message of one memory: SM or ME");
+    }
+    if (*watch && isAllMemories) throw CLI::ValidationError("--memory", "messages come into one memory: SM or ME");
+    if (connection.classic && (sendArguments.wantsReport || watchArguments.deletes)) {
+      throw CLI::ValidationError("--classic",
+                                 "without --report, --wait and --delete: it deletes reports unread, and "
+                                 "knows messages by numbers that change");
     }
   } catch (const CLI::ParseError& error) {
     return app.exit(error) == 0 ? kDone : kUsage;
@@ -150,9 +220,17 @@ int Run(int argc, char** argv) {
   // Whoever types the text keeps no modem waiting, and may end the program as any other.
   if (*send && sendArguments.text == "-") sendArguments.text = ReadStandardInput();
   EndSignals::Watch();
+  if (*ports) {
+    ListPorts(portsArguments);
+    return kDone;
+  }
   Session session(connection);
   if (*info) session.Info(infoAsJson);
-  if (*send) session.Send(sendArguments);
+  if (*send) {
+    const std::u16string references = session.Send(sendArguments);
+    if (deliveryWait) return StatusOf(AwaitDelivery(session, references, *deliveryWait));
+  }
+  if (*watch) Watch(session, watchArguments);
   if (*push) session.Push(pushArguments);
   if (*list) session.List(listArguments);
   if (*remove) session.Delete(deleteIndex, deleteJoined);
@@ -165,6 +243,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 int main(int argc, char** argv) {
+  FillStandardStreams();
   try {
     const int exitCode = Run(argc, argv);
     if (!std::cout.flush()) throw std::runtime_error("cannot write the output");
@@ -174,7 +253,7 @@ int main(int argc, char** argv) {
       std::cerr << "tavro: ended by signal " << signal << " (" << strsignal(signal) << ")\n";
       return kSignalled + signal;
     }
-    std::cerr << "tavro: " << error.what() << '\n';
+    std::cerr << "tavro: " << Printable(std::string(error.what())) << '\n';
     return kFailed;
   }
 }

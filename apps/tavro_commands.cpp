@@ -1,39 +1,28 @@
 #include "tavro_commands.h"
 
 #include <algorithm>
-#include <cstddef>
 #include <iostream>
-#include <nlohmann/json.hpp>
+#include <utility>
 #include <vector>
 
 #include "base/error_codes.h"
 #include "end_signals.h"
 #include "outgoing/encodings.h"
+#include "tavro_output.h"
 
 namespace {
 
-using Json = nlohmann::ordered_json;
 using tavro::FromUtf8, tavro::ToUtf8;
 
-tavro::Options OptionsFor(const ConnectionArguments& arguments) {
+tavro::Options OptionsFor(const ConnectionArguments& arguments, std::function<bool()> interrupted) {
   tavro::Options options;
   options.dialogue = arguments.classic ? tavro::Dialogue::kClassic : tavro::Dialogue::kPrompt;
   options.wideReferences = arguments.wideReferences;
   options.sendsPinOnLastAttempt = arguments.lastPinAttempt;
   if (!arguments.device.empty()) options.devices[1] = arguments.device;
-  options.interrupted = [] { return EndSignals::Received() != 0; };
+  if (arguments.recovers) options.recovery = {.repeats = true, .restarts = true, .reopens = true};
+  options.interrupted = std::move(interrupted);
   return options;
-}
-
-std::string Dump(const Json& json) { return json.dump(2, ' ', false, Json::error_handler_t::replace); }
-
-// A message comes from anybody: its control characters must not reach the terminal.
-std::u16string Printable(std::u16string text) {
-  for (char16_t& c : text) {
-    const bool control = c < 0x20 || (c >= 0x7F && c < 0xA0);
-    if (control && c != u'\n') c = c == u'\r' || c == u'\t' ? u' ' : u'?';
-  }
-  return text;
 }
 
 // The final result codes for a failure (3GPP TS 27.007, 9.2).
@@ -45,7 +34,8 @@ bool IsRefusal(const std::string& answer) {
 }  // namespace
 
 Session::Session(const ConnectionArguments& arguments)
-    : allMemories_(arguments.memory == ConnectionArguments::kAllMemories), sms_(OptionsFor(arguments)) {
+    : allMemories_(arguments.memory == ConnectionArguments::kAllMemories),
+      sms_(OptionsFor(arguments, [this] { return interrupted_ ? interrupted_() : EndSignals::Received() != 0; })) {
   if (!arguments.logFolder.empty()) {
     sms_.SetLogFolderPath(FromUtf8(arguments.logFolder));
     Check();
@@ -60,12 +50,14 @@ Session::Session(const ConnectionArguments& arguments)
   Check();
   sms_.SetModemInitString(FromUtf8(arguments.initString));
   if (!arguments.pin.empty()) sms_.SetPIN(FromUtf8(arguments.pin));
-  Check(sms_.Connect());
+  Connect();
   if (!arguments.memory.empty() && !allMemories_) {
     sms_.SetMessageMemory(FromUtf8(arguments.memory));
     Check(false);
   }
 }
+
+void Session::Connect() { Check(sms_.Connect()); }
 
 void Session::Check(bool isDone) {
   const std::int32_t code = sms_.ErrorCode();
@@ -119,7 +111,7 @@ void Session::Info(bool json) {
     }
     result[item.key] = value;
     if (json) continue;
-    if (!value.is_array()) std::cout << item.label << ": " << shown << '\n';
+    if (!value.is_array()) std::cout << item.label << ": " << Printable(shown) << '\n';
     for (const Json& memory : value.is_array() ? value : Json::array()) {
       std::cout << "Memory " << memory["name"].get<std::string>() << ": " << memory["used"] << " of " << memory["total"]
                 << '\n';
@@ -131,7 +123,7 @@ void Session::Info(bool json) {
   }
 }
 
-void Session::Send(const SendArguments& arguments) {
+std::u16string Session::Send(const SendArguments& arguments) {
   const std::u16string text = FromUtf8(arguments.text);
   const std::int16_t fittingCoding = tavro::FitsGsmAlphabet(text) ? 7 : 16;  // what it lacks would be question marks
   sms_.SetCharacter(arguments.coding == 0 ? fittingCoding : arguments.coding);
@@ -142,9 +134,12 @@ void Session::Send(const SendArguments& arguments) {
     sms_.SetValidity(FromUtf8(arguments.validity));
     Check();
   }
+  sms_.SetStatusReport(arguments.wantsReport);
+  Check();
   const auto references = sms_.SendSMS(FromUtf8(arguments.number), text, arguments.flash);
   Check(references.has_value());
-  std::cout << ToUtf8(references.value_or(u"")) << '\n';
+  std::cout << ToUtf8(references.value_or(u"")) << std::endl;
+  return references.value_or(u"");
 }
 
 void Session::Push(const PushArguments& arguments) {
@@ -200,18 +195,6 @@ void Session::ForEachMemory(const std::function<void(const std::string& memory)>
   if (!found) throw OperationFailed(failure);
 }
 
-void Session::Print(const tavro::Message& message, bool numbered, const std::string& memory) {
-  if (!memory.empty()) std::cout << memory << "  ";
-  if (numbered) std::cout << message.Index() << "  ";
-  std::cout << ToUtf8(Printable(message.Phone())) << "  " << ToUtf8(message.TimeStampRFC()) << '\n';
-  std::u16string text = Printable(message.Text());
-  for (std::size_t lineEnd = text.find(u'\n'); lineEnd != std::u16string::npos;
-       lineEnd = text.find(u'\n', lineEnd + 1)) {
-    text.insert(lineEnd + 1, u"    ");
-  }
-  std::cout << "    " << ToUtf8(text) << '\n';
-}
-
 void Session::List(const ListArguments& arguments) {
   const bool numbered = arguments.type == ListArguments::kAll;
   Json list = Json::array();
@@ -225,11 +208,7 @@ void Session::List(const ListArguments& arguments) {
       Json entry = Json::object();
       if (!memory.empty()) entry["memory"] = memory;
       if (numbered) entry["index"] = message.Index();
-      entry["from"] = ToUtf8(message.Phone());
-      entry["text"] = ToUtf8(message.Text());
-      entry["time"] = ToUtf8(message.TimeStampRFC());
-      entry["timeZone"] = message.TimeZone();
-      entry["serviceCentre"] = ToUtf8(message.SMSC());
+      entry.update(JsonOf(message));
       list.push_back(std::move(entry));
     }
   });
@@ -268,7 +247,7 @@ void Session::Ussd(const std::string& code, const std::vector<std::string>& repl
     const auto answer = sms_.SendUSSD(FromUtf8(*sent));
     Check(answer.has_value());
     expectsReply = answer->expectsReply;
-    if (!json) std::cout << ToUtf8(Printable(answer->text)) << std::endl;
+    if (!json) std::cout << Printable(answer->text) << std::endl;
     answers.push_back({{"text", ToUtf8(answer->text)}, {"expectsReply", expectsReply}});
   }
   if (json) std::cout << Dump(answers) << '\n';

@@ -5,6 +5,7 @@
 #include <functional>
 #include <stdexcept>
 #include <string>
+#include <utility>
 #include <vector>
 
 #include "platform/utf8.h"
@@ -24,6 +25,7 @@ struct ConnectionArguments {
   bool classic = false;    // the classic manner of dialogue
   bool wideReferences = false;
   bool lastPinAttempt = false;
+  bool recovers = false;  // a modem that hangs
 };
 
 struct SendArguments {
@@ -33,6 +35,7 @@ struct SendArguments {
   std::int16_t longMessage = tavro::MessageConcatenate;
   std::string validity;  // empty: the component's own
   bool flash = false;
+  bool wantsReport = false;  // on the delivery
 };
 
 struct PushArguments {
@@ -64,7 +67,8 @@ class Session {
   explicit Session(const ConnectionArguments& arguments);
 
   void Info(bool json);
-  void Send(const SendArguments& arguments);
+  // Returns the references that it printed.
+  std::u16string Send(const SendArguments& arguments);
   void Push(const PushArguments& arguments);
   void List(const ListArguments& arguments);
   // The message that List shows under this number when it lists all of one memory, joined or not.
@@ -75,15 +79,21 @@ class Session {
   void Ussd(const std::string& code, const std::vector<std::string>& replies, bool json);
   void Command(std::string command);
 
- private:
+  // For commands of their own.
+  tavro::SMS& Sms() { return sms_; }
+  void Connect();
   // Throws when the last call failed. The log's error may hide another one: `isDone` says what the call itself told.
   void Check(bool isDone = true);
+  // What ends a call early (Options::interrupted) in place of EndSignals; nothing puts these back.
+  void SetInterrupted(std::function<bool()> interrupted) { interrupted_ = std::move(interrupted); }
+
+ private:
   void ReadInbox(const ListArguments& arguments);
   // Once with each memory selected, its name as the argument, or with "" and the memory as it is. One that the modem
   // does not have is left out with a note.
   void ForEachMemory(const std::function<void(const std::string& memory)>& use);
-  void Print(const tavro::Message& message, bool numbered, const std::string& memory = {});
 
   const bool allMemories_;
+  std::function<bool()> interrupted_;
   tavro::SMS sms_;
 };

@@ -1,0 +1,30 @@
+// How `tavro` shows things: as text for people, whose control characters must not reach the terminal when they come
+// from outside, and as JSON.
+#pragma once
+
+#include <nlohmann/json.hpp>
+#include <string>
+
+#include "tavro/message.h"
+#include "tavro/status_report.h"
+
+using Json = nlohmann::ordered_json;
+
+// UTF-8 without control characters but line feeds.
+std::string Printable(std::u16string text);
+std::string Printable(const std::string& text);
+// The same on one line.
+std::string PrintableLine(const std::u16string& text);
+
+std::string Dump(const Json& json);
+// On one line.
+std::string DumpLine(const Json& json);
+
+// "delivered", "given up" ...
+const char* NameOf(tavro::DeliveryState state);
+
+Json JsonOf(const tavro::Message& message);
+Json JsonOf(const tavro::StatusReport& report);
+// Both on standard output, behind the message's number and memory where these are told.
+void Print(const tavro::Message& message, bool numbered = false, const std::string& memory = {});
+void Print(const tavro::StatusReport& report);
