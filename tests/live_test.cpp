@@ -303,6 +303,28 @@ TEST(LiveInbox, ARefreshThatFailsTakesNothingAway) {
   EXPECT_GT(failures, 20);
 }
 
+// Also when it is back at once: the next call connects anew and misses nothing.
+TEST(LiveInbox, WaitReturnsOnLoss) {
+  Live live;
+  EXPECT_FALSE(live.Wait(0));
+  live.After(1000, [&] {
+    live.modem.LoseLine();
+    live.modem.RestoreLine();
+    live.modem.Store(Letter("61"));
+  });
+  EXPECT_FALSE(live.Wait(60000));
+  EXPECT_EQ(live.sms.ErrorCode(), 1012);
+  EXPECT_LE(live.line->Elapsed(), 1100);
+  EXPECT_TRUE(live.Wait(0));
+  EXPECT_EQ(live.Texts(), "a");
+  // A modem that tells of its restart has forgotten all.
+  live.After(1000, [&] { live.Says("RDY"); });
+  EXPECT_FALSE(live.Wait(60000));
+  EXPECT_EQ(live.sms.ErrorCode(), 1012);
+  EXPECT_FALSE(live.Wait(0));
+  EXPECT_EQ(live.sms.ErrorCode(), 0);
+}
+
 // A modem that restarts by itself tells of nothing any more.
 TEST(LiveInbox, AModemThatForgotItsSettingsIsConnectedAnew) {
   Live live;
@@ -325,8 +347,10 @@ TEST(LiveInbox, WhatIsDeliveredDirectlyIsKeptAndComesOnce) {
   live.Says(Direct("+CMT: ,", Letter("61")));  // the network has heard of no acknowledgement
   EXPECT_FALSE(live.Wait(0));
   live.Says(Direct("+CMT: ,", Letter("62")));
-  live.modem.Store(Letter("63"), 1);
+  live.After(100, [&] { live.Says(Direct("+CMT: ,", Letter("62"))); });
   EXPECT_TRUE(live.Wait(0));
+  EXPECT_FALSE(live.Wait(200));
+  live.modem.Store(Letter("63"), 1);
   EXPECT_TRUE(live.sms.Inbox()->Refresh());
   EXPECT_EQ(live.Texts(), "b|c");
   live.modem.ForgetReceived();
@@ -373,6 +397,21 @@ TEST(StatusReports, WaysInWhichTheyCome) {
   }
 }
 
+// The place may be another message's behind a new connection, until it is listed again.
+TEST(StatusReports, AreDeletedFromThePlaceWhereTheyAre) {
+  Live live;
+  live.Comes(Report());
+  EXPECT_FALSE(live.Wait(0));
+  live.sms.Disconnect();
+  EXPECT_TRUE(live.sms.Connect());
+  live.modem.ForgetReceived();
+  EXPECT_EQ(live.sms.StatusReports().size(), 1U);
+  EXPECT_THAT(live.modem.CommandTexts(), IsEmpty());
+  EXPECT_FALSE(live.Wait(0));
+  EXPECT_EQ(live.sms.StatusReports().size(), 1U);
+  EXPECT_THAT(live.Locations(), IsEmpty());
+}
+
 TEST(StatusReports, AreMatchedToTheMessage) {
   using S = DeliveryState;
   ModemSettings settings;
@@ -395,6 +434,7 @@ TEST(StatusReports, AreMatchedToTheMessage) {
       {"expired", {}, {Report("46")}, S::kFailed},
       {"given up", {}, {Report("62")}, S::kGivenUp},
       {"replaced", {}, {Report("02")}, S::kReplaced},
+      {"to somebody else", {}, {"07911326040000F006050B911346610099F6208062917314082080629173140800"}, S::kUnknown},
   };
   for (const auto& c : kCases) {
     SCOPED_TRACE(c.name);

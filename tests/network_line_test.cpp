@@ -77,7 +77,7 @@ std::string AllOctets() {
 
 TEST(TcpLine, MovesOctetsWithinTheTimeOuts) {
   LoopbackServer server;
-  Client client(server.Address("TCP", "localhost"));  // whose first address may be one that nobody listens at
+  Client client(server.Address("TCP", "127.0.0.1"));  // whose first address may be one that nobody listens at
   ASSERT_GT(client.port, 0) << client.Error();
   ASSERT_TRUE(server.Accept());
   EXPECT_TRUE(client.Set("baud=115200 parity=E data=7 stop=2"));
@@ -144,7 +144,7 @@ TEST(NetworkOpen, FailsWithAClearError) {
     std::string address, error, orElse;
   } cases[] = {
       {gone.Address("tcp"), "111 Connection refused", ""},
-      {gone.Address("rfc2217", "LOCALHOST"), "111 Connection refused", ""},
+      {gone.Address("rfc2217", "127.0.0.1"), "111 Connection refused", ""},
       // Where there is no name server that could say so, the second.
       {"tcp://nonexistent.invalid:1", "30102 Name or service not known", "30103 Temporary failure in name resolution"},
       {"tcp://[::zz]:1", "30102 Name or service not known", "30103 Temporary failure in name resolution"},

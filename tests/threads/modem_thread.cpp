@@ -33,7 +33,7 @@ ModemThread::ModemThread(LineKind kind)
     : kind_(kind), link_(FreshLink()), wake_(CheckCall(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK), "eventfd")) {
   modem_.Settings().echo = false;
   line_ = MakeLine();
-  device_ = kind_ == LineKind::kTcp ? "tcp://localhost" + place_.substr(place_.rfind(':')) : link_;
+  device_ = kind_ == LineKind::kTcp ? "tcp://127.0.0.1" + place_.substr(place_.rfind(':')) : link_;
   thread_ = std::thread([this] { Run(); });
 }
 

@@ -29,7 +29,7 @@ class ModemThread {
   explicit ModemThread(LineKind kind);
   ~ModemThread();
 
-  // Which name the device at COM1 has: a symbolic link to the pseudo-terminal, or the host "localhost".
+  // Which name the device at COM1 has: a symbolic link to the pseudo-terminal, or the host 127.0.0.1.
   Options DeviceOptions() const { return {.devices = {{1, device_}}}; }
 
   // Runs an action in the modem's thread: so many microseconds from now, or now, which is waited for.
