@@ -199,11 +199,13 @@ void AtExchange::Purge() {
 bool AtExchange::Write(std::string_view data) { return std::cmp_equal(WriteOctets(data), data.size()); }
 
 std::int32_t AtExchange::WriteOctets(std::string_view data) {
+  mayBeWritten_ = false;
   if (platform_.IsInterrupted()) return -1;
   written_ = data;
   ++writeCount_;
   unanswered_ = true;
   const std::int32_t count = comm_.CommWrite(settings_.portNumber, data);
+  mayBeWritten_ = count < 0;
   sinceWritten_ = WholeSecondWait(platform_, settings_.timeout);
   return count;
 }

@@ -54,6 +54,8 @@ class AtExchange {
   void Purge();
   // Whether all of it was written.
   bool Write(std::string_view data);
+  // Whether the last Write failed in a way that does not say how much went out: all of it perhaps.
+  bool MayBeWritten() const { return mayBeWritten_; }
   // Ends the input that the modem's prompt asked for, without sending it (ESC); also when the program wants to end.
   void CancelInput();
   // The port's error number after a failed Write.
@@ -125,6 +127,7 @@ class AtExchange {
   std::uint32_t lastCommandTick_;
   WholeSecondWait sinceWritten_;
   std::uint32_t writeCount_ = 0;
+  bool mayBeWritten_ = false;
 
   // Of the prompt manner.
   std::string written_;          // what the answer is to

@@ -55,6 +55,9 @@ std::string ConfirmedReference(std::string_view response) {
   return confirmed ? ReferenceIn(response) : std::string();
 }
 
+// Without a last line that has not ended: more digits may be missing.
+std::string_view WholeLines(std::string_view response) { return response.substr(0, response.find_last_of("\r\n") + 1); }
+
 // Whether a line of it says that the modem refused the command and so waits for nothing more.
 bool HoldsErrorLine(std::string_view response) {
   const std::string upper = Upper(response);
@@ -127,8 +130,10 @@ SubmissionResult Submission::Attempt(const std::string& pdu, bool first, const S
   log_.WriteLog("PDU: " + pdu);
   if (!written) {
     LogPortError();
+    const bool mayBeOut = manner_.sendsOnce && exchange_.MayBeWritten();
     CancelPrompt();
     connection_.DisconnectModem();
+    if (mayBeOut) return {{}, InvalidResult(errors, "Result unknown"), true};
     return {{}, errors.submitError};
   }
 
@@ -198,7 +203,7 @@ SubmissionResult Submission::AwaitResult(const SubmissionErrors& errors) {
 
 // What came of a PDU that the modem did not confirm. Only a clear refusal says that the message is not out.
 SubmissionResult Submission::JudgeOnce(std::string response, const SubmissionErrors& errors) {
-  if (std::string reference = ReferenceIn(response); !reference.empty()) return {std::move(reference), {}};
+  if (std::string reference = ReferenceIn(WholeLines(response)); !reference.empty()) return {std::move(reference), {}};
   const auto cause = SubmitCauseIn(response);
   const std::string words = cause && !cause->text.empty() ? " (" + std::string(cause->text) + ")" : "";
   if (cause && cause->kind != SubmitCause::Kind::kUnclear) {
@@ -217,7 +222,7 @@ SubmissionResult Submission::JudgeOnce(std::string response, const SubmissionErr
     return !late.empty();
   });
   log_.WriteLog("Modem Response: " + late);
-  if (std::string reference = ReferenceIn(late); !reference.empty()) return {std::move(reference), {}};
+  if (std::string reference = ReferenceIn(WholeLines(late)); !reference.empty()) return {std::move(reference), {}};
   if (!settings_.recovery.IsAllowed()) connection_.DisconnectModem();  // otherwise it is recovered the next time
   return {{}, unknown(), true};
 }

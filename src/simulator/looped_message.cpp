@@ -57,12 +57,12 @@ std::optional<std::string> OctetsFromHex(std::string_view hex) {
 }
 
 std::string HexFromOctets(std::string_view octets) {
-  constexpr char kDigits[] = "0123456789ABCDEF";
+  constexpr char kHexDigits[] = "0123456789ABCDEF";
   std::string hex;
   hex.reserve(octets.size() * 2);
   for (const char octet : octets) {
-    hex += kDigits[Octet(octet) >> 4];
-    hex += kDigits[Octet(octet) & 15];
+    hex += kHexDigits[Octet(octet) >> 4];
+    hex += kHexDigits[Octet(octet) & 15];
   }
   return hex;
 }

@@ -59,7 +59,7 @@ CommandResult TextParameters(ModemState& modem, const AtCommand& command) {
   if (command.kind != Kind::kSet || values.size() > 4) return MessageError(kCmsBadTextParameter);
   // What is not named stays, the validity too unless its format changes.
   int octets[] = {parameters.firstOctet, 0, parameters.protocol, parameters.coding};
-  for (const std::size_t i : {0, 2, 3}) {
+  for (const std::size_t i : {std::size_t{0}, std::size_t{2}, std::size_t{3}}) {
     if (i >= values.size() || values[i].empty()) continue;
     const std::optional<int> value = WholeNumber(values[i]);
     if (!value || *value > 255) return MessageError(kCmsBadTextParameter);
