@@ -73,6 +73,18 @@ HRESULT CallAbout(const wchar_t* programId) {
   return SUCCEEDED(result) && about.Text().find(L"Tavro 1.8 SMS Component") != 0 ? E_FAIL : result;
 }
 
+// The thread that COM makes for the single-threaded objects of a multithreaded apartment, found by its window; null
+// when there is none. `ownThread` has such a window too.
+HANDLE HostThread(DWORD ownThread) {
+  HWND window = nullptr;
+  while ((window = FindWindowExW(HWND_MESSAGE, window, L"OleMainThreadWndClass", nullptr))) {
+    DWORD process = 0;
+    const DWORD thread = GetWindowThreadProcessId(window, &process);
+    if (process == GetCurrentProcessId() && thread != ownThread) return OpenThread(SYNCHRONIZE, FALSE, thread);
+  }
+  return nullptr;
+}
+
 }  // namespace
 
 ComPtr<_SMS> CreateConnected(const wchar_t* port) {
@@ -104,12 +116,19 @@ std::wstring TextOf(_Message* message) {
 }
 
 void OnMultithreadedApartment(const std::function<void()>& run) {
+  const DWORD ownThread = GetCurrentThreadId();
+  HANDLE hostThread = nullptr;
   std::thread([&] {
     CoInitializeEx(nullptr, COINIT_MULTITHREADED);
     run();
+    hostThread = HostThread(ownThread);
     CoUninitialize();
   }).join();
-  Sleep(200);  // the object's apartment is ending too, and Wine may crash when the process ends at the same moment
+  if (!hostThread) return;
+  // CoUninitialize does not wait for it, and Wine 8 crashes when a process ends while one of its threads is leaving:
+  // the signal that is to kill the thread finds a part of it gone.
+  WaitForSingleObject(hostThread, 10000);
+  CloseHandle(hostThread);
 }
 
 void CheckCreation(const wchar_t*) {
