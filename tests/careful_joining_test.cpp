@@ -5,6 +5,7 @@
 #include <random>
 #include <set>
 
+#include "incoming/deliver_decoding.h"
 #include "incoming/sim_box.h"
 
 namespace tavro {
@@ -163,6 +164,30 @@ TEST(CarefulJoining, AJoinedMessageHasWhatItsPartsHave) {
 
 // However the parts lie: a message removes the records that it shows, each record belongs to one message at most, and
 // after a day to exactly one.
+TEST(CarefulJoining, AnEscapeAndItsCodeInDifferentParts) {
+  const std::string start = "0791947101670000440C919471103254760000423050417090400905000307";
+  const struct {
+    std::string first, second;
+    std::u16string text;
+  } cases[] = {
+      {"0201C21B", "02025262", u"a}b"},
+      {"0201C21B", "0202C462", u"abb"},       // which is nothing else behind an escape
+      {"0301C21B", "03035262", u"a[...])b"},  // a part is missing between them
+      {"0201361B", "02025262", u" )b"},       // the escape of an escape
+      {"0201C262", "0202C41B", u"abb"},       // nothing follows
+  };
+  for (const auto& [first, second, text] : cases) {
+    SIMBox box{std::weak_ptr<IncomingServices>()};
+    for (const std::string& entry : {"1,1,,27\r\n" + start + first, "2,1,,27\r\n" + start + second}) {
+      EXPECT_TRUE(box.AddRecord(DecodeStoredMessage(entry, DateNames{}, kPromptManner).record));
+    }
+    box.JoinWithCare(kStart + 5 * kDay);
+    box.BuildInbox(true);
+    ASSERT_EQ(box.InboxMessages()->size(), 1U);
+    EXPECT_EQ(box.InboxMessages()->front()->Text(), text);
+  }
+}
+
 TEST(CarefulJoining, WhatAMessageShowsIsWhatItsDeletionRemoves) {
   std::mt19937 random(5);
   for (int run = 0; run < 2000; ++run) {

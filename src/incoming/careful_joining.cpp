@@ -75,11 +75,17 @@ std::shared_ptr<const MessageContent> JoinGroup(const PartGroup& group) {
   auto details = std::make_unique<MessageDetails>();
   details->parts = first.concatTotal;
   std::int16_t shown = 0;
+  bool isEscaped = false;
   for (const ReceivedPart& part : group.parts) {
     const SIMMessage& record = *part.record;
-    if (record.concatPart != shown + 1) joined->text += kMissing;
+    const bool follows = record.concatPart == shown + 1;
+    if (!follows) joined->text += kMissing;
     shown = record.concatPart;
+    const std::size_t start = joined->text.size();
     joined->text += record.content->text;
+    const SeptetSeams& seams = record.content->details->seams;
+    if (isEscaped && follows && seams.escapedStart != 0) joined->text[start] = seams.escapedStart;
+    isEscaped = seams.endsInEscape;
     AddDetails(*details, *record.content->details);
     if (!IsComplete(group)) details->shown.push_back(shown);
   }

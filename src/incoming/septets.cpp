@@ -66,20 +66,39 @@ class TextOfCodes {
   bool escaped_ = false;
 };
 
-}  // namespace
-
-std::u16string SeptetText(std::span<const std::uint8_t> octets, std::size_t firstBit, std::size_t count,
-                          const Languages& languages) {
+template <typename Use>
+void ForEachSeptet(std::span<const std::uint8_t> octets, std::size_t firstBit, std::size_t count, Use use) {
   const std::size_t bits = octets.size() * 8;
   count = std::min(count, bits > firstBit ? (bits - firstBit) / 7 : 0);
-  TextOfCodes text(languages, count);
   for (std::size_t bit = firstBit; count > 0; --count, bit += 7) {
     const std::size_t octet = bit / 8;
     unsigned pair = octets[octet];
     if (octet + 1 < octets.size()) pair |= static_cast<unsigned>(octets[octet + 1]) << 8;
-    text.Add(pair >> bit % 8 & 0x7F);
+    use(pair >> bit % 8 & 0x7F);
   }
+}
+
+}  // namespace
+
+std::u16string SeptetText(std::span<const std::uint8_t> octets, std::size_t firstBit, std::size_t count,
+                          const Languages& languages) {
+  TextOfCodes text(languages, std::min(count, octets.size() * 8 / 7));
+  ForEachSeptet(octets, firstBit, count, [&](unsigned code) { text.Add(code); });
   return std::move(text).Text();
+}
+
+SeptetSeams SeamsOf(std::span<const std::uint8_t> octets, std::size_t firstBit, std::size_t count,
+                    const Languages& languages) {
+  SeptetSeams seams;
+  bool isFirst = true;
+  ForEachSeptet(octets, firstBit, count, [&](unsigned code) {
+    if (isFirst && code != kGsmEscape) {
+      seams.escapedStart = ExtensionCharacter(SingleShiftTable(languages.single), code);
+    }
+    isFirst = false;
+    seams.endsInEscape = code == kGsmEscape && !seams.endsInEscape;
+  });
+  return seams;
 }
 
 std::u16string CodesText(std::span<const std::uint8_t> codes, const Languages& languages) {

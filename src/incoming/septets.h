@@ -19,7 +19,17 @@ struct Languages {
 // without a character there a blank.
 std::u16string SeptetText(std::span<const std::uint8_t> octets, std::size_t firstBit, std::size_t count,
                           const Languages& languages = {});
-// The same of codes that stand in an octet each; the highest bit does not count.
+
+// Where such a text may go on in the next part of a long message, or go on from the one before: some senders part an
+// escape from its code, which the standard forbids.
+struct SeptetSeams {
+  bool endsInEscape = false;
+  char16_t escapedStart = 0;  // what the first code is behind an escape; 0 when it is nothing else than without
+};
+SeptetSeams SeamsOf(std::span<const std::uint8_t> octets, std::size_t firstBit, std::size_t count,
+                    const Languages& languages);
+
+// The text of codes that stand in an octet each; the highest bit does not count.
 std::u16string CodesText(std::span<const std::uint8_t> codes, const Languages& languages = {});
 
 }  // namespace tavro

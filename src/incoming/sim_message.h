@@ -7,6 +7,7 @@
 #include <string>
 #include <vector>
 
+#include "incoming/septets.h"
 #include "tavro/message.h"
 
 namespace tavro {
@@ -21,6 +22,7 @@ struct MessageDetails {
   std::vector<WaitingMessages> waiting;
   std::int16_t parts = 1;            // of the long message
   std::vector<std::int16_t> shown;   // their numbers, ascending; empty for all
+  SeptetSeams seams;                 // of a part in the GSM alphabet
   std::optional<std::int64_t> sent;  // seconds since 1970 UTC; nothing when the time stamp is no date
 };
 

@@ -129,8 +129,9 @@ class TolerantDecoder {
     details_.data.assign(data.begin(), data.end());
     switch (alphabet) {
       case DataCoding::Alphabet::kGsm: {
-        const std::size_t headerSeptets = (headerOctets * 8 + 6) / 7;
-        content_.text = SeptetText(userData, headerSeptets * 7, length - std::min(length, headerSeptets), languages);
+        const std::size_t headerSeptets = (headerOctets * 8 + 6) / 7, count = length - std::min(length, headerSeptets);
+        content_.text = SeptetText(userData, headerSeptets * 7, count, languages);
+        if (details_.parts > 1) details_.seams = SeamsOf(userData, headerSeptets * 7, count, languages);
         break;
       }
       case DataCoding::Alphabet::kOctets:
