@@ -3,12 +3,14 @@
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
+
 namespace tavro {
 
 GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
     : platform(std::move(systemPlatform)),
       cancellation(std::make_shared<Cancellation>(platform)),
-      log(*platform),
+      log(*platform, manner.guardsLog),
       errors(*platform, log, settings),
       comm(*platform),
       exchange(*platform, comm, errors, log, settings, manner),
@@ -52,6 +54,10 @@ void GSM::ForgetModem() {
   statusBox.Forget();
   sentMessages = {};
   reader.ForgetAdded();
+}
+
+bool GSM::Takes(std::string_view command) const {
+  return !dialogue.manner.takesSingleCommands || IsSingleCommand(command);
 }
 
 std::weak_ptr<PushServices> PushServicesOf(const std::shared_ptr<GSM>& gsm) {

@@ -78,7 +78,9 @@ bool SMS::IsConnected() { return state_->Begin()->connection.IsConnected(); }
 
 std::u16string SMS::Command(const std::u16string& atCommand) {
   const auto gsm = state_->Begin();
-  return state_->Text(gsm->exchange.SendCommand(state_->Bytes(atCommand)).Information());
+  const std::string command = state_->Bytes(atCommand);
+  if (!gsm->Takes(command)) return gsm.Fail(kInvalidCommand, std::u16string());
+  return state_->Text(gsm->exchange.SendCommand(command).Information());
 }
 
 // --- Sending ---------------------------------------------------------------------------------------------------------

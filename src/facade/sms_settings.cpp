@@ -1,6 +1,7 @@
 // The settings of the SMS object: each setter validates, stores and logs. A rejected value leaves the old one.
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "base/text.h"
 #include "facade/sms_state.h"
@@ -125,7 +126,9 @@ std::u16string SMS::ModemInitString() {
 
 void SMS::SetModemInitString(const std::u16string& command) {
   const auto gsm = state_->Begin();
-  gsm->settings.modemInitString = state_->Bytes(command);
+  std::string text = state_->Bytes(command);
+  if (!gsm->Takes(text)) return gsm->errors.SetError(kInvalidCommand);
+  gsm->settings.modemInitString = std::move(text);
 }
 
 // --- SIM -------------------------------------------------------------------------------------------------------------
@@ -134,7 +137,7 @@ void SMS::SetPIN(const std::u16string& pin) {
   const auto gsm = state_->Begin();
   gsm->settings.pin = state_->Bytes(pin);
   gsm->pin.Forget();
-  gsm->log.WriteLog("PIN: " + gsm->settings.pin);
+  gsm->log.WriteLog("PIN: " + gsm->log.Secret(gsm->settings.pin));
 }
 
 bool SMS::DisableCheckPIN() { return state_->Begin()->settings.disableCheckPin; }
