@@ -29,7 +29,7 @@ constexpr char kTexts[] = R"(
 1036 Error enabling automatic network selection; 1037 Error response to automatic network selection command;
 1038 Modem does not support PDU mode; 1039 No response to minimum functionality mode command;
 1040 Setting ME to minimum functionality mode failed; 1041 Invalid value for Modem Command Delay;
-1042 Invalid modem command;
+1042 Invalid modem command; 1043 Out of memory;
 2001 Invalid message memory setting; 2002 Modem does not support selected message memory;
 2002 Cannot read message memory setting; 2003 Cannot read modem manufacturer; 2004 SIM card is damaged;
 2005 No SIM card is inserted; 2006 Invalid PIN status response; 2007 Communication error while checking PIN status;
@@ -91,7 +91,7 @@ TEST(ErrorsTest, EveryTextIsAsDocumented) {
           kLongResultCodesNoResponse, kLongResultCodesFailed, kNumericErrorsNoResponse, kNumericErrorsFailed,
           kRegistrationCodesOffNoResponse, kModemNotFound, kNetworkSelectionNoResponse, kNetworkSelectionFailed,
           kNetworkSelectionErrorResponse, kConnectNoPduMode, kMinimumFunctionalityNoResponse,
-          kMinimumFunctionalityFailed, kInvalidModemCommandDelay, kInvalidCommand, kInvalidMessageMemory, kMessageMemoryNotSupported,
+          kMinimumFunctionalityFailed, kInvalidModemCommandDelay, kInvalidCommand, kOutOfMemory, kInvalidMessageMemory, kMessageMemoryNotSupported,
           kCannotReadMessageMemory, kCannotReadManufacturer, kSimDamaged, kNoSim, kInvalidPinStatusResponse,
           kPinStatusCommunicationError, kInvalidOrWrongPin, kInvalidOrWrongPuk, kWaitingForPuk, kUnknownErrorAfterPin,
           kPinCommunicationError, kInvalidPin, kBlankPin, kUnknownErrorSendingPin, kUnknownPinStatus,

@@ -42,7 +42,8 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
     ussd.Take(line);
     arrivals.Take(line, exchange.Heard());
   });
-  errors.SetBeginning([this] { connection.NoticeLoss(); });
+  errors.SetBeginning([this] { connection.BeginCall(); });
+  errors.SetBreakingOff([this] { connection.BreakOff(); });
   log.AttachErrorState([this](std::int32_t code, std::string_view text) { errors.SetError(code, text); });
 }
 

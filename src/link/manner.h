@@ -7,8 +7,8 @@ namespace tavro {
 
 // The classic manner is the exact behaviour that programs written for the COM component rely on. The prompt manner is
 // for native programs and the command line: an answer ends where it ends, nothing received is lost, nothing is sent
-// twice, and today's modems and networks count. Codes, texts and log lines are the same in both, but that one hides PINs
-// and control characters. Each rule is looked at in one place, which is named behind it.
+// twice, and today's modems and networks count. Codes, texts and log lines are the same in both, but that one hides
+// PINs and control characters. Each rule is looked at in one place, which is named behind it.
 struct Manner {
   // --- The exchange ---
 
