@@ -113,8 +113,8 @@ void Session::Info(bool json) {
     if (json) continue;
     if (!value.is_array()) std::cout << item.label << ": " << PrintableLine(shown) << '\n';
     for (const Json& memory : value.is_array() ? value : Json::array()) {
-      std::cout << "Memory " << PrintableLine(memory["name"].get<std::string>()) << ": " << memory["used"] << " of " << memory["total"]
-                << '\n';
+      std::cout << "Memory " << PrintableLine(memory["name"].get<std::string>()) << ": " << memory["used"] << " of "
+                << memory["total"] << '\n';
     }
   }
   if (json) std::cout << Dump(result) << '\n';

@@ -6,10 +6,10 @@
 //   auto references = sms.SendSMS(u"+919812345678", u"hello");
 //
 // Errors are values: every call, getters included, clears the last error first and reports a failure through IsError,
-// ErrorCode and ErrorDescription. Nothing throws but a constructor that there is no memory for. A call without memory is
-// broken off with 1043: what it had begun may be done all the same, and the port is closed when it was used. Calls block
-// the calling thread; an SMS object is used by one thread at a time, and any number of them may live on as many threads.
-// Text is UTF-16.
+// ErrorCode and ErrorDescription. Nothing throws but a constructor that there is no memory for. A call without memory
+// is broken off with 1043: what it had begun may be done all the same, and the port is closed when it was used. Calls
+// block the calling thread; an SMS object is used by one thread at a time, and any number of them may live on as many
+// threads. Text is UTF-16.
 #pragma once
 
 #include <cstdint>
