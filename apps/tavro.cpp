@@ -16,12 +16,14 @@
 #include <iterator>
 #include <map>
 #include <optional>
+#include <sstream>
 #include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "base/text.h"
 #include "end_signals.h"
+#include "platform/utf8.h"
 #include "tavro_commands.h"
 #include "tavro_delivery.h"
 #include "tavro_output.h"
@@ -214,7 +216,12 @@ int Run(int argc, char** argv) {
                                  "knows messages by numbers that change");
     }
   } catch (const CLI::ParseError& error) {
-    return app.exit(error) == 0 ? kDone : kUsage;
+    // What is wrong is shown as it was typed, or as somebody had it typed.
+    std::ostringstream help, wrong;
+    const int exitCode = app.exit(error, help, wrong);
+    std::cout << help.str();
+    std::cerr << Printable(tavro::FromUtf8(wrong.str()));
+    return exitCode == 0 ? kDone : kUsage;
   }
 
   // Whoever types the text keeps no modem waiting, and may end the program as any other.
@@ -253,7 +260,7 @@ int main(int argc, char** argv) {
       std::cerr << "tavro: ended by signal " << signal << " (" << strsignal(signal) << ")\n";
       return kSignalled + signal;
     }
-    std::cerr << "tavro: " << Printable(std::string(error.what())) << '\n';
+    std::cerr << "tavro: " << PrintableLine(std::string(error.what())) << '\n';
     return kFailed;
   }
 }

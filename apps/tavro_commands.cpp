@@ -64,7 +64,7 @@ void Session::Check(bool isDone) {
   if (code == 0) return;
   const std::string error = "error " + std::to_string(code) + ": " + ToUtf8(sms_.ErrorDescription());
   if (code != tavro::kCannotOpenLog.code || !isDone) throw OperationFailed(error);
-  std::cerr << "tavro: warning: " << error << '\n';
+  std::cerr << "tavro: warning: " << PrintableLine(error) << '\n';
   sms_.SetLogType(0);
 }
 
@@ -111,10 +111,10 @@ void Session::Info(bool json) {
     }
     result[item.key] = value;
     if (json) continue;
-    if (!value.is_array()) std::cout << item.label << ": " << Printable(shown) << '\n';
+    if (!value.is_array()) std::cout << item.label << ": " << PrintableLine(shown) << '\n';
     for (const Json& memory : value.is_array() ? value : Json::array()) {
-      std::cout << "Memory " << memory["name"].get<std::string>() << ": " << memory["used"] << " of " << memory["total"]
-                << '\n';
+      std::cout << "Memory " << PrintableLine(memory["name"].get<std::string>()) << ": " << memory["used"] << " of "
+                << memory["total"] << '\n';
     }
   }
   if (json) std::cout << Dump(result) << '\n';
@@ -138,7 +138,7 @@ std::u16string Session::Send(const SendArguments& arguments) {
   Check();
   const auto references = sms_.SendSMS(FromUtf8(arguments.number), text, arguments.flash);
   Check(references.has_value());
-  std::cout << ToUtf8(references.value_or(u"")) << std::endl;
+  std::cout << PrintableLine(references.value_or(u"")) << std::endl;
   return references.value_or(u"");
 }
 
@@ -186,7 +186,7 @@ void Session::ForEachMemory(const std::function<void(const std::string& memory)>
     } catch (const OperationFailed& error) {
       if (sms_.ErrorCode() != tavro::kMessageMemoryNotSupported.code || EndSignals::Received() != 0) throw;
       failure = error.what();
-      std::cerr << "tavro: " << memory << " left out: " << failure << '\n';
+      std::cerr << "tavro: " << memory << " left out: " << PrintableLine(failure) << '\n';
       continue;
     }
     found = true;
@@ -261,5 +261,5 @@ void Session::Command(std::string command) {
   const std::string answer = ToUtf8(sms_.Command(FromUtf8(command)));
   Check(!answer.empty());
   if (IsRefusal(answer)) throw OperationFailed("the modem answered " + answer);
-  std::cout << answer << '\n';
+  std::cout << PrintableLine(answer) << '\n';
 }

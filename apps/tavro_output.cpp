@@ -2,9 +2,11 @@
 
 #include <algorithm>
 #include <cstddef>
+#include <cstdio>
 #include <iostream>
 #include <utility>
 
+#include "base/visible_text.h"
 #include "platform/utf8.h"
 
 using tavro::FromUtf8, tavro::ToUtf8;
@@ -13,27 +15,39 @@ namespace {
 
 constexpr int kPretty = 2, kOneLine = -1;
 
+// Anything but ASCII stands in a text, where control characters up to 1F are escaped already.
 std::string DumpWith(const Json& json, int indent) {
-  return json.dump(indent, ' ', false, Json::error_handler_t::replace);
+  std::u16string dump;
+  for (const char16_t c : FromUtf8(json.dump(indent, ' ', false, Json::error_handler_t::replace))) {
+    if (c >= 0x7F && tavro::IsHidden(c)) {
+      char escape[8];
+      std::snprintf(escape, sizeof escape, "\\u%04x", static_cast<unsigned>(c));
+      dump += FromUtf8(escape);
+    } else {
+      dump += c;
+    }
+  }
+  return ToUtf8(dump);
 }
 
 }  // namespace
 
-std::string Printable(std::u16string text) {
-  for (char16_t& c : text) {
-    const bool control = c < 0x20 || (c >= 0x7F && c < 0xA0);
-    if (control && c != u'\n') c = c == u'\r' || c == u'\t' ? u' ' : u'?';
+std::string Printable(std::u16string_view text) {
+  std::u16string lines;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    if (text[i] == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue;
+    lines += text[i] == u'\r' ? u'\n' : text[i] == u'\t' ? u' ' : text[i];
   }
-  return ToUtf8(text);
+  return ToUtf8(tavro::VisibleText(lines, u"\n"));
 }
 
-std::string Printable(const std::string& text) { return Printable(FromUtf8(text)); }
-
-std::string PrintableLine(const std::u16string& text) {
+std::string PrintableLine(std::u16string_view text) {
   std::string line = Printable(text);
   std::replace(line.begin(), line.end(), '\n', ' ');
   return line;
 }
+
+std::string PrintableLine(const std::string& text) { return PrintableLine(FromUtf8(text)); }
 
 std::string Dump(const Json& json) { return DumpWith(json, kPretty); }
 std::string DumpLine(const Json& json) { return DumpWith(json, kOneLine); }
@@ -78,7 +92,7 @@ Json JsonOf(const tavro::StatusReport& report) {
 }
 
 void Print(const tavro::Message& message, bool numbered, const std::string& memory) {
-  if (!memory.empty()) std::cout << memory << "  ";
+  if (!memory.empty()) std::cout << PrintableLine(memory) << "  ";
   if (numbered) std::cout << message.Index() << "  ";
   std::cout << PrintableLine(message.Phone()) << "  " << ToUtf8(message.TimeStampRFC()) << '\n';
   std::string text = Printable(message.Text());
@@ -91,5 +105,5 @@ void Print(const tavro::Message& message, bool numbered, const std::string& memo
 void Print(const tavro::StatusReport& report) {
   std::cout << "Report on " << report.reference << " to " << PrintableLine(report.recipient) << "  "
             << ToUtf8(report.dischargeTimeStampRFC) << "\n    " << NameOf(report.state) << ": "
-            << Printable(report.text) << '\n';
+            << PrintableLine(report.text) << '\n';
 }

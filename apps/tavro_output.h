@@ -4,18 +4,20 @@
 
 #include <nlohmann/json.hpp>
 #include <string>
+#include <string_view>
 
 #include "tavro/message.h"
 #include "tavro/status_report.h"
 
 using Json = nlohmann::ordered_json;
 
-// UTF-8 without control characters but line feeds.
-std::string Printable(std::u16string text);
-std::string Printable(const std::string& text);
+// In UTF-8: its line ends as line feeds, and what a terminal would take for a command as VisibleText shows it.
+std::string Printable(std::u16string_view text);
 // The same on one line.
-std::string PrintableLine(const std::u16string& text);
+std::string PrintableLine(std::u16string_view text);
+std::string PrintableLine(const std::string& text);
 
+// JSON with all characters escaped that VisibleText shows. What is no UTF-8 in it is replaced.
 std::string Dump(const Json& json);
 // On one line.
 std::string DumpLine(const Json& json);

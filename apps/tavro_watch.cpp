@@ -101,7 +101,7 @@ void Watcher::DeletePrinted() {
       --printed_[toDelete_.front().first];
     } catch (const OperationFailed& error) {
       if (!session_.Sms().IsConnected()) return;
-      std::cerr << "tavro: a message was not deleted: " << Printable(std::string(error.what())) << '\n';
+      std::cerr << "tavro: a message was not deleted: " << PrintableLine(std::string(error.what())) << '\n';
     }
     toDelete_.pop_front();
   }

@@ -98,7 +98,7 @@ void Waiting::ComeBack(const std::string& failure) {
 
 void Waiting::Say(const std::string& what) {
   const bool isNew = what != said_ || Clock::now() - saidTime_ >= kSameFailure;
-  if (isNew) std::cerr << "tavro: " << Printable(what) << "; trying again\n";
+  if (isNew) std::cerr << "tavro: " << PrintableLine(what) << "; trying again\n";
   said_ = what;
   saidTime_ = Clock::now();
 }

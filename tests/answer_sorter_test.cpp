@@ -215,6 +215,25 @@ TEST(AnswerSorterRestTest, APauseEndsALineThatACarriageReturnEnds) {
   EXPECT_TRUE(sorter.SawWords());
 }
 
+// What never ends is looked at once: again for each octet, even these would take minutes.
+TEST(AnswerSorterRestTest, NoiseCostsNoMoreThanItsLength) {
+  constexpr std::size_t kSize = 1 << 18;
+  for (const std::string start : {"x", "> > ", "+CUSD: 0,\"", "+CMTI: ", "\r\n"}) {
+    for (const char octet : {'\r', '\n', 'x', '"', '\0', ' '}) {
+      for (const char* command : {"", "AT+CMGS=23\r", "AT+CSQ\r"}) {
+        AnswerSorter sorter(command, true);
+        const std::string noise = start + std::string(kSize, octet);
+        std::size_t taken = 0;
+        for (constexpr std::size_t kPiece = 64; taken < noise.size() && sorter.Ending() == End::kNone;) {
+          taken += sorter.Append(std::string_view(noise).substr(taken, kPiece));
+          EXPECT_LE(sorter.TakeUnsolicited().size(), kPiece);
+        }
+        EXPECT_LE(sorter.Size(), noise.size());
+      }
+    }
+  }
+}
+
 TEST(AnswerSorterRestTest, AQuoteThatIsNeverClosedEnds) {
   AnswerSorter sorter("AT\r", false);
   const std::string line = "+CUSD: 0,\"" + std::string(98, 'x') + "\r\n";

@@ -29,6 +29,7 @@ constexpr char kTexts[] = R"(
 1036 Error enabling automatic network selection; 1037 Error response to automatic network selection command;
 1038 Modem does not support PDU mode; 1039 No response to minimum functionality mode command;
 1040 Setting ME to minimum functionality mode failed; 1041 Invalid value for Modem Command Delay;
+1042 Invalid modem command; 1043 Out of memory;
 2001 Invalid message memory setting; 2002 Modem does not support selected message memory;
 2002 Cannot read message memory setting; 2003 Cannot read modem manufacturer; 2004 SIM card is damaged;
 2005 No SIM card is inserted; 2006 Invalid PIN status response; 2007 Communication error while checking PIN status;
@@ -81,36 +82,37 @@ std::vector<std::string> TextsOf(const Errors&... errors) {
 TEST(ErrorsTest, EveryTextIsAsDocumented) {
   const std::string texts = ReplaceAll(Trim(ReplaceAll(kTexts, "\n", " ")), "; ", ";");
   EXPECT_THAT(
-      TextsOf(
-          kInvalidComPort, kInvalidBaudRate, kInvalidParity, kInvalidDataBits, kInvalidStopBits, kCannotCloseComPort,
-          kInvalidTimeout, kPortLocked, kCannotFindComPort, kCannotSendCommand, kCannotReadResponse,
-          kConnectionVerificationFailed, kUserInitFailed, kDefaultInitFailed, kUserInitErrorResponse,
-          kEchoOffErrorResponse, kRegistrationCodesOffFailed, kFullFunctionalityFailed, kLongResultCodesErrorResponse,
-          kNumericErrorsErrorResponse, kFullFunctionalityNoResponse, kEchoOffNoResponse, kEchoOffFailed,
-          kLongResultCodesNoResponse, kLongResultCodesFailed, kNumericErrorsNoResponse, kNumericErrorsFailed,
-          kRegistrationCodesOffNoResponse, kModemNotFound, kNetworkSelectionNoResponse, kNetworkSelectionFailed,
-          kNetworkSelectionErrorResponse, kConnectNoPduMode, kMinimumFunctionalityNoResponse,
-          kMinimumFunctionalityFailed, kInvalidModemCommandDelay, kInvalidMessageMemory, kMessageMemoryNotSupported,
-          kCannotReadMessageMemory, kCannotReadManufacturer, kSimDamaged, kNoSim, kInvalidPinStatusResponse,
-          kPinStatusCommunicationError, kInvalidOrWrongPin, kInvalidOrWrongPuk, kWaitingForPuk, kUnknownErrorAfterPin,
-          kPinCommunicationError, kInvalidPin, kBlankPin, kUnknownErrorSendingPin, kUnknownPinStatus,
-          kCannotReadRevision, kCannotReadImei, kCannotReadModel, kCannotReadBattery, kNoBattery, kPowerFault,
-          kCannotReadOwnNumber, kInvalidDelayAfterPin, kCannotReadImsi, kPinStatusAfterFullFunctionality,
-          kModemNotAvailable, kSignalNotKnown, kRegistrationFailed, kRegistrationDenied, kUnknownRegistrationStatus,
-          kUnreadableRegistrationStatus, kUnknownRegistrationFailure, kCannotReadNetwork, kCannotReadNetworkList,
-          kCannotReadSmsc, kCannotSaveSmsc, kCannotSetValidity, kInvalidDestination, kInvalidLongMessage,
-          kSendPduModeUnchecked, kSendNoPduMode, kSendCannotConnect, kSendCommandError, kSendInvalidPrompt,
-          kSubmitPduError, kInvalidSendDelay, kInvalidSendRetry, kInvalidCharacter, kSendMessageError, kCannotBuildPdu,
-          kSmscNotSpecified, kUnknownSendError, kInvalidReadType, kReadPduModeUnchecked, kReadNoPduMode,
-          kReadCannotConnect, kReadCommandError, kReadInvalidResponse, kInvalidMessageIndex, kReadMessageError,
-          kDeletePduModeUnchecked, kDeleteNoPduMode, kDeleteCannotConnect, kDeleteCommandError, kMessageNotFound,
-          kInvalidOwnIndex, kInboxEmpty, kCannotDeleteAll, kDeleteInvalidResponse, kDeleteMessageError, kEmptyPushText,
-          kEmptyPushUrl, kInvalidExpiry, kInvalidPushDestination, kPushTextNotSpecified, kPushUrlNotSpecified,
-          kPushDestinationNotSpecified, kPushPduModeUnchecked, kPushNoPduMode, kPushCannotConnect, kCannotBuildPushPdu,
-          kPushCommandError, kPushInvalidPrompt, kSubmitPushPduError, kPushSendError, kInvalidAction, kPushTooLong,
-          kInvalidCreated, kPushSmscNotSpecified, kUnknownPushError, kInvalidLogType, kInvalidLogFolder,
-          kLogFolderNotFound, kCannotOpenLog, kCannotClearLog, kCannotReadLogSize, kInvalidUssdCode, kNoUssdAnswer,
-          kModemWithoutUssd, kUssdNotSupported, kUssdEnded, kInvalidUssdAnswer, kCannotCancelUssd),
+      TextsOf(kInvalidComPort, kInvalidBaudRate, kInvalidParity, kInvalidDataBits, kInvalidStopBits,
+              kCannotCloseComPort, kInvalidTimeout, kPortLocked, kCannotFindComPort, kCannotSendCommand,
+              kCannotReadResponse, kConnectionVerificationFailed, kUserInitFailed, kDefaultInitFailed,
+              kUserInitErrorResponse, kEchoOffErrorResponse, kRegistrationCodesOffFailed, kFullFunctionalityFailed,
+              kLongResultCodesErrorResponse, kNumericErrorsErrorResponse, kFullFunctionalityNoResponse,
+              kEchoOffNoResponse, kEchoOffFailed, kLongResultCodesNoResponse, kLongResultCodesFailed,
+              kNumericErrorsNoResponse, kNumericErrorsFailed, kRegistrationCodesOffNoResponse, kModemNotFound,
+              kNetworkSelectionNoResponse, kNetworkSelectionFailed, kNetworkSelectionErrorResponse, kConnectNoPduMode,
+              kMinimumFunctionalityNoResponse, kMinimumFunctionalityFailed, kInvalidModemCommandDelay, kInvalidCommand,
+              kOutOfMemory, kInvalidMessageMemory, kMessageMemoryNotSupported, kCannotReadMessageMemory,
+              kCannotReadManufacturer, kSimDamaged, kNoSim, kInvalidPinStatusResponse, kPinStatusCommunicationError,
+              kInvalidOrWrongPin, kInvalidOrWrongPuk, kWaitingForPuk, kUnknownErrorAfterPin, kPinCommunicationError,
+              kInvalidPin, kBlankPin, kUnknownErrorSendingPin, kUnknownPinStatus, kCannotReadRevision, kCannotReadImei,
+              kCannotReadModel, kCannotReadBattery, kNoBattery, kPowerFault, kCannotReadOwnNumber,
+              kInvalidDelayAfterPin, kCannotReadImsi, kPinStatusAfterFullFunctionality, kModemNotAvailable,
+              kSignalNotKnown, kRegistrationFailed, kRegistrationDenied, kUnknownRegistrationStatus,
+              kUnreadableRegistrationStatus, kUnknownRegistrationFailure, kCannotReadNetwork, kCannotReadNetworkList,
+              kCannotReadSmsc, kCannotSaveSmsc, kCannotSetValidity, kInvalidDestination, kInvalidLongMessage,
+              kSendPduModeUnchecked, kSendNoPduMode, kSendCannotConnect, kSendCommandError, kSendInvalidPrompt,
+              kSubmitPduError, kInvalidSendDelay, kInvalidSendRetry, kInvalidCharacter, kSendMessageError,
+              kCannotBuildPdu, kSmscNotSpecified, kUnknownSendError, kInvalidReadType, kReadPduModeUnchecked,
+              kReadNoPduMode, kReadCannotConnect, kReadCommandError, kReadInvalidResponse, kInvalidMessageIndex,
+              kReadMessageError, kDeletePduModeUnchecked, kDeleteNoPduMode, kDeleteCannotConnect, kDeleteCommandError,
+              kMessageNotFound, kInvalidOwnIndex, kInboxEmpty, kCannotDeleteAll, kDeleteInvalidResponse,
+              kDeleteMessageError, kEmptyPushText, kEmptyPushUrl, kInvalidExpiry, kInvalidPushDestination,
+              kPushTextNotSpecified, kPushUrlNotSpecified, kPushDestinationNotSpecified, kPushPduModeUnchecked,
+              kPushNoPduMode, kPushCannotConnect, kCannotBuildPushPdu, kPushCommandError, kPushInvalidPrompt,
+              kSubmitPushPduError, kPushSendError, kInvalidAction, kPushTooLong, kInvalidCreated, kPushSmscNotSpecified,
+              kUnknownPushError, kInvalidLogType, kInvalidLogFolder, kLogFolderNotFound, kCannotOpenLog,
+              kCannotClearLog, kCannotReadLogSize, kInvalidUssdCode, kNoUssdAnswer, kModemWithoutUssd,
+              kUssdNotSupported, kUssdEnded, kInvalidUssdAnswer, kCannotCancelUssd),
       testing::ElementsAreArray(Split(texts, ";")));
 }
 

@@ -120,8 +120,11 @@ TEST(PromptDialogueTest, HoldsThePauseBehindThePin) {
   engine.sms.SetDelayAfterPin(4000);
   EXPECT_TRUE(engine.sms.Connect());
   EXPECT_EQ(engine.Transcript("Sending PIN", "Disable modem echo"), R"(
-     0 log Sending PIN [1234]
-     0 AT+CPIN="1234" - 0 > 0 |OK|
+     0 log Sending PIN [****]
+     0 log Send AT command [AT+CPIN=[****]<cr>]
+     0 log Send: AT+CPIN=[****]<cr>
+     0 WriteFile AT+CPIN="1234"<cr> -> 15
+     0 log Recv: <cr><lf>OK<cr><lf>
     75 AT+CMEE=1 - 75 > 75 |OK|
     75 log Checking PIN status
     75 AT+CPIN? - 75 > 75 |+CPIN: READY||OK|

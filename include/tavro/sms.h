@@ -6,8 +6,10 @@
 //   auto references = sms.SendSMS(u"+919812345678", u"hello");
 //
 // Errors are values: every call, getters included, clears the last error first and reports a failure through IsError,
-// ErrorCode and ErrorDescription. Nothing throws. Calls block the calling thread; an SMS object is used by one thread
-// at a time, and any number of them may live on as many threads. Text is UTF-16.
+// ErrorCode and ErrorDescription. Nothing throws but a constructor that there is no memory for. A call without memory
+// is broken off with 1043: what it had begun may be done all the same, and the port is closed when it was used. Calls
+// block the calling thread; an SMS object is used by one thread at a time, and any number of them may live on as many
+// threads. Text is UTF-16.
 #pragma once
 
 #include <cstdint>
@@ -263,6 +265,8 @@ class SMS {
   std::int16_t LogType();
   void SetLogType(std::int16_t logType);
   // The folder of "Tavro.log", ending in the separator; at the start the component's own. 8002 empty, 8003 not there.
+  // On POSIX the file is its owner's alone when it is made, and no symbolic link (8004). In the prompt manner its lines
+  // name no PIN, [****] in its place, and have control characters as \x1B.
   std::u16string LogFolderPath();
   void SetLogFolderPath(const std::u16string& folder);
   // The number of pieces that the log's line breaks make of it: one more than its lines; 0 without a file.
@@ -284,11 +288,14 @@ class SMS {
   bool Disconnect();
   // Whether the port is open.
   bool IsConnected();
-  // A command sent while connecting, "AT" put in front when missing. Empty at the start.
+  // A command sent while connecting, "AT" put in front when missing. Empty at the start. In the prompt manner 1042 for
+  // one with control characters.
   std::u16string ModemInitString();
   void SetModemInitString(const std::u16string& command);
   // Sends a command as it is; the caller ends it with a carriage return. Returns the answer without "OK" and line ends,
   // or "" on failure: 1011 cannot be sent, 1012 no answer, or the error of a connection that had to be opened.
+  // In the prompt manner 1042 with nothing sent when a control character stands elsewhere than at its end: it could
+  // begin a second command.
   std::u16string Command(const std::u16string& atCommand);
   // The least time between two commands, in milliseconds: 50 to 5000, 100 at the start; 1041 otherwise. In the prompt
   // manner there is none until it is set, but 100 ms behind a command that was not answered.

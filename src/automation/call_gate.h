@@ -37,6 +37,8 @@ class CallGate {
     Call(const Call&) = delete;
     Call& operator=(const Call&) = delete;
     explicit operator bool() const { return kind_ == kReads || runs_; }
+    // Throws std::bad_alloc when there was no memory for what the call did.
+    void CheckMemory() const;
 
    private:
     const Microsoft::WRL::ComPtr<IUnknown> called_;

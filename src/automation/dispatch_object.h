@@ -77,7 +77,11 @@ class DispatchObject : public ComObject<Interface, IProvideClassInfo> {
   HRESULT Return(Out* out, Call&& call, CallGate::Kind kind = CallGate::kActs) noexcept {
     if (out == nullptr) return E_POINTER;
     *out = Out{};
-    return Pass(kind, [&] { return ToAutomation(call(), out); });
+    return Pass(kind, [&](const CallGate::Call& passing) {
+      auto&& value = call();
+      passing.CheckMemory();
+      return ToAutomation(std::forward<decltype(value)>(value), out);
+    });
   }
 
   // The form of nearly all members: a method of the component's object that gives a value ...
@@ -94,8 +98,9 @@ class DispatchObject : public ComObject<Interface, IProvideClassInfo> {
   // ... or takes one.
   template <class Object, class Method, class Value>
   HRESULT Put(Object& object, Method method, const Value& value) noexcept {
-    return Pass(CallGate::kActs, [&] {
+    return Pass(CallGate::kActs, [&](const CallGate::Call& passing) {
       std::invoke(method, object, FromAutomation(value));
+      passing.CheckMemory();
       return S_OK;
     });
   }
@@ -106,7 +111,7 @@ class DispatchObject : public ComObject<Interface, IProvideClassInfo> {
   template <class Call>
   HRESULT Pass(CallGate::Kind kind, Call&& call) noexcept {
     const CallGate::Call passing(*gate_, kind, static_cast<Interface*>(this));
-    return passing ? Guard(call) : RPC_E_SERVERCALL_RETRYLATER;
+    return passing ? Guard([&] { return call(passing); }) : RPC_E_SERVERCALL_RETRYLATER;
   }
 
   static HRESULT Describe(REFGUID id, ITypeInfo** typeInfo) noexcept {

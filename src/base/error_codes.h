@@ -67,6 +67,9 @@ inline constexpr ErrorDefinition kMinimumFunctionalityNoResponse{1039,
                                                                  "No response to minimum functionality mode command"};
 inline constexpr ErrorDefinition kMinimumFunctionalityFailed{1040, "Setting ME to minimum functionality mode failed"};
 inline constexpr ErrorDefinition kInvalidModemCommandDelay{1041, "Invalid value for Modem Command Delay"};
+inline constexpr ErrorDefinition kInvalidCommand{1042, "Invalid modem command"};
+// Short enough to be stored where there is no memory.
+inline constexpr ErrorDefinition kOutOfMemory{1043, "Out of memory"};
 
 // Modem, SIM and device queries.
 inline constexpr ErrorDefinition kInvalidMessageMemory{2001, "Invalid message memory setting"};

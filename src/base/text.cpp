@@ -21,6 +21,11 @@ void SkipSign(std::string_view text, std::size_t& position) {
   if (position < text.size() && (text[position] == '+' || text[position] == '-')) ++position;
 }
 
+bool HasControls(std::string_view text) {
+  return std::any_of(text.begin(), text.end(),
+                     [](char c) { return static_cast<unsigned char>(c) < 0x20 || c == 0x7F; });
+}
+
 bool IsExponentMark(std::string_view text, std::size_t position) {
   return position < text.size() && (text[position] == 'e' || text[position] == 'E');
 }
@@ -60,11 +65,13 @@ bool Contains(std::string_view text, std::string_view part) { return text.find(p
 
 bool ContainsNoCase(std::string_view text, std::string_view part) { return Contains(Upper(text), part); }
 
-bool IsQuotable(std::string_view text) {
-  return std::none_of(text.begin(), text.end(), [](char c) {
-    const auto octet = static_cast<unsigned char>(c);
-    return octet < 0x20 || octet == 0x7F || c == '"';
-  });
+bool IsQuotable(std::string_view text) { return !HasControls(text) && !Contains(text, "\""); }
+
+bool IsSingleCommand(std::string_view text) {
+  constexpr char kCtrlZ = 26, kEsc = 27;
+  if (text.ends_with("\r\n")) text.remove_suffix(1);
+  if (text.ends_with('\r') || text.ends_with(kCtrlZ) || text.ends_with(kEsc)) text.remove_suffix(1);
+  return !HasControls(text);
 }
 
 std::vector<std::string_view> Split(std::string_view text, std::string_view separator) {

@@ -20,6 +20,9 @@ bool ContainsNoCase(std::string_view text, std::string_view part);
 // Whether the text can stand between quotes in a command: it has no quote, and no control character, which would end
 // the command or take back what stands before it.
 bool IsQuotable(std::string_view text);
+// Whether the text is one command, or one input to the modem's prompt: it has no control character but those that may
+// end it, CR, CR LF, Ctrl-Z or ESC. Others could begin a second command.
+bool IsSingleCommand(std::string_view text);
 // The pieces between the separators; an empty text has one empty piece.
 std::vector<std::string_view> Split(std::string_view text, std::string_view separator);
 // A decimal number, optionally signed, with an optional decimal point and an optional exponent, spaces around it

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/restored.h"
 #include "base/text.h"
 #include "link/port_name.h"
 
@@ -66,6 +67,25 @@ bool ModemConnection::ConnectModem() {
   return connected;
 }
 
+void ModemConnection::BeginCall() {
+  if (isBrokenOff_) BreakOff();
+  useBefore_ = exchange_.UseCount();
+  NoticeLoss();
+}
+
+// Nobody knows what the modem waits for, or what it said that was lost.
+void ModemConnection::BreakOff() {
+  isBrokenOff_ = isBrokenOff_ || exchange_.UseCount() != useBefore_;
+  if (!isBrokenOff_) return;
+  exchange_.AllowRepeating(true);
+  if (IsConnected()) {
+    log_.WriteLog("Breaking off the connection");
+    exchange_.CancelInput();
+    ClosePort();
+  }
+  isBrokenOff_ = false;
+}
+
 void ModemConnection::NoticeLoss() {
   if (!manner_.noticesLoss) return;
   const bool isGone = comm_.IsGone(settings_.portNumber);
@@ -84,11 +104,12 @@ void ModemConnection::Recover() {
   if (!allowed.IsAllowed() || connecting_ || !exchange_.IsUnanswered() || !IsConnected()) return;
   if (exchange_.Resynchronise()) return;
   log_.WriteLog("The modem does not answer");
-  connecting_ = true;
-  exchange_.AllowRepeating(false);
-  const bool isBack = (allowed.repeats && WakeModem() && ConnectAgain()) ||
-                      (allowed.restarts && IsConnected() && Restart()) || (allowed.reopens && Reopen());
-  connecting_ = false;
+  const bool isBack = [&] {
+    const Restored connecting(connecting_, true);
+    exchange_.AllowRepeating(false);
+    return (allowed.repeats && WakeModem() && ConnectAgain()) || (allowed.restarts && IsConnected() && Restart()) ||
+           (allowed.reopens && Reopen());
+  }();
   exchange_.AllowRepeating(true);
   if (isBack) return errors_.ClearError();
   ClosePort();
@@ -123,11 +144,10 @@ bool ModemConnection::ConnectAgain() {
 }
 
 bool ModemConnection::RunConnectSteps() {
-  const bool outer = std::exchange(connecting_, true);
+  const Restored connecting(connecting_, true);
   exchange_.AllowRepeating(false);
   const bool connected = Connect();
-  connecting_ = outer;
-  exchange_.AllowRepeating(!outer);
+  exchange_.AllowRepeating(!connecting.Before());
   return connected;
 }
 
@@ -192,7 +212,7 @@ bool ModemConnection::VerifyModem() {
 // the rest of a command in its buffer, or give its result codes as numbers.
 bool ModemConnection::WakeModem() {
   const WholeSecondWait wait(platform_, settings_.timeout);
-  const std::int32_t timeout = std::exchange(settings_.timeout, std::min(settings_.timeout, kWakeTimeout));
+  const Restored timeout(settings_.timeout, std::min(settings_.timeout, kWakeTimeout));
   const auto answers = [this](const char* command) {
     exchange_.ForgetUnanswered();
     return exchange_.SendCommand(command).HoldsOk();
@@ -213,7 +233,6 @@ bool ModemConnection::WakeModem() {
   }
   if (present && !atOnce) exchange_.Resynchronise();
   if (present && exchange_.HasNumericResults()) answers("ATV1\r");
-  settings_.timeout = timeout;
   errors_.ClearError();
   return present;
 }

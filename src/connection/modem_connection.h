@@ -1,6 +1,7 @@
 // Connecting to the modem and disconnecting from it.
 #pragma once
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
@@ -29,8 +30,12 @@ class ModemConnection : DialoguePart {
   bool ClosePort();
   bool IsConnected() const;
 
-  // At the start of a public call: a device that is gone by then is closed, so that the call finds it again.
+  // At the start of a public call.
+  void BeginCall();
+  // A device that is gone by then is closed, so that the call finds it again.
   void NoticeLoss();
+  // Behind a public call that ended where it stood, for there was no memory: closes the port if the line was used.
+  void BreakOff();
   // A line of the modem's own accord: it may tell of a restart, by which the modem forgets all that it was told.
   void Take(std::string_view line);
   // Does about a modem that has not answered what the settings allow, until it answers: asks again, restarts it
@@ -68,7 +73,9 @@ class ModemConnection : DialoguePart {
   ModemInitialisation& initialisation_;
   int count_ = 0;
   bool hasRestarted_ = false;
-  bool connecting_ = false;  // a command of the connection itself must not open it again
+  std::uint64_t useBefore_ = 0;  // of the line, when the call began
+  bool isBrokenOff_ = false;     // the port is still to be closed
+  bool connecting_ = false;      // a command of the connection itself must not open it again
 };
 
 }  // namespace tavro

@@ -2,6 +2,7 @@
 
 #include <utility>
 
+#include "base/restored.h"
 #include "base/text.h"
 
 namespace tavro {
@@ -135,10 +136,8 @@ bool ModemInitialisation::SelectNetworkAutomatically() {
   errors_.ClearError();
   SetMinimumFunctionality();
   SetFullFunctionality();
-  const std::int32_t timeout = std::exchange(settings_.timeout, kNetworkSelectionTimeout);
-  const bool done = RunStep(kAutomaticSelection);
-  settings_.timeout = timeout;
-  return done;
+  const Restored timeout(settings_.timeout, kNetworkSelectionTimeout);
+  return RunStep(kAutomaticSelection);
 }
 
 void ModemInitialisation::SetMinimumFunctionality() {

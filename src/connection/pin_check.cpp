@@ -110,7 +110,7 @@ bool PinCheck::IsLastAttempt() {
 }
 
 PendingError PinCheck::Unlock() {
-  log_.WriteLog("Sending PIN [" + settings_.pin + "]");
+  log_.WriteLog("Sending PIN [" + log_.Secret(settings_.pin) + "]");
   // Sent once whatever the answer: a modem that is busy may have taken it.
   const std::string answer =
       Upper(CleanResponse(exchange_.SendCommand("AT+CPIN=\"" + settings_.pin + "\"\r").Text(), false));

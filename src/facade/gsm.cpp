@@ -3,12 +3,14 @@
 #include <string_view>
 #include <utility>
 
+#include "base/text.h"
+
 namespace tavro {
 
 GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
     : platform(std::move(systemPlatform)),
       cancellation(std::make_shared<Cancellation>(platform)),
-      log(*platform),
+      log(*platform, manner.guardsLog),
       errors(*platform, log, settings),
       comm(*platform),
       exchange(*platform, comm, errors, log, settings, manner),
@@ -40,7 +42,8 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
     ussd.Take(line);
     arrivals.Take(line, exchange.Heard());
   });
-  errors.SetBeginning([this] { connection.NoticeLoss(); });
+  errors.SetBeginning([this] { connection.BeginCall(); });
+  errors.SetBreakingOff([this] { connection.BreakOff(); });
   log.AttachErrorState([this](std::int32_t code, std::string_view text) { errors.SetError(code, text); });
 }
 
@@ -52,6 +55,10 @@ void GSM::ForgetModem() {
   statusBox.Forget();
   sentMessages = {};
   reader.ForgetAdded();
+}
+
+bool GSM::Takes(std::string_view command) const {
+  return !dialogue.manner.takesSingleCommands || IsSingleCommand(command);
 }
 
 std::weak_ptr<PushServices> PushServicesOf(const std::shared_ptr<GSM>& gsm) {

@@ -2,6 +2,7 @@
 #pragma once
 
 #include <memory>
+#include <string_view>
 
 #include "connection/message_memory.h"
 #include "connection/message_steps.h"
@@ -48,6 +49,8 @@ class GSM {
 
   // Drops all that was learnt from the modem, before another one is connected.
   void ForgetModem();
+  // Whether the application may give this as a command.
+  bool Takes(std::string_view command) const;
 
   const std::shared_ptr<Platform> platform;
   const std::shared_ptr<Cancellation> cancellation;

@@ -4,10 +4,11 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
+#include <exception>
 #include <map>
 #include <mutex>
+#include <new>
 #include <string>
-#include <system_error>
 #include <thread>
 #include <utility>
 #include <vector>
@@ -20,14 +21,17 @@ namespace tavro {
 
 namespace {
 
-// Asks one device, on a platform of its own.
+// Asks one device, on a platform of its own. Without memory it stays as one that was not asked.
 void Probe(SerialDevice& device, std::int32_t patience, const std::atomic<bool>& isInterrupted) {
   constexpr int kPort = 1;
   device.probe.reset();
   if (isInterrupted) return;
-  const auto platform = CreateSystemPlatform({{kPort, device.path}}, [&] { return isInterrupted.load(); });
-  SerialProbe probe = ModemProbe(platform, kPort, patience).Run(NeedsRate(device));
-  if (!isInterrupted || probe.outcome == SerialProbe::Outcome::kAnswered) device.probe = std::move(probe);
+  try {
+    const auto platform = CreateSystemPlatform({{kPort, device.path}}, [&] { return isInterrupted.load(); });
+    SerialProbe probe = ModemProbe(platform, kPort, patience).Run(NeedsRate(device));
+    if (!isInterrupted || probe.outcome == SerialProbe::Outcome::kAnswered) device.probe = std::move(probe);
+  } catch (const std::bad_alloc&) {
+  }
 }
 
 // How many threads have ended.
@@ -50,16 +54,7 @@ class Count {
   std::size_t count_ = 0;
 };
 
-}  // namespace
-
-std::vector<SerialDevice> SerialDevices() {
-  std::vector<SerialDevice> devices = ListSerialDevices();
-  std::sort(devices.begin(), devices.end(),
-            [](const SerialDevice& a, const SerialDevice& b) { return IsNaturallyLess(a.path, b.path); });
-  return devices;
-}
-
-std::vector<SerialDevice> ProbeSerialDevices(std::vector<SerialDevice> devices, const ProbeOptions& options) {
+void ProbeAll(std::vector<SerialDevice>& devices, const ProbeOptions& options) {
   constexpr std::chrono::milliseconds kSlice(50);  // how late an interruption may be noticed
   std::atomic<bool> isInterrupted = false;
   Count ended;
@@ -67,15 +62,16 @@ std::vector<SerialDevice> ProbeSerialDevices(std::vector<SerialDevice> devices, 
   std::map<std::string, std::vector<SerialDevice*>> groups;
   for (SerialDevice& device : devices) groups[device.usbPath.empty() ? device.path : device.usbPath].push_back(&device);
   std::vector<std::thread> threads;
+  threads.reserve(groups.size());
   for (const auto& [name, group] : groups) {
-    const auto ask = [&, members = group] {
-      for (SerialDevice* device : members) Probe(*device, options.patience, isInterrupted);
+    const auto ask = [&, members = &group] {
+      for (SerialDevice* device : *members) Probe(*device, options.patience, isInterrupted);
       ended.Add();
     };
     try {
       threads.emplace_back(ask);
-    } catch (const std::system_error&) {
-      ask();  // there can be no more threads
+    } catch (const std::exception&) {
+      ask();  // there can be no more threads, or there is no memory for one
     }
   }
   while (!ended.Reaches(groups.size(), kSlice)) {
@@ -83,6 +79,26 @@ std::vector<SerialDevice> ProbeSerialDevices(std::vector<SerialDevice> devices, 
   }
   for (std::thread& thread : threads) thread.join();
   Recommend(devices);
+}
+
+}  // namespace
+
+std::vector<SerialDevice> SerialDevices() {
+  try {
+    std::vector<SerialDevice> devices = ListSerialDevices();
+    std::sort(devices.begin(), devices.end(),
+              [](const SerialDevice& a, const SerialDevice& b) { return IsNaturallyLess(a.path, b.path); });
+    return devices;
+  } catch (const std::bad_alloc&) {
+    return {};
+  }
+}
+
+std::vector<SerialDevice> ProbeSerialDevices(std::vector<SerialDevice> devices, const ProbeOptions& options) {
+  try {
+    ProbeAll(devices, options);
+  } catch (const std::bad_alloc&) {  // they come back as they are
+  }
   return devices;
 }
 

@@ -15,93 +15,96 @@ std::u16string TextOrError(const PublicCall<GSM>& gsm, const std::optional<std::
 }  // namespace
 
 std::u16string SMS::MessageMemory() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->memory.ReadMessageMemory(), kCannotReadMessageMemory);
+  return state_->Run(
+      [&](const auto& gsm) { return TextOrError(gsm, gsm->memory.ReadMessageMemory(), kCannotReadMessageMemory); });
 }
 
 void SMS::SetMessageMemory(const std::u16string& memory) {
-  const auto gsm = state_->Begin();
-  const std::string name = Upper(Trim(state_->Bytes(memory)));
-  if (name != "SM" && name != "ME") return gsm->errors.SetError(kInvalidMessageMemory);
-  if (!gsm->memory.SelectMessageMemory(name)) gsm->errors.SetError(kMessageMemoryNotSupported);
+  state_->Run([&](const auto& gsm) {
+    const std::string name = Upper(Trim(state_->Bytes(memory)));
+    if (name != "SM" && name != "ME") return gsm->errors.SetError(kInvalidMessageMemory);
+    if (!gsm->memory.SelectMessageMemory(name)) gsm->errors.SetError(kMessageMemoryNotSupported);
+  });
 }
 
 std::vector<tavro::MemoryUsage> SMS::MemoryUsage() {
-  const auto gsm = state_->Begin();
-  auto usage = gsm->memory.Usage();
-  if (usage.empty()) gsm->errors.SetError(kCannotReadMessageMemory);
-  return usage;
+  return state_->Run([&](const auto& gsm) {
+    auto usage = gsm->memory.Usage();
+    if (usage.empty()) gsm->errors.SetError(kCannotReadMessageMemory);
+    return usage;
+  });
 }
 
-bool SMS::IsMemoryFull() { return state_->Begin()->state.receivedMemoryFull; }
+bool SMS::IsMemoryFull() {
+  return state_->Run([&](const auto& gsm) { return gsm->state.receivedMemoryFull; });
+}
 
 std::u16string SMS::Manufacturer() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->device.Manufacturer(), kCannotReadManufacturer);
+  return state_->Run(
+      [&](const auto& gsm) { return TextOrError(gsm, gsm->device.Manufacturer(), kCannotReadManufacturer); });
 }
 
 std::u16string SMS::Model() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->device.Model(), kCannotReadModel);
+  return state_->Run([&](const auto& gsm) { return TextOrError(gsm, gsm->device.Model(), kCannotReadModel); });
 }
 
 std::u16string SMS::IMEI() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->device.Imei(), kCannotReadImei);
+  return state_->Run([&](const auto& gsm) { return TextOrError(gsm, gsm->device.Imei(), kCannotReadImei); });
 }
 
 std::u16string SMS::IMSI() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->device.Imsi(), kCannotReadImsi);
+  return state_->Run([&](const auto& gsm) { return TextOrError(gsm, gsm->device.Imsi(), kCannotReadImsi); });
 }
 
 std::u16string SMS::Revision() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->device.Revision(), kCannotReadRevision);
+  return state_->Run([&](const auto& gsm) { return TextOrError(gsm, gsm->device.Revision(), kCannotReadRevision); });
 }
 
 std::int16_t SMS::SignalStrength() {
-  const auto gsm = state_->Begin();
-  const auto db = gsm->network.SignalDb();
-  return db ? NetworkInfo::SignalPercent(*db) : gsm.Fail(kSignalNotKnown, std::int16_t{-1});
+  return state_->Run(std::int16_t{-1}, [&](const auto& gsm) {
+    const auto db = gsm->network.SignalDb();
+    return db ? NetworkInfo::SignalPercent(*db) : gsm.Fail(kSignalNotKnown, std::int16_t{-1});
+  });
 }
 
 std::int16_t SMS::SignalStrengthDB() {
-  const auto gsm = state_->Begin();
-  const auto db = gsm->network.SignalDb();
-  return db ? *db : gsm.Fail(kSignalNotKnown, std::int16_t{-1});
+  return state_->Run(std::int16_t{-1}, [&](const auto& gsm) {
+    const auto db = gsm->network.SignalDb();
+    return db ? *db : gsm.Fail(kSignalNotKnown, std::int16_t{-1});
+  });
 }
 
 std::u16string SMS::SMSC() {
-  const auto gsm = state_->Begin();
-  if (!gsm->serviceCentre.QuerySmsc()) return gsm.Fail(kCannotReadSmsc, std::u16string());
-  return state_->Text(gsm->serviceCentre.SmscNumber());
+  return state_->Run([&](const auto& gsm) -> std::u16string {
+    if (!gsm->serviceCentre.QuerySmsc()) return gsm.Fail(kCannotReadSmsc, std::u16string());
+    return state_->Text(gsm->serviceCentre.SmscNumber());
+  });
 }
 
 void SMS::SetSMSC(const std::u16string& number) {
-  const auto gsm = state_->Begin();
-  if (!gsm->serviceCentre.SetSmsc(state_->Bytes(number))) gsm->errors.SetError(kCannotSaveSmsc);
+  state_->Run([&](const auto& gsm) {
+    if (!gsm->serviceCentre.SetSmsc(state_->Bytes(number))) gsm->errors.SetError(kCannotSaveSmsc);
+  });
 }
 
 std::u16string SMS::Network() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->network.Operator(), kCannotReadNetwork);
+  return state_->Run([&](const auto& gsm) { return TextOrError(gsm, gsm->network.Operator(), kCannotReadNetwork); });
 }
 
 std::u16string SMS::NetworkEx() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->network.OperatorFromList(), kCannotReadNetworkList);
+  return state_->Run(
+      [&](const auto& gsm) { return TextOrError(gsm, gsm->network.OperatorFromList(), kCannotReadNetworkList); });
 }
 
 std::int16_t SMS::BatteryLevel() {
-  const auto gsm = state_->Begin();
-  const auto level = gsm->device.BatteryLevel();
-  return level ? *level : gsm.Fail(kCannotReadBattery, std::int16_t{-1});
+  return state_->Run(std::int16_t{-1}, [&](const auto& gsm) {
+    const auto level = gsm->device.BatteryLevel();
+    return level ? *level : gsm.Fail(kCannotReadBattery, std::int16_t{-1});
+  });
 }
 
 std::u16string SMS::OwnNumber() {
-  const auto gsm = state_->Begin();
-  return TextOrError(gsm, gsm->device.OwnNumber(), kCannotReadOwnNumber);
+  return state_->Run([&](const auto& gsm) { return TextOrError(gsm, gsm->device.OwnNumber(), kCannotReadOwnNumber); });
 }
 
 }  // namespace tavro

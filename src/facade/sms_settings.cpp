@@ -1,6 +1,7 @@
 // The settings of the SMS object: each setter validates, stores and logs. A rejected value leaves the old one.
 #include <algorithm>
 #include <iterator>
+#include <utility>
 
 #include "base/text.h"
 #include "facade/sms_state.h"
@@ -31,228 +32,273 @@ bool InRange(T value, T low, T high) {
 // --- Serial port -----------------------------------------------------------------------------------------------------
 
 std::u16string SMS::Port() {
-  const auto gsm = state_->Begin();
-  return state_->Text(gsm->settings.port);
+  return state_->Run([&](const auto& gsm) { return state_->Text(gsm->settings.port); });
 }
 
 void SMS::SetPort(const std::u16string& port) {
-  const auto gsm = state_->Begin();
-  const std::string name = Upper(Trim(state_->Bytes(port)));
-  if (state_->IsPortLocked(gsm)) return;
-  const auto number = ParsePortName(name);
-  if (!number || !InRange(*number, 1, clsCOMM::kMaxPort)) return gsm->errors.SetError(kInvalidComPort);
-  if (name != gsm->settings.port) {
-    gsm->ForgetModem();
-    state_->ReplaceInbox();
-  }
-  gsm->settings.port = name;
-  gsm->settings.portNumber = *number;
-  gsm->log.WriteLog("Port: " + name);
+  state_->Run([&](const auto& gsm) {
+    const std::string name = Upper(Trim(state_->Bytes(port)));
+    if (state_->IsPortLocked(gsm)) return;
+    const auto number = ParsePortName(name);
+    if (!number || !InRange(*number, 1, clsCOMM::kMaxPort)) return gsm->errors.SetError(kInvalidComPort);
+    if (name != gsm->settings.port) {
+      gsm->ForgetModem();
+      state_->ReplaceInbox();
+    }
+    gsm->settings.port = name;
+    gsm->settings.portNumber = *number;
+    gsm->log.WriteLog("Port: " + name);
+  });
 }
 
-std::int32_t SMS::BaudRate() { return state_->Begin()->settings.baudRate; }
+std::int32_t SMS::BaudRate() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.baudRate; });
+}
 
 void SMS::SetBaudRate(std::int32_t baudRate) {
-  const auto gsm = state_->Begin();
-  if (state_->IsPortLocked(gsm)) return;
-  if (!IsOneOf(kBaudRates, baudRate)) return gsm->errors.SetError(kInvalidBaudRate);
-  gsm->settings.baudRate = baudRate;
-  gsm->log.WriteLog("BaudRate: " + std::to_string(baudRate));
+  state_->Run([&](const auto& gsm) {
+    if (state_->IsPortLocked(gsm)) return;
+    if (!IsOneOf(kBaudRates, baudRate)) return gsm->errors.SetError(kInvalidBaudRate);
+    gsm->settings.baudRate = baudRate;
+    gsm->log.WriteLog("BaudRate: " + std::to_string(baudRate));
+  });
 }
 
 std::u16string SMS::Parity() {
-  const auto gsm = state_->Begin();
-  return state_->Text(gsm->settings.parity);
+  return state_->Run([&](const auto& gsm) { return state_->Text(gsm->settings.parity); });
 }
 
 void SMS::SetParity(const std::u16string& parity) {
-  const auto gsm = state_->Begin();
-  if (state_->IsPortLocked(gsm)) return;
-  const std::string name = Upper(Trim(state_->Bytes(parity)));
-  if (!IsOneOf(kParities, name)) return gsm->errors.SetError(kInvalidParity);
-  gsm->settings.parity = name.substr(0, 1);
-  gsm->log.WriteLog("Parity: " + gsm->settings.parity);
+  state_->Run([&](const auto& gsm) {
+    if (state_->IsPortLocked(gsm)) return;
+    const std::string name = Upper(Trim(state_->Bytes(parity)));
+    if (!IsOneOf(kParities, name)) return gsm->errors.SetError(kInvalidParity);
+    gsm->settings.parity = name.substr(0, 1);
+    gsm->log.WriteLog("Parity: " + gsm->settings.parity);
+  });
 }
 
-std::int16_t SMS::DataBits() { return state_->Begin()->settings.dataBits; }
+std::int16_t SMS::DataBits() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.dataBits; });
+}
 
 void SMS::SetDataBits(std::int16_t dataBits) {
-  const auto gsm = state_->Begin();
-  if (state_->IsPortLocked(gsm)) return;
-  if (!InRange<int>(dataBits, 4, 8)) return gsm->errors.SetError(kInvalidDataBits);
-  gsm->settings.dataBits = dataBits;
-  gsm->log.WriteLog("DataBits: " + std::to_string(dataBits));
+  state_->Run([&](const auto& gsm) {
+    if (state_->IsPortLocked(gsm)) return;
+    if (!InRange<int>(dataBits, 4, 8)) return gsm->errors.SetError(kInvalidDataBits);
+    gsm->settings.dataBits = dataBits;
+    gsm->log.WriteLog("DataBits: " + std::to_string(dataBits));
+  });
 }
 
 std::u16string SMS::StopBits() {
-  const auto gsm = state_->Begin();
-  return state_->Text(gsm->settings.stopBits);
+  return state_->Run([&](const auto& gsm) { return state_->Text(gsm->settings.stopBits); });
 }
 
 void SMS::SetStopBits(const std::u16string& stopBits) {
-  const auto gsm = state_->Begin();
-  if (state_->IsPortLocked(gsm)) return;
-  const std::string name = state_->Bytes(stopBits);
-  if (!IsOneOf(kStopBits, name)) return gsm->errors.SetError(kInvalidStopBits);
-  gsm->settings.stopBits = name;
-  gsm->log.WriteLog("StopBits: " + name);
+  state_->Run([&](const auto& gsm) {
+    if (state_->IsPortLocked(gsm)) return;
+    const std::string name = state_->Bytes(stopBits);
+    if (!IsOneOf(kStopBits, name)) return gsm->errors.SetError(kInvalidStopBits);
+    gsm->settings.stopBits = name;
+    gsm->log.WriteLog("StopBits: " + name);
+  });
 }
 
 // --- Exchange with the modem -----------------------------------------------------------------------------------------
 
-std::int32_t SMS::Timeout() { return state_->Begin()->settings.timeout; }
-
-void SMS::SetTimeout(std::int32_t milliseconds) {
-  const auto gsm = state_->Begin();
-  gsm->log.WriteLog("Set communication timeout = " + std::to_string(milliseconds) + " milliseconds");
-  if (!InRange(milliseconds, 1, 60000)) return gsm->errors.SetError(kInvalidTimeout);
-  gsm->settings.timeout = milliseconds;
-  gsm->log.WriteLog("Timeout: " + std::to_string(milliseconds) + "ms");
+std::int32_t SMS::Timeout() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.timeout; });
 }
 
-std::int32_t SMS::ModemCommandDelay() { return state_->Begin()->settings.modemCommandDelay; }
+void SMS::SetTimeout(std::int32_t milliseconds) {
+  state_->Run([&](const auto& gsm) {
+    gsm->log.WriteLog("Set communication timeout = " + std::to_string(milliseconds) + " milliseconds");
+    if (!InRange(milliseconds, 1, 60000)) return gsm->errors.SetError(kInvalidTimeout);
+    gsm->settings.timeout = milliseconds;
+    gsm->log.WriteLog("Timeout: " + std::to_string(milliseconds) + "ms");
+  });
+}
+
+std::int32_t SMS::ModemCommandDelay() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.modemCommandDelay; });
+}
 
 void SMS::SetModemCommandDelay(std::int32_t milliseconds) {
-  const auto gsm = state_->Begin();
-  if (!InRange(milliseconds, 50, 5000)) return gsm->errors.SetError(kInvalidModemCommandDelay);
-  gsm->settings.modemCommandDelay = gsm->settings.pauses.command = milliseconds;
+  state_->Run([&](const auto& gsm) {
+    if (!InRange(milliseconds, 50, 5000)) return gsm->errors.SetError(kInvalidModemCommandDelay);
+    gsm->settings.modemCommandDelay = gsm->settings.pauses.command = milliseconds;
+  });
 }
 
 std::u16string SMS::ModemInitString() {
-  const auto gsm = state_->Begin();
-  return state_->Text(gsm->settings.modemInitString);
+  return state_->Run([&](const auto& gsm) { return state_->Text(gsm->settings.modemInitString); });
 }
 
 void SMS::SetModemInitString(const std::u16string& command) {
-  const auto gsm = state_->Begin();
-  gsm->settings.modemInitString = state_->Bytes(command);
+  state_->Run([&](const auto& gsm) {
+    std::string text = state_->Bytes(command);
+    if (!gsm->Takes(text)) return gsm->errors.SetError(kInvalidCommand);
+    gsm->settings.modemInitString = std::move(text);
+  });
 }
 
 // --- SIM -------------------------------------------------------------------------------------------------------------
 
 void SMS::SetPIN(const std::u16string& pin) {
-  const auto gsm = state_->Begin();
-  gsm->settings.pin = state_->Bytes(pin);
-  gsm->pin.Forget();
-  gsm->log.WriteLog("PIN: " + gsm->settings.pin);
+  state_->Run([&](const auto& gsm) {
+    gsm->settings.pin = state_->Bytes(pin);
+    gsm->pin.Forget();
+    gsm->log.WriteLog("PIN: " + gsm->log.Secret(gsm->settings.pin));
+  });
 }
 
-bool SMS::DisableCheckPIN() { return state_->Begin()->settings.disableCheckPin; }
+bool SMS::DisableCheckPIN() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.disableCheckPin; });
+}
 
 void SMS::SetDisableCheckPIN(bool disable) {
-  const auto gsm = state_->Begin();
-  gsm->settings.disableCheckPin = disable;
-  gsm->log.WriteLog(disable ? "Disable PIN status check" : "Enable PIN status check");
+  state_->Run([&](const auto& gsm) {
+    gsm->settings.disableCheckPin = disable;
+    gsm->log.WriteLog(disable ? "Disable PIN status check" : "Enable PIN status check");
+  });
 }
 
-std::int32_t SMS::DelayAfterPin() { return state_->Begin()->settings.delayAfterPin; }
+std::int32_t SMS::DelayAfterPin() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.delayAfterPin; });
+}
 
 void SMS::SetDelayAfterPin(std::int32_t milliseconds) {
-  const auto gsm = state_->Begin();
-  if (!InRange(milliseconds, 1, 60000)) return gsm->errors.SetError(kInvalidDelayAfterPin);
-  gsm->settings.delayAfterPin = gsm->settings.pauses.afterPin = milliseconds;
+  state_->Run([&](const auto& gsm) {
+    if (!InRange(milliseconds, 1, 60000)) return gsm->errors.SetError(kInvalidDelayAfterPin);
+    gsm->settings.delayAfterPin = gsm->settings.pauses.afterPin = milliseconds;
+  });
 }
 
 // --- Sending ---------------------------------------------------------------------------------------------------------
 
-std::int16_t SMS::LongMessage() { return state_->Begin()->settings.longMessage; }
+std::int16_t SMS::LongMessage() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.longMessage; });
+}
 
 void SMS::SetLongMessage(std::int16_t action) {
-  const auto gsm = state_->Begin();
-  if (!InRange<int>(action, MessageTruncate, MessageConcatenate)) return gsm->errors.SetError(kInvalidLongMessage);
-  gsm->settings.longMessage = action;
+  state_->Run([&](const auto& gsm) {
+    if (!InRange<int>(action, MessageTruncate, MessageConcatenate)) return gsm->errors.SetError(kInvalidLongMessage);
+    gsm->settings.longMessage = action;
+  });
 }
 
-std::int32_t SMS::SendDelay() { return state_->Begin()->settings.sendDelay; }
+std::int32_t SMS::SendDelay() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.sendDelay; });
+}
 
 void SMS::SetSendDelay(std::int32_t milliseconds) {
-  const auto gsm = state_->Begin();
-  if (!InRange(milliseconds, 1, 30000)) return gsm->errors.SetError(kInvalidSendDelay);
-  gsm->settings.sendDelay = gsm->settings.pauses.send = milliseconds;
-  gsm->log.WriteLog("Send Delay: " + std::to_string(milliseconds) + "ms");
+  state_->Run([&](const auto& gsm) {
+    if (!InRange(milliseconds, 1, 30000)) return gsm->errors.SetError(kInvalidSendDelay);
+    gsm->settings.sendDelay = gsm->settings.pauses.send = milliseconds;
+    gsm->log.WriteLog("Send Delay: " + std::to_string(milliseconds) + "ms");
+  });
 }
 
-std::int16_t SMS::SendRetry() { return state_->Begin()->settings.sendRetry; }
+std::int16_t SMS::SendRetry() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.sendRetry; });
+}
 
 void SMS::SetSendRetry(std::int16_t retries) {
-  const auto gsm = state_->Begin();
-  if (!InRange<int>(retries, 0, 10)) return gsm->errors.SetError(kInvalidSendRetry);
-  gsm->settings.sendRetry = retries;
-  gsm->log.WriteLog("Send Retry: " + std::to_string(retries));
+  state_->Run([&](const auto& gsm) {
+    if (!InRange<int>(retries, 0, 10)) return gsm->errors.SetError(kInvalidSendRetry);
+    gsm->settings.sendRetry = retries;
+    gsm->log.WriteLog("Send Retry: " + std::to_string(retries));
+  });
 }
 
-std::int16_t SMS::Character() { return state_->Begin()->settings.character; }
+std::int16_t SMS::Character() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.character; });
+}
 
 void SMS::SetCharacter(std::int16_t coding) {
-  const auto gsm = state_->Begin();
-  switch (coding) {
-    case 0:
-    case 7:
-      gsm->settings.character = 7;
-      break;
-    case 1:
-    case 8:
-      gsm->settings.character = 8;
-      break;
-    case 2:
-    case 16:
-      gsm->settings.character = 16;
-      break;
-    default:
-      return gsm->errors.SetError(kInvalidCharacter);
-  }
-  gsm->log.WriteLog("Encoding: " + std::to_string(gsm->settings.character) + "-Bit");
+  state_->Run([&](const auto& gsm) {
+    switch (coding) {
+      case 0:
+      case 7:
+        gsm->settings.character = 7;
+        break;
+      case 1:
+      case 8:
+        gsm->settings.character = 8;
+        break;
+      case 2:
+      case 16:
+        gsm->settings.character = 16;
+        break;
+      default:
+        return gsm->errors.SetError(kInvalidCharacter);
+    }
+    gsm->log.WriteLog("Encoding: " + std::to_string(gsm->settings.character) + "-Bit");
+  });
 }
 
 std::u16string SMS::Validity() {
-  const auto gsm = state_->Begin();
-  if (!gsm->registration.EnsureRegistered()) {
-    gsm->errors.SetError(gsm->registration.Error());
-    gsm->settings.validityPeriodValue = kDefaultValidityPeriod;  // a failed read resets the setting; it is meant
-  }
-  return state_->Text(DecodeValidityPeriod(gsm->settings.validityPeriodValue));
+  return state_->Run([&](const auto& gsm) {
+    if (!gsm->registration.EnsureRegistered()) {
+      gsm->errors.SetError(gsm->registration.Error());
+      gsm->settings.validityPeriodValue = kDefaultValidityPeriod;  // a failed read resets the setting; it is meant
+    }
+    return state_->Text(DecodeValidityPeriod(gsm->settings.validityPeriodValue));
+  });
 }
 
 void SMS::SetValidity(const std::u16string& validity) {
-  const auto gsm = state_->Begin();
-  const std::string text = state_->Bytes(validity);
-  gsm->log.WriteLog("Setting validity period as " + text);
-  const auto octet = EncodeValidityPeriod(text);
-  if (!octet) return gsm->errors.SetError(kCannotSetValidity);
-  gsm->settings.validityPeriodValue = *octet;
+  state_->Run([&](const auto& gsm) {
+    const std::string text = state_->Bytes(validity);
+    gsm->log.WriteLog("Setting validity period as " + text);
+    const auto octet = EncodeValidityPeriod(text);
+    if (!octet) return gsm->errors.SetError(kCannotSetValidity);
+    gsm->settings.validityPeriodValue = *octet;
+  });
 }
 
-bool SMS::StatusReport() { return state_->Begin()->settings.statusReportRequested; }
+bool SMS::StatusReport() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.statusReportRequested; });
+}
 
 void SMS::SetStatusReport(bool wanted) {
-  const auto gsm = state_->Begin();
-  gsm->settings.statusReportRequested = wanted;
-  gsm->log.WriteLog(wanted ? "Enable status reports" : "Disable status reports");
+  state_->Run([&](const auto& gsm) {
+    gsm->settings.statusReportRequested = wanted;
+    gsm->log.WriteLog(wanted ? "Enable status reports" : "Disable status reports");
+  });
 }
 
 // --- Log and errors --------------------------------------------------------------------------------------------------
 
-bool SMS::DebugMode() { return state_->Begin()->settings.debugMode; }
+bool SMS::DebugMode() {
+  return state_->Run([&](const auto& gsm) { return gsm->settings.debugMode; });
+}
 
 void SMS::SetDebugMode(bool debug) {
-  const auto gsm = state_->Begin();
-  gsm->settings.debugMode = debug;
+  state_->Run([&](const auto& gsm) { gsm->settings.debugMode = debug; });
 }
 
-std::int16_t SMS::LogType() { return state_->Begin()->log.LogType(); }
+std::int16_t SMS::LogType() {
+  return state_->Run([&](const auto& gsm) { return gsm->log.LogType(); });
+}
 
 void SMS::SetLogType(std::int16_t logType) {
-  const auto gsm = state_->Begin();
-  if (!InRange<int>(logType, 0, 2)) return gsm->errors.SetError(kInvalidLogType);
-  gsm->log.SetLogType(logType);
+  state_->Run([&](const auto& gsm) {
+    if (!InRange<int>(logType, 0, 2)) return gsm->errors.SetError(kInvalidLogType);
+    gsm->log.SetLogType(logType);
+  });
 }
 
-std::u16string SMS::LogFolderPath() { return state_->Begin()->log.FolderPath(); }
+std::u16string SMS::LogFolderPath() {
+  return state_->Run([&](const auto& gsm) { return gsm->log.FolderPath(); });
+}
 
 void SMS::SetLogFolderPath(const std::u16string& folder) {
-  const auto gsm = state_->Begin();
-  if (folder.empty()) return gsm->errors.SetError(kInvalidLogFolder);
-  if (!gsm->log.SetFolderPath(folder)) gsm->errors.SetError(kLogFolderNotFound);
+  state_->Run([&](const auto& gsm) {
+    if (folder.empty()) return gsm->errors.SetError(kInvalidLogFolder);
+    if (!gsm->log.SetFolderPath(folder)) gsm->errors.SetError(kLogFolderNotFound);
+  });
 }
 
 }  // namespace tavro

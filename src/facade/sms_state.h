@@ -4,6 +4,7 @@
 #include <memory>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "facade/gsm.h"
 #include "link/public_call.h"
@@ -17,8 +18,16 @@ struct SMS::State {
   State(std::shared_ptr<Platform> platform, const Options& options);
   ~State();
 
-  // Begins a public call, which is the way to the engine.
-  Call Begin() { return Call(gsm_); }
+  // A public call, which is the way to the engine (PublicCall::Run).
+  template <class Body>
+  auto Run(Body&& body) {
+    return Call::Run(gsm_, std::forward<Body>(body));
+  }
+  template <class Result, class Body>
+  Result Run(Result failed, Body&& body) {
+    return Call::Run(gsm_, failed, std::forward<Body>(body));
+  }
+  const std::shared_ptr<GSM>& Gsm() const { return gsm_; }
   // For the calls that tell the last error and leave it as it is.
   ErrorState& Errors() { return gsm_->errors; }
 

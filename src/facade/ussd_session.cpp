@@ -4,6 +4,7 @@
 #include <iterator>
 #include <utility>
 
+#include "base/restored.h"
 #include "base/text.h"
 #include "link/answer_sorter.h"
 #include "outgoing/encodings.h"
@@ -115,9 +116,10 @@ Answer UssdSession::SendIn(UssdForm form, const std::u16string& code) {
   if (form == UssdForm::kPacked) text = PackedCode(code);
   if (form == UssdForm::kUcs2) text = EncodeUserData(code, 16);
   // Some modems give the result behind the network's answer.
-  const std::int32_t timeout = std::exchange(settings_.timeout, std::max(settings_.timeout, kLeastAnswerTimeout));
-  const Answer answer = exchange_.SendCommand("AT+CUSD=1,\"" + text + "\",15\r");
-  settings_.timeout = timeout;
+  const Answer answer = [&] {
+    const Restored timeout(settings_.timeout, std::max(settings_.timeout, kLeastAnswerTimeout));
+    return exchange_.SendCommand("AT+CUSD=1,\"" + text + "\",15\r");
+  }();
   // Of an answer that was not sorted, the network's may be a part.
   AnswerSorter lines({}, false);
   lines.Append(answer.Text());

@@ -15,43 +15,45 @@ Inbox::Inbox(std::unique_ptr<State> state) : state_(std::move(state)) {}
 Inbox::~Inbox() = default;
 
 std::shared_ptr<tavro::Message> Inbox::Message(std::int16_t index) {
-  const IncomingCall call(state_->services);
-  if (index < 1 || index > state_->box->Count()) {
-    call.Fail(kInvalidMessageIndex);
-    return nullptr;
-  }
-  return (*state_->box->InboxMessages())[static_cast<std::size_t>(index - 1)];
+  return IncomingCall::Run(state_->services, [&](const auto& call) -> std::shared_ptr<tavro::Message> {
+    if (index < 1 || index > state_->box->Count()) {
+      call.Fail(kInvalidMessageIndex);
+      return nullptr;
+    }
+    return (*state_->box->InboxMessages())[static_cast<std::size_t>(index - 1)];
+  });
 }
 
 bool Inbox::Concatenate() {
-  const IncomingCall call(state_->services);
-  return call && call->settings.concatenate;
+  return IncomingCall::Run(state_->services, [&](const auto& call) { return call && call->settings.concatenate; });
 }
 
 void Inbox::SetConcatenate(bool concatenate) {
-  const IncomingCall call(state_->services);
-  if (call) call->settings.concatenate = concatenate;
+  IncomingCall::Run(state_->services, [&](const auto& call) {
+    if (call) call->settings.concatenate = concatenate;
+  });
 }
 
 bool Inbox::Refresh(std::int16_t messageType) {
-  const IncomingCall call(state_->services);
-  if (!call) return false;
-  if (messageType < 0 || messageType > 2) return call.Fail(kInvalidReadType);
-  if (call->reader.ReadMessages(*state_->box, messageType, true)) return true;
-  const PendingError& error = call->reader.Error();
-  return call.Fail(error ? error : kReadMessageError);
+  return IncomingCall::Run(state_->services, [&](const auto& call) -> bool {
+    if (!call) return false;
+    if (messageType < 0 || messageType > 2) return call.Fail(kInvalidReadType);
+    if (call->reader.ReadMessages(*state_->box, messageType, true)) return true;
+    const PendingError& error = call->reader.Error();
+    return call.Fail(error ? error : kReadMessageError);
+  });
 }
 
 bool Inbox::Wait(std::int32_t milliseconds) {
-  const IncomingCall call(state_->services);
-  if (!call) return false;
-  if (milliseconds < 0) return call.Fail(kInvalidWaitTime);
-  return call->waiter.AwaitMessage(*state_->box, milliseconds) || call.Fail(call->waiter.Error());
+  return IncomingCall::Run(state_->services, [&](const auto& call) -> bool {
+    if (!call) return false;
+    if (milliseconds < 0) return call.Fail(kInvalidWaitTime);
+    return call->waiter.AwaitMessage(*state_->box, milliseconds) || call.Fail(call->waiter.Error());
+  });
 }
 
 std::vector<std::shared_ptr<tavro::Message>> Inbox::NewMessages() {
-  const IncomingCall call(state_->services);
-  return state_->box->NewMessages();
+  return IncomingCall::Run(state_->services, [&](const auto&) { return state_->box->NewMessages(); });
 }
 
 void Inbox::Cancel() { state_->cancellation->Cancel(); }
@@ -61,30 +63,30 @@ bool Inbox::HasMessages() { return Count() > 0; }
 bool Inbox::IsEmpty() { return Count() < 1; }
 
 std::int16_t Inbox::Count() {
-  const IncomingCall call(state_->services);
-  return state_->box->Count();
+  return IncomingCall::Run(state_->services, [&](const auto&) { return state_->box->Count(); });
 }
 
 bool Inbox::Clear() {
-  const IncomingCall call(state_->services);
-  if (!call) return false;
-  SIMBox& box = *state_->box;
-  if (box.Count() == 0) return call.Fail(kInboxEmpty);
+  return IncomingCall::Run(state_->services, [&](const auto& call) -> bool {
+    if (!call) return false;
+    SIMBox& box = *state_->box;
+    if (box.Count() == 0) return call.Fail(kInboxEmpty);
 
-  const std::size_t recordsBefore = box.RecordCount();
-  const auto locations = box.LocationsByMessage();
-  bool allDeleted = true;
-  for (std::size_t index = locations.size() - 1; index > 0; --index) {
-    const PendingError error = DeleteFromStore(*call, box, static_cast<std::int16_t>(index), locations[index]);
-    if (!error) continue;
-    allDeleted = false;
-    if (call->errors.CallEnd()) break;  // a refused PIN is the error of the whole call
-    call->errors.Warn(error);           // it stays as the previous error
-    // Each attempt to connect may cost the SIM's PIN one of its three.
-    if (error.code == kDeleteCannotConnect.code) break;
-  }
-  if (box.RecordCount() != recordsBefore) box.BuildInbox(call->settings.concatenate);
-  return allDeleted || call.Fail(kCannotDeleteAll);
+    const std::size_t recordsBefore = box.RecordCount();
+    const auto locations = box.LocationsByMessage();
+    bool allDeleted = true;
+    for (std::size_t index = locations.size() - 1; index > 0; --index) {
+      const PendingError error = DeleteFromStore(*call, box, static_cast<std::int16_t>(index), locations[index]);
+      if (!error) continue;
+      allDeleted = false;
+      if (call->errors.CallEnd()) break;  // a refused PIN is the error of the whole call
+      call->errors.Warn(error);           // it stays as the previous error
+      // Each attempt to connect may cost the SIM's PIN one of its three.
+      if (error.code == kDeleteCannotConnect.code) break;
+    }
+    if (box.RecordCount() != recordsBefore) box.BuildInbox(call->settings.concatenate);
+    return allDeleted || call.Fail(kCannotDeleteAll);
+  });
 }
 
 struct Inbox::Iterator::Snapshot {
@@ -92,10 +94,11 @@ struct Inbox::Iterator::Snapshot {
 };
 
 Inbox::Iterator Inbox::begin() {
-  const IncomingCall call(state_->services);
-  Iterator iterator;
-  iterator.snapshot_ = std::make_shared<const Iterator::Snapshot>(Iterator::Snapshot{state_->box->InboxMessages()});
-  return iterator;
+  return IncomingCall::Run(state_->services, [&](const auto&) {
+    Iterator iterator;
+    iterator.snapshot_ = std::make_shared<const Iterator::Snapshot>(Iterator::Snapshot{state_->box->InboxMessages()});
+    return iterator;
+  });
 }
 
 bool Inbox::Iterator::AtEnd() const { return !snapshot_ || position_ >= snapshot_->messages->size(); }

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <utility>
 
+#include "base/restored.h"
 #include "base/text.h"
 #include "incoming/careful_joining.h"
 #include "incoming/listing_entry.h"
@@ -51,24 +52,28 @@ MessageReader::MessageReader(const DialogueContext& dialogue, ModemConnection& c
 bool MessageReader::ReadMessages(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver) {
   leftBehind_ = 0;
   log_.WriteLog("Reading incoming messages [Option-" + std::to_string(messageType) + "]");
-  std::optional<SIMBox> before;
-  if (manner_.keepsInboxOnFailure) before = box;
+  ShownOrReadAgain shown{&readAgain_};
+  struct PutBack {
+    ~PutBack() {
+      if (before) box = std::move(*before);
+    }
+    SIMBox& box;
+    std::optional<SIMBox> before = {};
+  } putBack{box};
+  if (manner_.keepsInboxOnFailure) putBack.before = box;
   box.Clear();
   if (manner_.joinsWithCare) box.JoinWithCare(platform_.WallClock() / 1000);
   error_ = Read(box, messageType, deleteNonDeliver);
-  if (error_) {
-    if (before) box = std::move(*before);
-    readAgain_.all = true;  // what was listed to nobody may count as read by now
-    return false;
-  }
-  before.reset();  // the old messages make room for the new ones
-  ForgetAdded();   // the application sees all of them now
+  if (error_) return false;
+  putBack.before.reset();  // the old messages make room for the new ones
+  ForgetAdded();           // the application sees all of them now
   if (leftBehind_ > 0) {
     log_.WriteLog("The inbox is full: " + std::to_string(leftBehind_) + " messages stay in the modem");
   }
   state_.isListed = true;
   log_.WriteLog("Processing incoming messages [" + std::to_string(box.RecordCount()) + " Msgs]");
   box.BuildInbox(settings_.concatenate);
+  shown.readAgain = nullptr;
   return true;
 }
 
@@ -195,17 +200,17 @@ bool MessageReader::Begin(SIMBox& box) {
 
 PendingError MessageReader::AddUnread(SIMBox& box) {
   const ReadAgain again = std::exchange(readAgain_, {});
+  ShownOrReadAgain shown{&readAgain_};
   PendingError error = AddUnread(box, again);
-  if (error) readAgain_.all = true;
+  if (!error) shown.readAgain = nullptr;
   return error;
 }
 
 PendingError MessageReader::AddUnread(SIMBox& box, const ReadAgain& again) {
   if (again.all || !again.locations.empty() || HasReportsOfBefore()) {
-    wanted_ = again.all ? std::nullopt : std::optional(again.locations);
+    const Restored wanted(wanted_, again.all ? std::nullopt : std::optional(again.locations));
     PendingError error =
         ListAndStore(box, '1', again.all || !again.locations.empty() ? Handling::kAdd : Handling::kReports);
-    wanted_.reset();
     if (error) return error;
   }
   if (PendingError error = ListAndStore(box, '0', Handling::kAdd)) return error;

@@ -55,6 +55,13 @@ class MessageReader : DialoguePart {
     bool all = false;
     std::vector<std::int16_t> locations = {};
   };
+  // What is not shown when it goes, unless it was told that all is, may count as read in the modem by then.
+  struct ShownOrReadAgain {
+    ~ShownOrReadAgain() {
+      if (readAgain) readAgain->all = true;
+    }
+    ReadAgain* readAgain;
+  };
 
   PendingError Read(SIMBox& box, std::int16_t messageType, bool deleteNonDeliver);
   PendingError List(char stat, ListingAnswer& answer);

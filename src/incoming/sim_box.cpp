@@ -126,9 +126,9 @@ std::optional<std::int16_t> SIMBox::AddDelivered(SIMMessage record) {
   auto place = delivered_.end();
   if (delivered_.size() >= kMaxDelivered) place = std::find(delivered_.begin(), delivered_.end(), kNone);
   if (place == delivered_.end()) place = delivered_.insert(delivered_.end(), kNone);
-  *place = static_cast<std::int32_t>(records_.size());
   record.memoryIndex = static_cast<std::int16_t>(-1 - (place - delivered_.begin()));
   records_.push_back(std::move(record));
+  *place = static_cast<std::int32_t>(records_.size() - 1);
   ++recordCount_;
   return records_.back().memoryIndex;
 }
@@ -144,8 +144,8 @@ bool SIMBox::AddRecord(SIMMessage record) {
     return true;
   }
   if (IsFull()) return false;
-  position = static_cast<std::int32_t>(records_.size());
   records_.push_back(std::move(record));
+  position = static_cast<std::int32_t>(records_.size() - 1);
   ++recordCount_;
   return true;
 }

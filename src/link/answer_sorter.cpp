@@ -131,8 +131,9 @@ std::size_t AnswerSorter::Append(std::string_view data) {
     } else if (EndsInQuotes()) {
       line_ += c;
     } else {
-      carriageReturn_ = true;
+      const bool isFirst = !std::exchange(carriageReturn_, true);
       line_ += c;
+      if (!isFirst && c == '\r') continue;  // it was looked at
       // An echo ends with the command's own carriage return, a number with one that nothing follows.
       const std::string_view line = WithoutControls(line_);
       if (c == '\n' || (c == '\r' && IsEcho(line)) || (numericResults_ && line.size() == 1)) EndLine();
@@ -160,9 +161,12 @@ void AnswerSorter::Finish() {
 }
 
 // Only the text of +CUSD has line ends in its quotes; elsewhere a quote that is not closed ends with its line.
-bool AnswerSorter::EndsInQuotes() const {
-  return line_.starts_with("+CUSD:") && line_.size() < kLongestQuotedText &&
-         std::count(line_.begin(), line_.end(), '"') % 2 != 0;
+bool AnswerSorter::EndsInQuotes() {
+  if (!line_.starts_with("+CUSD:") || line_.size() >= kLongestQuotedText) return false;
+  for (; quotesCountedTo_ < line_.size(); ++quotesCountedTo_) {
+    if (line_[quotesCountedTo_] == '"') isQuoteOpen_ = !isQuoteOpen_;
+  }
+  return isQuoteOpen_;
 }
 
 bool AnswerSorter::IsEcho(std::string_view line) const {
@@ -195,7 +199,8 @@ bool AnswerSorter::IsOwnPrefix(std::string_view prefix, std::string_view line) c
 }
 
 void AnswerSorter::EndLine() {
-  carriageReturn_ = false;
+  carriageReturn_ = isQuoteOpen_ = false;
+  quotesCountedTo_ = 0;
   std::string line(WithoutControls(line_));
   if (line.empty()) {
     blank_ += std::exchange(line_, {});

@@ -56,7 +56,7 @@ class AnswerSorter {
 
  private:
   void EndLine();
-  bool EndsInQuotes() const;
+  bool EndsInQuotes();
   bool IsEcho(std::string_view line) const;
   End ResultOf(std::string_view line) const;
   bool IsOwnPrefix(std::string_view prefix, std::string_view line) const;
@@ -72,6 +72,8 @@ class AnswerSorter {
 
   std::string blank_, line_;  // line ends in front of the line, and the line
   bool carriageReturn_ = false;
+  std::size_t quotesCountedTo_ = 0;  // how much of the line was searched for quotes
+  bool isQuoteOpen_ = false;
   std::string own_;
   struct HeldLine {
     std::string octets, line;

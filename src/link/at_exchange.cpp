@@ -201,6 +201,7 @@ bool AtExchange::Write(std::string_view data) { return std::cmp_equal(WriteOctet
 std::int32_t AtExchange::WriteOctets(std::string_view data) {
   mayBeWritten_ = false;
   if (platform_.IsInterrupted()) return -1;
+  ++useCount_;
   written_ = data;
   ++writeCount_;
   unanswered_ = true;
@@ -291,6 +292,7 @@ bool AtExchange::HandOn(AnswerSorter& sorter) {
 
 // Waits a slice of time at most. Returns as CommAwait does.
 std::int32_t AtExchange::ReadMore() {
+  ++useCount_;
   std::string piece;
   const std::int32_t count =
       sortsAnswers_ ? comm_.CommAwait(settings_.portNumber, piece) : comm_.CommRead(settings_.portNumber, piece, 0);
@@ -369,6 +371,7 @@ bool AtExchange::Resynchronise() {
 // What the port holds, up to the gap that ends it; empty when there is nothing or the port fails. The port is never
 // asked for more octets than can come in the time that is left, however slowly they trickle.
 std::string AtExchange::Read() {
+  ++useCount_;
   const std::uint32_t limit =
       std::max(static_cast<std::uint32_t>(settings_.timeout) * kLongestReadTimeouts, kLongestReadFloor);
   const std::uint32_t start = platform_.TickCount();

@@ -80,6 +80,8 @@ class AtExchange {
   // Whether a command that only asks may be asked again when it was not answered (tavro::Recovery).
   void AllowRepeating(bool allowed) { mayRepeat_ = allowed; }
 
+  // How often the line was read or written to.
+  std::uint64_t UseCount() const { return useCount_; }
   // How often something was written: a line of the modem's own accord that was handed on at another count came before
   // what was written last.
   std::uint32_t WriteCount() const { return writeCount_; }
@@ -127,6 +129,7 @@ class AtExchange {
   std::uint32_t lastCommandTick_;
   WholeSecondWait sinceWritten_;
   std::uint32_t writeCount_ = 0;
+  std::uint64_t useCount_ = 0;
   bool mayBeWritten_ = false;
 
   // Of the prompt manner.

@@ -1,5 +1,7 @@
 #include "link/error_state.h"
 
+#include <exception>
+
 namespace tavro {
 
 ErrorState::ErrorState(Platform& platform, LogHandling& log, const Settings& settings)
@@ -33,6 +35,25 @@ void ErrorState::SetError(std::int32_t code, std::string_view text) {
                  kErrorBoxStyle, u"Tavro SMS Component");
   }
   log_.WriteErrorLine(code, text);
+}
+
+void ErrorState::BreakOffCall() noexcept {
+  if (holds_ > 0) return;
+  if (lastCode_ > 0) {
+    previousCode_ = lastCode_;
+    previousText_.swap(lastText_);
+  }
+  operationFailed_ = true;
+  lastCode_ = kOutOfMemory.code;
+  lastText_.assign(kOutOfMemory.text);
+  const auto attempt = [](auto&& action) {
+    try {
+      action();
+    } catch (const std::exception&) {  // there is still no memory
+    }
+  };
+  attempt([&] { log_.WriteErrorLine(lastCode_, lastText_); });
+  if (breakOff_) attempt(breakOff_);
 }
 
 void ErrorState::ClearError() {

@@ -38,6 +38,11 @@ class ErrorState {
   // What every call begins with besides.
   void SetBeginning(std::function<void()> begin) { begin_ = std::move(begin); }
 
+  // What a call that was broken off leaves to be done, now or when the next one begins.
+  void SetBreakingOff(std::function<void()> breakOff) { breakOff_ = std::move(breakOff); }
+  // Ends a public call for which there was no memory, with 1043 whatever error it had.
+  void BreakOffCall() noexcept;
+
   // Records an error unless one is recorded already: logs it and, in debug mode, shows it. Code 0 clears. A negative
   // code is recorded but neither logged nor shown, and it survives ClearError.
   void SetError(std::int32_t code, std::string_view text);
@@ -80,7 +85,7 @@ class ErrorState {
   bool operationFailed_ = false;
   PendingError callEnd_;
   int holds_ = 0;
-  std::function<void()> begin_;
+  std::function<void()> begin_, breakOff_;
 };
 
 }  // namespace tavro

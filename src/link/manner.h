@@ -7,8 +7,8 @@ namespace tavro {
 
 // The classic manner is the exact behaviour that programs written for the COM component rely on. The prompt manner is
 // for native programs and the command line: an answer ends where it ends, nothing received is lost, nothing is sent
-// twice, and today's modems and networks count. Codes, texts and log lines are the same in both. Each rule is looked at
-// in one place, which is named behind it.
+// twice, and today's modems and networks count. Codes, texts and log lines are the same in both, but that one hides
+// PINs and control characters. Each rule is looked at in one place, which is named behind it.
 struct Manner {
   // --- The exchange ---
 
@@ -19,6 +19,11 @@ struct Manner {
   bool pausesUnasked;
   // Milliseconds that the result of a submission is waited for at least (Submission); 0: Timeout alone.
   std::int32_t submitTimeout;
+
+  // The log names no PIN, and shows control characters in a visible form (LogHandling).
+  bool guardsLog;
+  // What the application gives as a command must be one and no more (GSM).
+  bool takesSingleCommands;
 
   // --- The connection ---
 
@@ -91,6 +96,8 @@ inline constexpr Manner kClassicManner{
     .answersEndAtResult = false,
     .pausesUnasked = true,
     .submitTimeout = 0,
+    .guardsLog = false,
+    .takesSingleCommands = false,
     .wakesModem = false,
     .noticesLoss = false,
     .asksForIndications = false,
@@ -122,6 +129,8 @@ inline constexpr Manner kPromptManner{
     .answersEndAtResult = true,
     .pausesUnasked = false,
     .submitTimeout = 180000,
+    .guardsLog = true,
+    .takesSingleCommands = true,
     .wakesModem = true,
     .noticesLoss = true,
     .asksForIndications = true,

@@ -2,6 +2,9 @@
 #pragma once
 
 #include <memory>
+#include <new>
+#include <stdexcept>
+#include <type_traits>
 #include <utility>
 
 #include "link/error_state.h"
@@ -19,6 +22,28 @@ class PublicCall {
   }
   explicit PublicCall(const std::weak_ptr<Services>& services) : PublicCall(services.lock()) {}
 
+  // What `body` returns, which is given the call. No exception leaves it: where there is no memory left the call is
+  // broken off with the error 1043, and returns `failed`, or else an empty value.
+  template <class Owner, class Body>
+  static auto Run(const Owner& owner, Body&& body) {
+    using Result = std::invoke_result_t<Body, const PublicCall&>;
+    if constexpr (std::is_void_v<Result>) {
+      Guard(owner, body);
+    } else {
+      return Run(owner, Result(), std::forward<Body>(body));
+    }
+  }
+  template <class Owner, class Result, class Body>
+  static Result Run(const Owner& owner, Result failed, Body&& body) {
+    Guard(owner, [&](const PublicCall& call) { failed = body(call); });
+    return failed;
+  }
+  // A call that is no more than its beginning.
+  template <class Owner>
+  static void Begin(const Owner& owner) {
+    Guard(owner, [](const PublicCall&) {});
+  }
+
   explicit operator bool() const { return services_ != nullptr; }
   Services& operator*() const { return *services_; }
   Services* operator->() const { return services_.get(); }
@@ -31,6 +56,22 @@ class PublicCall {
   }
 
  private:
+  template <class Owner, class Body>
+  static void Guard(const Owner& owner, Body&& body) noexcept {
+    try {
+      const PublicCall call(owner);
+      body(call);
+    } catch (const std::bad_alloc&) {
+      BreakOff(owner);
+    } catch (const std::length_error&) {  // more than there can be
+      BreakOff(owner);
+    }
+  }
+  static void BreakOff(const std::shared_ptr<Services>& services) noexcept { services->errors.BreakOffCall(); }
+  static void BreakOff(const std::weak_ptr<Services>& services) noexcept {
+    if (const auto locked = services.lock()) locked->errors.BreakOffCall();
+  }
+
   std::shared_ptr<Services> services_;
 };
 

@@ -10,6 +10,7 @@
 
 #include "base/error_codes.h"
 #include "base/text.h"
+#include "log/guarded_text.h"
 
 namespace tavro {
 
@@ -66,7 +67,9 @@ std::string OnOneLine(std::string_view text) {
   return line;
 }
 
-LogHandling::LogHandling(Platform& platform) : platform_(platform) { UseFolder(platform.ComponentFolder()); }
+LogHandling::LogHandling(Platform& platform, bool isGuarded) : platform_(platform), isGuarded_(isGuarded) {
+  UseFolder(platform.ComponentFolder());
+}
 
 // "C:" without a separator is no folder.
 std::u16string LogHandling::WithSeparator(std::u16string_view folder) const {
@@ -91,6 +94,10 @@ bool LogHandling::SetFolderPath(std::u16string_view folder) {
   return true;
 }
 
+std::string LogHandling::Secret(const std::string& pin) const {
+  return isGuarded_ && !pin.empty() ? std::string(kHiddenSecret) : pin;
+}
+
 void LogHandling::WriteLog(std::string_view text) {
   if (logType_ < 2 || Trim(text).empty()) return;
   Append("", text);
@@ -104,7 +111,11 @@ void LogHandling::WriteErrorLine(std::int32_t code, std::string_view text) {
 void LogHandling::Append(std::string_view prefix, std::string_view text) {
   line_ = Stamp();
   line_ += prefix;
-  AppendOnOneLine(line_, text);
+  if (isGuarded_) {
+    AppendOnOneLine(line_, GuardedText(platform_, text));
+  } else {
+    AppendOnOneLine(line_, text);
+  }
   line_ += kLineEnd;
   if (!platform_.WriteToFile(file_, line_, true)) Report(kCannotOpenLog);
 }

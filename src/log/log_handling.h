@@ -16,11 +16,14 @@ namespace tavro {
 //
 // A failing operation ends there and reports 8004 (write), 8007 (clear) or 8008 (size): also when the folder is gone,
 // or something else than a regular file has the name. A file that is not there yet is an empty one.
+//
+// A line holds its text to the letter, or is guarded: it then names no PIN, and shows the control characters that the
+// modem, a sender or a setting brought (GuardedText).
 class LogHandling {
  public:
   using FailureReport = std::function<void(std::int32_t code, std::string_view text)>;
 
-  explicit LogHandling(Platform& platform);
+  explicit LogHandling(Platform& platform, bool isGuarded = false);
 
   // Where the log reports its own failures: the error state, which in turn writes its errors here.
   void AttachErrorState(FailureReport report) { report_ = std::move(report); }
@@ -34,6 +37,9 @@ class LogHandling {
   bool SetFolderPath(std::u16string_view folder);
   const std::u16string& FolderPath() const { return folder_; }
   bool FolderExists(std::u16string_view folder) const;
+
+  // What a line shows of a PIN.
+  std::string Secret(const std::string& pin) const;
 
   // Appends one activity line. CR and LF in the text are written as "<cr>" and "<lf>"; a blank text writes nothing.
   void WriteLog(std::string_view text);
@@ -55,6 +61,7 @@ class LogHandling {
   void Report(const ErrorDefinition& error);
 
   Platform& platform_;
+  const bool isGuarded_;
   FailureReport report_;
   std::int16_t logType_ = 0;
   std::u16string folder_;

@@ -44,13 +44,15 @@ class Platform {
 
   // Files, named in UTF-16. Thin calls instead of <fstream> and <filesystem>, which more than double the size of a
   // library that carries its own C++ run-time.
+  // A symbolic link is kOther, unless a separator behind it asks for the folder that it names.
   virtual PathKind KindOf(std::u16string_view path) = 0;
-  // Regular files alone: anything else by that name, such as a FIFO or a device, is a failure, and is not waited for.
+  // Regular files alone: anything else by that name, such as a FIFO, a device or a symbolic link, is a failure, and is
+  // not waited for.
 
   // For reading; null on failure.
   virtual std::FILE* OpenFile(std::u16string_view path) = 0;
   // Puts the content behind what the file holds or in its place, and makes the file when it is not there. Opens, writes
-  // and closes it once. False on failure.
+  // and closes it once. On POSIX only its owner can read a file that it makes. False on failure.
   virtual bool WriteToFile(std::u16string_view path, std::string_view content, bool append) = 0;
   virtual char16_t PathSeparator() const = 0;
   // The folder that the component's binary was loaded from.

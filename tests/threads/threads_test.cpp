@@ -175,14 +175,16 @@ TEST_P(Threads, TheDeviceIsUnpluggedAtAnyMoment) {
   station.Compare();
 }
 
-TEST(ManyThreads, SixteenObjectsAndWhatOutlivesThem) {
-  constexpr int kObjects = 16, kMessages = 20;
+TEST(ManyThreads, ObjectsAndWhatOutlivesThem) {
+  constexpr int kObjects = 64, kMessages = 5;
   const std::filesystem::path folder =
       std::filesystem::temp_directory_path() / ("tavro-threads-" + std::to_string(getpid()));
   std::filesystem::create_directory(folder);
   struct Left {
     std::shared_ptr<Inbox> inbox;
     std::shared_ptr<Message> message;
+    std::shared_ptr<Wap> push;
+    Inbox::Iterator walk;
   };
   std::vector<Left> left(kObjects);
   const auto live = [&](int number) {
@@ -197,7 +199,7 @@ TEST(ManyThreads, SixteenObjectsAndWhatOutlivesThem) {
     while (inbox->Count() < kMessages && inbox->Wait(kPatience.count())) {
     }
     ASSERT_EQ(inbox->Count(), kMessages) << station.Error();
-    left[static_cast<std::size_t>(number)] = {inbox, inbox->Message(kMessages)};
+    left[static_cast<std::size_t>(number)] = {inbox, inbox->Message(kMessages), station.sms->WapPush(), inbox->begin()};
     std::atomic<bool> isGone = false;
     std::latch begun(2);
     std::thread cancelling([&] {
@@ -222,6 +224,9 @@ TEST(ManyThreads, SixteenObjectsAndWhatOutlivesThem) {
       EXPECT_EQ(object.message->Text(), u"out " + FromUtf8(std::to_string(kMessages - 1)));
       object.inbox.reset();
       EXPECT_FALSE(object.message->Delete());
+      EXPECT_EQ(object.walk->Text(), u"out 0");
+      EXPECT_EQ(object.push->Action(), 2);
+      EXPECT_FALSE(object.push->Send());
     }
   };
   std::thread other(outlive, left);

@@ -9,9 +9,10 @@
 
 namespace tavro {
 
+// Of a path that ends in a separator: what a link names.
 PathKind KindOfPath(const std::string& path);
 
-// Platform::OpenFile and WriteToFile. A symbolic link to a regular file is one too.
+// Platform::OpenFile and WriteToFile. A symbolic link is no regular file.
 std::FILE* OpenRegularFile(const std::string& path);
 bool WriteRegularFile(const std::string& path, std::string_view content, bool append);
 
