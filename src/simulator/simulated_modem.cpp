@@ -95,6 +95,8 @@ std::vector<StoredMessage> SimulatedModem::Stored(std::string_view memory) const
 const std::vector<SimulatedModem::Received>& SimulatedModem::Commands() const { return machine_->commands; }
 const std::vector<SimulatedModem::Received>& SimulatedModem::Pdus() const { return machine_->pdus; }
 
+const std::vector<ModemDeed>& SimulatedModem::Deeds() const { return machine_->modem.deeds; }
+
 std::vector<std::string> SimulatedModem::CommandTexts() const {
   std::vector<std::string> texts;
   for (const Received& command : machine_->commands) texts.push_back(command.text);
