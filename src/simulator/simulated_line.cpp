@@ -41,7 +41,11 @@ void SimulatedLine::FailCall(std::string_view call, std::uint32_t error, int tim
   faults_.push_back({std::string(call), error, times, skip});
 }
 
-void SimulatedLine::ForgetFailures() { faults_.clear(); }
+void SimulatedLine::ForgetFailures() {
+  faults_.clear();
+  pendings_.clear();
+  shortWrites_.clear();
+}
 
 void SimulatedLine::PendNext(std::string_view call, int incomplete, int skip) {
   pendings_.push_back({std::string(call), incomplete, skip});

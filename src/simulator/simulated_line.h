@@ -74,6 +74,7 @@ class SimulatedLine : public Platform, public SerialDriver {
 
   // The next `times` calls, or all with -1, fail with this error and do nothing.
   void FailCall(std::string_view call, std::uint32_t error, int times = 1, int skip = 0);
+  // Drops the rules of all kinds.
   void ForgetFailures();
   // The next ReadFile or WriteFile does its work and fails with 997; the transfer's result fails with 996 `incomplete`
   // times before it succeeds.
