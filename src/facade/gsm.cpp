@@ -38,7 +38,7 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
   exchange.SetUnsolicited([this](const std::string& line) {
     connection.Take(line);
     ussd.Take(line);
-    arrivals.Take(line, exchange.Heard());
+    arrivals.Take(line, exchange.Heard(), connection.Count());
   });
   errors.SetBeginning([this] { connection.NoticeLoss(); });
   log.AttachErrorState([this](std::int32_t code, std::string_view text) { errors.SetError(code, text); });

@@ -59,6 +59,7 @@ void SimulatedModem::Interject(Interjection interjection, std::string_view comma
 void SimulatedModem::ForgetAnswers() {
   machine_->commandRules.clear();
   machine_->pduRules.clear();
+  machine_->speech.ForgetInterjections();
 }
 
 void SimulatedModem::Unsolicited(std::string_view line, std::int64_t nowMs) {
