@@ -393,9 +393,9 @@ TEST(ConnectTest, FailsClosesAndCanBeRepeated) {
   } kCases[] = {
       {"", {}, 1006, End::kNotOpened, "", [](Engine& e) { e.line->FailCall("CreateFile", 5); }},
       {"", {}, 1006, kError, "", [](Engine& e) { e.line->FailCall("SetCommState", 87); }},
-      {"*", silence, 1034, kLines, "AT"},
-      {"*", ModemReply::Bytes("\x01\xFF#!"), 1034, kLines, "AT"},
-      {"*", ModemReply::Own().Late(3000), 1034, kLines, "AT"},
+      {"*", silence, 1034, kLines, "ATV1"},
+      {"*", ModemReply::Bytes("\x01\xFF#!"), 1034, kLines, "ATV1"},
+      {"*", ModemReply::Own().Late(3000), 1034, kLines, "ATV1"},
       {"AT+CPAS", ok("+CPAS: 1"), 2027, End::kErrorThenLines, "AT+CPAS"},
       {"", {}, 2005, kLines, "AT+CPIN?", [](Engine& e) { e.modem.Settings().simPresent = false; }},
       {"AT+CPIN?", line("+CME ERROR: 13"), 2004, kLines, "AT+CPIN?"},

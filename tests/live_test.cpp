@@ -516,5 +516,35 @@ TEST(Recovering, AModemThatHangs) {
   }
 }
 
+// Each call fails or tells the truth, whatever it opens and asks meanwhile.
+TEST(Recovering, AnAnswerThatIsVeryLate) {
+  for (const std::int64_t late : {2500, 6000, 13000, 61000}) {
+    for (const bool repeats : {false, true}) {
+      SCOPED_TRACE(late);
+      ModemSettings settings;
+      settings.latencyMs = 400;
+      Live live(settings, {.recovery = {.repeats = repeats}});
+      live.modem.Store(Letter("61"), 1);
+      live.sms.SetTimeout(1000);
+      live.modem.Answer("AT+CIMI", Reply::Own().Late(late), 1);
+      live.sms.IMSI();
+      bool isTrue = false;
+      for (int i = 0; i < 60 && !isTrue; ++i) {
+        const auto model = live.sms.Model();
+        EXPECT_TRUE(model.empty() || model == u"Tavro Modem");
+        isTrue = live.sms.Inbox()->Refresh();
+        EXPECT_EQ(live.Texts(), isTrue ? "a" : "");
+      }
+      EXPECT_TRUE(isTrue);
+    }
+  }
+}
+
+TEST(Recovering, ALineThatBeganBeforeTheCommandIsNoneOfItsAnswer) {
+  Live live;
+  live.modem.Output("\r\n+CM", live.line->Elapsed());
+  EXPECT_EQ(live.sms.Revision(), u"1.0");
+}
+
 }  // namespace
 }  // namespace tavro

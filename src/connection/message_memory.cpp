@@ -13,6 +13,11 @@ namespace tavro {
 
 namespace {
 
+// A name that was damaged on the way would not be taken back.
+bool IsName(std::string_view text) {
+  return text.size() == 2 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+}
+
 bool IsSelectable(std::string_view memory) { return memory == "SM" || memory == "ME" || memory == "MT"; }
 
 }  // namespace
@@ -41,10 +46,10 @@ bool MessageMemory::SelectMessageMemory(std::string_view memory) {
   return true;
 }
 
-// When there is no answer, the next reading or deletion selects its memory first.
+// Without a clear answer it may have taken effect: the next reading or deletion selects its memory first.
 Answer MessageMemory::Select(const std::string& memories) {
   Answer answer = exchange_.SendCommand("AT+CPMS=" + memories + "\r");
-  if (manner_.doubtsUnansweredSelection && !answer.IsGood() && !answer.HoldsError()) state_.memorySelected = false;
+  if (!answer.IsGood() && !answer.HoldsError()) state_.memorySelected = false;
   return answer;
 }
 
@@ -140,7 +145,8 @@ std::vector<MemoryUsage> MessageMemory::Usage() {
   if (!answer.IsGood()) return {};
   NoteUsage(answer);
   std::vector<Count> counts = CountsIn(answer);
-  if (counts.empty() || counts[0].name.empty()) return {};
+  if (counts.empty() || !IsName(counts[0].name)) return {};
+  if (state_.memorySelected && counts[0].name != settings_.messageMemory) return {};  // it was damaged on the way
   const std::string selected = counts[0].name;
   std::vector<std::string> names = ReadableMemories();
   if (errors_.IsPending()) return {};

@@ -204,6 +204,12 @@ bool ModemConnection::VerifyModem() {
   log_.WriteLog("Port is connected");
   log_.WriteLog("Verifying if modem is connected");
   const bool present = manner_.wakesModem ? WakeModem() : exchange_.CheckCommandResponse("AT\r").HoldsOk();
+  // For the next time: it may be at the prompt of a message that was broken off, have the rest of a command in its
+  // buffer, or give its results as numbers.
+  if (!present && !manner_.wakesModem && IsConnected()) {
+    exchange_.CancelInput();
+    exchange_.Write("ATV1\r");
+  }
   log_.WriteLog(present ? "Modem is connected" : "Modem is not connected");
   return present;
 }
@@ -231,7 +237,7 @@ bool ModemConnection::WakeModem() {
     }
     present = answers("AT\r");
   }
-  if (present && !atOnce) exchange_.Resynchronise();
+  if (present && (!atOnce || exchange_.MayHearEarlierAnswers())) present = exchange_.Resynchronise();
   if (present && exchange_.HasNumericResults()) answers("ATV1\r");
   errors_.ClearError();
   return present;

@@ -53,8 +53,14 @@ bool PinCheck::QueryState() {
 // Asks again while the SIM is busy, as it is when the modem starts.
 Answer PinCheck::AskState() {
   const WholeSecondWait wait(platform_, settings_.timeout);
+  bool isInStep = false;
   for (;;) {
     Answer answer = exchange_.CheckCommandResponse("AT+CPIN?\r");
+    // The result of what a program before this one cancelled can set all answers back by one.
+    if (manner_.answersEndAtResult && answer.IsGood() && answer.Information("+CPIN:").empty() && !isInStep) {
+      isInStep = true;
+      if (exchange_.Resynchronise()) continue;
+    }
     const std::string text = answer.Information("+CME ERROR:");
     const bool busy = answer.HoldsError() && (text == "14" || Contains(text, "SIM BUSY"));
     if (!manner_.waitsForSim || !busy || wait.IsOver()) return answer;

@@ -40,7 +40,7 @@ GSM::GSM(std::shared_ptr<Platform> systemPlatform, const Manner& manner)
   exchange.SetUnsolicited([this](const std::string& line) {
     connection.Take(line);
     ussd.Take(line);
-    arrivals.Take(line, exchange.Heard());
+    arrivals.Take(line, exchange.Heard(), connection.Count());
   });
   errors.SetBeginning([this] { connection.BeginCall(); });
   errors.SetBreakingOff([this] { connection.BreakOff(); });

@@ -15,8 +15,8 @@ namespace tavro {
 
 namespace {
 
-// Of what is told of and never read.
-constexpr std::size_t kMaxArrivals = 32767;
+// Of what is told of and not read yet. More places than these are listed.
+constexpr std::size_t kMaxPlaces = 1000, kMaxArrivals = 32767;
 
 bool IsSamePlace(const Arrival& a, const Arrival& b) {
   return a.kind == Arrival::Kind::kPlace && b.kind == a.kind && a.location == b.location && a.memory == b.memory;
@@ -24,14 +24,18 @@ bool IsSamePlace(const Arrival& a, const Arrival& b) {
 
 }  // namespace
 
-bool Arrivals::Take(std::string_view line, std::uint64_t heard) {
+bool Arrivals::Take(std::string_view line, std::uint64_t heard, int connection) {
   const std::string capitals = Upper(line.substr(0, 6));
   const std::string_view prefix = std::string_view(capitals).substr(0, capitals.find(':'));
   if (prefix.size() == capitals.size()) return false;
   std::string_view rest = line.substr(prefix.size() + 1);
   const bool isReport = prefix.starts_with("+CDS");
   if (prefix == "+CMT" || prefix == "+CDS") {
-    Add({.kind = Arrival::Kind::kDelivered, .isReport = isReport, .entry = Upper(rest), .heard = heard});
+    Add({.kind = Arrival::Kind::kDelivered,
+         .isReport = isReport,
+         .entry = Upper(rest),
+         .heard = heard,
+         .connection = connection});
     return true;
   }
   if (prefix != "+CMTI" && prefix != "+CDSI") return false;
@@ -45,14 +49,20 @@ bool Arrivals::Take(std::string_view line, std::uint64_t heard) {
   Add({.isReport = isReport,
        .memory = Upper(fields[0]),
        .location = static_cast<std::int16_t>(location),
-       .heard = heard});
+       .heard = heard,
+       .connection = connection});
   return true;
 }
 
 // A place that is told of twice is read once.
 void Arrivals::Add(Arrival arrival) {
-  const bool isKnown =
-      std::any_of(queue_.begin(), queue_.end(), [&](const Arrival& other) { return IsSamePlace(arrival, other); });
+  const bool isPlace = arrival.kind == Arrival::Kind::kPlace;
+  if (isPlace && queue_.size() >= kMaxPlaces) {
+    placeUnknown_ = true;
+    return;
+  }
+  const bool isKnown = isPlace && std::any_of(queue_.begin(), queue_.end(),
+                                              [&](const Arrival& other) { return IsSamePlace(arrival, other); });
   if (isKnown) return;
   if (queue_.size() < kMaxArrivals) {
     queue_.push_back(std::move(arrival));

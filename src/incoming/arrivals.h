@@ -23,15 +23,16 @@ struct Arrival {
   std::int16_t location = -1;  // kPlace
   std::string entry = {};      // kDelivered: what stands behind the prefix, in capitals
   std::uint64_t heard = 0;     // how many lines the modem had said of its own accord
+  int connection = 0;          // the one that told of it
   int attempts = 0;            // to read it that failed
 };
 
 // Kept from the time that they are told of, whatever dialogue is under way, until they are read.
 class Arrivals {
  public:
-  // A line of the modem's own accord, the `heard`th; "+CMT" and "+CDS" with their PDU. Whether it told of an arrival.
-  // One that cannot be understood is an arrival at a place that is not known.
-  bool Take(std::string_view line, std::uint64_t heard);
+  // A line of the modem's own accord, the `heard`th, under that connection; "+CMT" and "+CDS" with their PDU. Whether
+  // it told of an arrival. One that cannot be understood is an arrival at a place that is not known.
+  bool Take(std::string_view line, std::uint64_t heard, int connection = 0);
 
   bool IsEmpty() const { return queue_.empty(); }
   Arrival Next();

@@ -3,7 +3,9 @@
 #include <string_view>
 
 #include "base/text.h"
+#include "incoming/careful_joining.h"
 #include "incoming/listing_entry.h"
+#include "incoming/tolerant_decoding.h"
 
 namespace tavro {
 
@@ -101,6 +103,15 @@ PendingError MessageDeleter::DeleteRecord(SIMBox& box, std::int16_t location) {
   return kDeleteInvalidResponse;
 }
 
+// Where the PDU is not kept, what it says counts.
+bool MessageDeleter::HoldsMessage(std::string_view entry, const MessageContent& content) const {
+  const std::string_view pdu = ReadListingEntry(entry, false).pdu;
+  if (pdu.empty()) return false;
+  if (content.details) return ReadOctets(pdu) == content.details->pdu;
+  const DecodedEntry decoded = DecodePlace(entry, kNoLocation, LocalDateNames(platform_));
+  return decoded.record.content && IsSameMessage(*decoded.record.content, content);
+}
+
 MessageDeleter::Place MessageDeleter::LookAt(std::int16_t location, const MessageContent& content) {
   constexpr std::string_view kPrefix = "+CMGR:";
   const std::string place = std::to_string(location);
@@ -113,10 +124,9 @@ MessageDeleter::Place MessageDeleter::LookAt(std::int16_t location, const Messag
     return Place::kUnknown;
   }
   const std::size_t entry = text.find(kPrefix);
-  const std::string_view pdu = entry == std::string::npos
-                                   ? std::string_view()
-                                   : ReadListingEntry(text.substr(entry + kPrefix.size()), false).pdu;
-  if (!pdu.empty() && ReadOctets(pdu) == content.details->pdu) return Place::kSame;
+  const std::string_view found =
+      entry == std::string::npos ? std::string_view() : Trim(text.substr(entry + kPrefix.size()));
+  if (HoldsMessage(found, content)) return Place::kSame;
   log_.WriteLog("The message at memory location " + place + " is deleted already");
   return Place::kOther;
 }

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "connection/message_memory.h"
@@ -34,6 +35,7 @@ class MessageDeleter : DialoguePart {
   // What the modem has at a location now.
   enum class Place { kSame, kOther, kUnknown };
   Place LookAt(std::int16_t location, const MessageContent& content);
+  bool HoldsMessage(std::string_view entry, const MessageContent& content) const;
   PendingError DeleteFromOtherMemory(const SIMMessage& record);
 
   ModemConnection& connection_;

@@ -14,6 +14,8 @@ constexpr MessageStepTexts kWaitSteps{kReadCannotConnect, kReadPduModeUnchecked,
 // How often the modem is asked for what is unread, in milliseconds: one that tells of nothing, and one that does.
 constexpr std::uint32_t kPollInterval = 5000, kSafetyInterval = 60000;
 constexpr std::size_t kMaxUnacknowledged = 100;
+// What has come is taken at once, but not for ever from a modem that tells of more each time it is asked.
+constexpr int kLooksAtOnce = 1000;
 
 }  // namespace
 
@@ -52,6 +54,7 @@ bool MessageWaiter::AwaitReports(SIMBox& box, std::int32_t milliseconds, const s
 bool MessageWaiter::Await(SIMBox& box, std::int32_t milliseconds, const std::function<bool()>& isDone) {
   const std::uint32_t start = platform_.TickCount();
   const auto limit = static_cast<std::uint32_t>(milliseconds);
+  int looks = kLooksAtOnce;
   log_.WriteLog("Waiting for messages [" + std::to_string(milliseconds) + " ms]");
   while (true) {
     const std::size_t addedBefore = reader_.Added().size();
@@ -67,7 +70,7 @@ bool MessageWaiter::Await(SIMBox& box, std::int32_t milliseconds, const std::fun
       return false;
     }
     const std::uint32_t elapsed = platform_.TickCount() - start;
-    if (HasMore() && (elapsed < limit || limit == 0)) continue;
+    if (HasMore() && (elapsed < limit || (limit == 0 && --looks > 0))) continue;
     if (elapsed >= limit) return false;
     const std::uint32_t sinceLook = platform_.TickCount() - lookedTick_;
     Pause(std::min(limit - elapsed, LookInterval() - std::min(sinceLook, LookInterval())));
@@ -141,6 +144,11 @@ void MessageWaiter::NoteUsage() {
 PendingError MessageWaiter::ReadArrival(SIMBox& box, const Arrival& arrival) {
   if (arrival.kind == Arrival::Kind::kPlace) return ReadPlace(box, arrival);
   const bool comesAgain = indications_.Acknowledges();
+  // The acknowledgement would be taken for that of what this connection delivers.
+  if (comesAgain && arrival.connection != connection_.Count()) {
+    log_.WriteLog("What another connection delivered was not acknowledged, and comes again");
+    return {};
+  }
   const auto known = std::find(unacknowledged_.begin(), unacknowledged_.end(), arrival.entry);
   if (known != unacknowledged_.end()) {
     log_.WriteLog("The message was delivered before");

@@ -140,7 +140,8 @@ bool SIMBox::AddRecord(SIMMessage record) {
   std::int32_t& position = positions_[location];
   if (position != kNone) {
     records_[static_cast<std::size_t>(position)] = std::move(record);
-    MarkDoubtful(records_[static_cast<std::size_t>(position)].memoryIndex);  // one of the two stands elsewhere
+    if (JoinsWithCare())
+      MarkDoubtful(records_[static_cast<std::size_t>(position)].memoryIndex);  // one of the two stands elsewhere
     return true;
   }
   if (IsFull()) return false;
@@ -170,13 +171,14 @@ void SIMBox::NoteConnection(int connection) {
 }
 
 void SIMBox::MarkAllDoubtful() {
+  if (!JoinsWithCare()) return;
   for (const SIMMessage& record : records_) {
     if (record.content) MarkDoubtful(record.memoryIndex);
   }
 }
 
 void SIMBox::MarkDoubtful(std::int16_t memoryIndex) {
-  if (!JoinsWithCare() || memoryIndex < 0 || Record(memoryIndex) == nullptr) return;
+  if (memoryIndex < 0 || Record(memoryIndex) == nullptr) return;
   records_[static_cast<std::size_t>(*PositionOf(memoryIndex))].isDoubtful = true;
 }
 

@@ -53,8 +53,7 @@ class SIMBox : public std::enable_shared_from_this<SIMBox> {
   std::size_t RecordCount() const { return recordCount_; }
   // The record at a memory location; null when there is none.
   const SIMMessage* Record(std::int16_t memoryIndex) const;
-  // Another message may stand at the record's location by now. Where parts are not joined with care this counts for
-  // nothing.
+  // Another message may stand at the record's location by now.
   void MarkDoubtful(std::int16_t memoryIndex);
   // The memory locations of inbox message `inboxIndex`, in listing order.
   std::vector<std::int16_t> LocationsOf(std::int16_t inboxIndex) const;

@@ -199,7 +199,7 @@ DecodedEntry DecodeEntry(const ListingEntry& entry, std::int16_t location, const
   } else if (octets.size() < entry.pdu.size() / 2) {
     fault = "the PDU has characters that are no hex digits";
   }
-  const bool isAsAnnounced = HasAnnouncedLength(octets, entry.length);
+  const bool isAsAnnounced = fault.empty() && entry.pdu.size() % 2 == 0 && HasAnnouncedLength(octets, entry.length);
   TolerantDecoder(result, names).Decode(std::move(octets), fault);
   result.isDamaged = result.isDamaged || !isAsAnnounced;
   if (!isAsAnnounced && result.action == DecodedEntry::Action::kReport) {

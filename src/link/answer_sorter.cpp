@@ -104,6 +104,14 @@ AnswerSorter::AnswerSorter(std::string_view command, bool numericResults)
   resultMayLack_ = command_ == "AT+CPIN?";
 }
 
+void AnswerSorter::AppendEarlier(std::string_view data) {
+  isEarlier_ = true;
+  Append(data);
+  isEarlier_ = false;
+  blank_.clear();
+  beganEarlier_ = !line_.empty();
+}
+
 std::size_t AnswerSorter::Append(std::string_view data) {
   std::size_t taken = 0;
   while (taken < data.size() && end_ == End::kNone) {
@@ -169,6 +177,19 @@ bool AnswerSorter::EndsInQuotes() {
   return isQuoteOpen_;
 }
 
+// A line of the modem's own accord may stand in the middle of an echo.
+bool AnswerSorter::EndsBrokenEcho(std::string_view line) {
+  const std::string capitals = Upper(line);
+  if (!idle_ && !entry_ && brokenEcho_.empty() && capitals.size() < command_.size() && command_.starts_with(capitals) &&
+      (capitals == "A" || capitals.starts_with("AT"))) {
+    brokenEcho_ = capitals;
+    return true;
+  }
+  if (brokenEcho_.empty() || brokenEcho_ + capitals != command_) return false;
+  brokenEcho_.clear();
+  return true;
+}
+
 bool AnswerSorter::IsEcho(std::string_view line) const {
   if (idle_) return false;
   // A PDU is echoed behind its prompt.
@@ -203,6 +224,7 @@ void AnswerSorter::EndLine() {
   quotesCountedTo_ = 0;
   std::string line(WithoutControls(line_));
   if (line.empty()) {
+    if (std::exchange(beganEarlier_, false) || isEarlier_) line_.clear();
     blank_ += std::exchange(line_, {});
   } else {
     Judge(std::move(line));
@@ -213,14 +235,15 @@ void AnswerSorter::EndLine() {
 }
 
 void AnswerSorter::Judge(std::string line) {
+  const bool isOther = idle_ || std::exchange(beganEarlier_, false) || isEarlier_;
   // A result code or another indication is no PDU, which was lost then.
   const bool isRest = std::exchange(takesNextLine_, false) && PrefixOf(line).empty() && ResultOf(line) == End::kNone;
   if (isRest) {
     unsolicited_.back() += "\r\n" + line;
     return;
   }
-  if (IsEcho(line)) return;
-  if (const End result = idle_ ? End::kNone : ResultOf(line); result != End::kNone) {
+  if (IsEcho(line) || EndsBrokenEcho(line)) return;
+  if (const End result = isOther ? End::kNone : ResultOf(line); result != End::kNone) {
     EndHeld();
     AddOwn();
     end_ = result;
@@ -232,7 +255,7 @@ void AnswerSorter::Judge(std::string line) {
   const bool own = IsOwnPrefix(prefix, line);
   const bool known =
       prefix.empty() ? BeginsWithOneOf(kUnsolicitedWords, Upper(line)) : IsIn(kUnsolicitedPrefixes, prefix);
-  if (idle_ || (known && !own)) {
+  if (isOther || (known && !own)) {
     takesNextLine_ = IsIn(kTwoLinePrefixes, prefix);
     AddUnsolicited(std::move(line));
   } else if (own || prefixes_.empty() || (sawPrefix_ && prefix.empty())) {

@@ -25,6 +25,8 @@ class AnswerSorter {
   // everything is unsolicited. `numericResults`: whether the modem may still give result codes as numbers.
   AnswerSorter(std::string_view command, bool numericResults);
 
+  // Octets that came before the command was written: a line that they begin is none of its answer.
+  void AppendEarlier(std::string_view data);
   // Whether the command asks for input.
   bool ExpectsPrompt() const { return promptExpected_; }
   // Takes octets up to the end of the answer and returns their number.
@@ -57,6 +59,7 @@ class AnswerSorter {
  private:
   void EndLine();
   bool EndsInQuotes();
+  bool EndsBrokenEcho(std::string_view line);
   bool IsEcho(std::string_view line) const;
   End ResultOf(std::string_view line) const;
   bool IsOwnPrefix(std::string_view prefix, std::string_view line) const;
@@ -83,6 +86,9 @@ class AnswerSorter {
   std::size_t heldSize_ = 0;
   bool sawPrefix_ = false;
   bool takesNextLine_ = false;  // the next line belongs to the last unsolicited one
+  std::string brokenEcho_;      // what there was of one
+  bool isEarlier_ = false;      // what is appended came before the command was written
+  bool beganEarlier_ = false;   // the line did
   std::vector<std::string> unsolicited_;
   End end_ = End::kNone;
   bool hasResult_ = false, sawWords_ = false;

@@ -27,6 +27,7 @@ constexpr std::uint32_t kMissingResultLimit = 3000;
 constexpr std::uint32_t kUnendedLineLimit = 3000;
 // While the exchange is brought back into step: how long another answer may take behind an ERROR, in milliseconds.
 constexpr std::int32_t kAnotherAnswerLimit = 2000;
+constexpr int kMostOpenQuestions = 8;
 
 constexpr char kEsc = 27;
 
@@ -38,6 +39,10 @@ std::uint32_t SettlingTime(std::string_view command) {
   if (start == "AT+COPS?") return 2000;
   if (start == "AT+COPS=?") return 2500;
   return 0;
+}
+
+int CountNoCase(std::string_view text, std::string_view part) {
+  return static_cast<int>(Split(Upper(text), part).size()) - 1;
 }
 
 // Whether the command only asks, so that asking again changes nothing.
@@ -157,6 +162,7 @@ void AtExchange::Reset() {
   written_.clear();
   input_.clear();
   numericResults_ = true;
+  leftUnanswered_ = leftUnanswered_ || unanswered_;
   unanswered_ = false;
 }
 
@@ -203,6 +209,7 @@ std::int32_t AtExchange::WriteOctets(std::string_view data) {
   if (platform_.IsInterrupted()) return -1;
   ++useCount_;
   written_ = data;
+  earlier_ = input_.size();
   ++writeCount_;
   unanswered_ = true;
   const std::int32_t count = comm_.CommWrite(settings_.portNumber, data);
@@ -214,6 +221,7 @@ std::int32_t AtExchange::WriteOctets(std::string_view data) {
 void AtExchange::CancelInput() {
   Pace();
   comm_.CommWrite(settings_.portNumber, {&kEsc, 1});
+  unanswered_ = unanswered_ || sortsAnswers_;  // some modems give a result
 }
 
 bool AtExchange::AwaitAnswer(std::uint32_t interval, const Completion& isComplete) {
@@ -244,6 +252,8 @@ bool AtExchange::AwaitResult(std::int32_t limit, const Completion& isComplete) {
   const std::uint32_t start = platform_.TickCount();
   std::uint32_t lastOctet = start;
   AnswerSorter sorter(written_, numericResults_);
+  sorter.AppendEarlier(std::string_view(input_).substr(0, earlier_));
+  input_.erase(0, std::exchange(earlier_, 0));
   std::int32_t count = 0;
   while (!Sort(sorter)) {
     const std::uint32_t now = platform_.TickCount();
@@ -353,19 +363,26 @@ void AtExchange::SortIdle() {
 }
 
 // ERROR may be the late answer or, from a modem that does not know the question, the one to it: another is waited for.
+// While earlier questions are open, the number of lines in the answer tells which one it is to.
 bool AtExchange::Resynchronise() {
   log_.WriteLog("Waiting for answers that are late");
-  if (!Write("AT+CMEE?\r")) return false;
+  std::string question = "AT+CMEE?";
+  const int lines = 1 + std::min(openQuestions_, kMostOpenQuestions);
+  for (int i = 1; i < lines; ++i) question += ";+CMEE?";
+  if (!Write(question + "\r")) return false;
   bool found = false, refused = false;
   const auto limit = [&] { return refused ? std::min(settings_.timeout, kAnotherAnswerLimit) : settings_.timeout; };
   while (!found && AwaitResult(limit(), [&](const std::string& answer) {
-    found = lastEnd_ == AnswerSorter::End::kOk && ContainsNoCase(answer, "+CMEE:");
+    found = lastEnd_ == AnswerSorter::End::kOk && CountNoCase(answer, "+CMEE:") == lines;
     refused = refused || lastEnd_ == AnswerSorter::End::kError;
     return true;
   })) {
   }
   unanswered_ = false;
-  return found || refused;
+  const bool isBack = found || refused;
+  leftUnanswered_ = leftUnanswered_ && !isBack;
+  openQuestions_ = isBack ? 0 : openQuestions_ + 1;
+  return isBack;
 }
 
 // What the port holds, up to the gap that ends it; empty when there is nothing or the port fails. The port is never

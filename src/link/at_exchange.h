@@ -76,6 +76,8 @@ class AtExchange {
   // Waits until the answers that are still to come have come: asks for something that tells its answer from theirs.
   // False when the modem does not answer.
   bool Resynchronise();
+  // Whether answers to what an earlier connection asked may still come.
+  bool MayHearEarlierAnswers() const { return leftUnanswered_ || openQuestions_ > 0; }
 
   // Whether a command that only asks may be asked again when it was not answered (tavro::Recovery).
   void AllowRepeating(bool allowed) { mayRepeat_ = allowed; }
@@ -139,6 +141,9 @@ class AtExchange {
   bool numericResults_ = true;   // the modem may still give result codes as numbers
   bool unanswered_ = false;      // an answer may still come
   bool mayRepeat_ = true;
+  bool leftUnanswered_ = false;  // to what was asked before the last Reset
+  int openQuestions_ = 0;        // of Resynchronise that were not answered
+  std::size_t earlier_ = 0;      // octets at the front of input_ that came before the last Write
   AnswerSorter::End lastEnd_ = AnswerSorter::End::kNone;
   std::function<void(const std::string&)> takeUnsolicited_;
   std::uint64_t heard_ = 0;

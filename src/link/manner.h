@@ -43,9 +43,6 @@ struct Manner {
   bool setsCharacterSet;
   // A memory whose selection is refused is tried in other forms (MessageMemory).
   bool selectsMemoryByAllMeans;
-  // A selection that is not answered may have taken effect: the memory is selected again before it is used
-  // (MessageMemory).
-  bool doubtsUnansweredSelection;
   // Numbers and names are read also in UCS2 (DialoguePart).
   bool readsUcs2Texts;
   // A comma or bracket in quotes belongs to its field, and a number is international when its type says so; otherwise
@@ -105,7 +102,6 @@ inline constexpr Manner kClassicManner{
     .readsPinStateLoosely = false,
     .setsCharacterSet = false,
     .selectsMemoryByAllMeans = false,
-    .doubtsUnansweredSelection = false,
     .readsUcs2Texts = false,
     .readsFieldsWithCare = false,
     .namesOperatorsByNumber = false,
@@ -138,7 +134,6 @@ inline constexpr Manner kPromptManner{
     .readsPinStateLoosely = true,
     .setsCharacterSet = true,
     .selectsMemoryByAllMeans = true,
-    .doubtsUnansweredSelection = true,
     .readsUcs2Texts = true,
     .readsFieldsWithCare = true,
     .namesOperatorsByNumber = true,

@@ -179,7 +179,9 @@ PendingError Submission::AwaitPrompt(const SubmissionErrors& errors) {
   if (isPrompt() && !refused) return {};
   log_.WriteLog("Modem Response: " + response);
   if (!HoldsErrorLine(received) || Contains(response, ">")) CancelPrompt();
-  if (!refused && newest.empty()) connection_.DisconnectModem();
+  // A modem that echoes again has restarted, and is to be initialised anew.
+  const bool isEchoed = !manner_.answersEndAtResult && ContainsNoCase(received, "AT+CMGS=");
+  if (isEchoed || (!refused && newest.empty())) connection_.DisconnectModem();
   return errors.invalidPrompt;
 }
 
@@ -204,7 +206,7 @@ SubmissionResult Submission::AwaitResult(const SubmissionErrors& errors) {
 // What came of a PDU that the modem did not confirm. Only a clear refusal says that the message is not out.
 SubmissionResult Submission::JudgeOnce(std::string response, const SubmissionErrors& errors) {
   if (std::string reference = ReferenceIn(WholeLines(response)); !reference.empty()) return {std::move(reference), {}};
-  const auto cause = SubmitCauseIn(response);
+  const auto cause = SubmitCauseIn(WholeLines(response));  // of a number, more digits may be missing
   const std::string words = cause && !cause->text.empty() ? " (" + std::string(cause->text) + ")" : "";
   if (cause && cause->kind != SubmitCause::Kind::kUnclear) {
     // It answers: there is no need to connect anew.

@@ -112,6 +112,9 @@ std::optional<SubmitCause> SubmitCauseIn(std::string_view answer) {
   const std::size_t error = capitals.find("ERROR");
   if (error == std::string::npos) return {};
   const std::string_view start = std::string_view(capitals).substr(0, error);
+  std::string_view before = start.substr(start.find_last_of("\r\n") + 1);
+  before = Trim(before.substr(before.find_last_of('>') + 1));
+  if (!before.empty() && before != "+CMS" && before != "+CME") return {};  // no result of the modem's
   std::string_view rest = std::string_view(plain).substr(error + 5);
   if (!start.ends_with("+CMS ") || !rest.starts_with(':')) return SubmitCause();
   rest = Trim(rest.substr(1, rest.find_first_of("\r\n") - 1));

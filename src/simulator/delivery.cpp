@@ -94,7 +94,11 @@ void DeliverHeld(ModemState& modem) {
 bool Acknowledge(ModemState& modem, bool isTaken) {
   if (!modem.unacknowledged) return false;
   modem.events.erase(modem.unacknowledged->timeOut);
-  if (!isTaken) DeliverAgain(modem, std::move(modem.unacknowledged->pdu));
+  if (isTaken) {
+    modem.deeds.push_back({ModemDeed::Kind::kAcknowledged, modem.nowMs, std::move(modem.unacknowledged->pdu)});
+  } else {
+    DeliverAgain(modem, std::move(modem.unacknowledged->pdu));
+  }
   modem.unacknowledged.reset();
   return true;
 }

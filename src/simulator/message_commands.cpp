@@ -132,7 +132,11 @@ CommandResult Read(ModemState& modem, const AtCommand& command) {
 
 // False when nothing is there. A message that waits takes its place.
 bool Erase(ModemState& modem, int location) {
-  if (!modem.store.Erase(modem.memories[0], location)) return false;
+  const std::string& memory = modem.memories[0];
+  const StoredMessage* message = modem.store.Find(memory, location);
+  if (!message) return false;
+  modem.deeds.push_back({ModemDeed::Kind::kDeleted, modem.nowMs, message->pdu, location, memory});
+  modem.store.Erase(memory, location);
   if (!modem.waiting.empty()) {
     const std::string pdu = std::move(modem.waiting.front());
     modem.waiting.pop_front();
@@ -208,6 +212,7 @@ CommandResult Send(ModemState& modem, std::string_view pduHex, std::string_view 
   if (!modem.IsRegistered()) return MessageError(kCmsNoNetwork);
   const int reference = modem.nextReference;
   modem.nextReference = (reference + 1) & 255;
+  modem.deeds.push_back({ModemDeed::Kind::kSent, modem.nowMs, std::string(pduHex), reference});
   const NetworkView network{settings.serviceCentre, settings.ownNumber,
                             TimeStampOctets(modem.NetworkClock(), settings.zoneMinutes)};
   const bool comesBack = IsSameSubscriber(message->DestinationNumber(), settings.ownNumber);

@@ -32,6 +32,7 @@ class ModemSpeech {
   void Interject(CommandPattern pattern, Interjection interjection) {
     interjections_.push_back({std::move(pattern), std::move(interjection)});
   }
+  void ForgetInterjections() { interjections_.clear(); }
   // A line every so many milliseconds, from then on, but never within another line.
   void RepeatLine(std::string_view line, std::int64_t everyMs, std::int64_t fromMs) {
     repeated_.push_back({Line(line), everyMs, fromMs, false});

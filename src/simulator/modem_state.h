@@ -14,6 +14,7 @@
 #include "simulator/at_command.h"
 #include "simulator/command_result.h"
 #include "simulator/message_store.h"
+#include "simulator/modem_deed.h"
 #include "simulator/modem_settings.h"
 #include "simulator/network_time.h"
 
@@ -88,6 +89,7 @@ struct ModemState : VolatileState {
   std::int64_t nowMs = 0;
   std::int64_t startedMs = 0;  // when its first byte came
   int nextReference;
+  std::vector<ModemDeed> deeds;
 
   // The network.
   NetworkEvents events;

@@ -41,7 +41,11 @@ void SimulatedLine::FailCall(std::string_view call, std::uint32_t error, int tim
   faults_.push_back({std::string(call), error, times, skip});
 }
 
-void SimulatedLine::ForgetFailures() { faults_.clear(); }
+void SimulatedLine::ForgetFailures() {
+  faults_.clear();
+  pendings_.clear();
+  shortWrites_.clear();
+}
 
 void SimulatedLine::PendNext(std::string_view call, int incomplete, int skip) {
   pendings_.push_back({std::string(call), incomplete, skip});
@@ -97,14 +101,14 @@ std::int64_t SimulatedLine::CharacterUs(const Port& port) const {
 
 void SimulatedLine::Collect(Port& port) {
   if (port.IsGone()) return;  // what the modem says now is for others
-  for (auto due = port.modem->NextOutput(); due && *due * 1000 <= nowUs_; due = port.modem->NextOutput()) {
-    port.input.Add(port.modem->TakeOutput(*due), *due * 1000, CharacterUs(port), nowUs_);
+  for (auto due = NextFromModem(*port.modem); due && *due * 1000 <= nowUs_; due = NextFromModem(*port.modem)) {
+    port.input.Add(FromModem(*port.modem, *due), *due * 1000, CharacterUs(port), nowUs_);
   }
 }
 
-std::int64_t SimulatedLine::NextEventUs(const Port& port) const {
+std::int64_t SimulatedLine::NextEventUs(const Port& port) {
   std::int64_t next = port.input.NextUs().value_or(kNever);
-  if (const auto due = port.modem->NextOutput()) next = std::min(next, *due * 1000);
+  if (const auto due = NextFromModem(*port.modem)) next = std::min(next, *due * 1000);
   return actions_.empty() ? next : std::min(next, actions_.begin()->first);
 }
 

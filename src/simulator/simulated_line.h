@@ -10,6 +10,7 @@
 #include <cstdio>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -73,6 +74,7 @@ class SimulatedLine : public Platform, public SerialDriver {
 
   // The next `times` calls, or all with -1, fail with this error and do nothing.
   void FailCall(std::string_view call, std::uint32_t error, int times = 1, int skip = 0);
+  // Drops the rules of all kinds.
   void ForgetFailures();
   // The next ReadFile or WriteFile does its work and fails with 997; the transfer's result fails with 996 `incomplete`
   // times before it succeeds.
@@ -133,6 +135,14 @@ class SimulatedLine : public Platform, public SerialDriver {
   std::uint32_t LastError() const override { return lastError_; }
   std::string ErrorText(std::uint32_t code) override;
 
+ protected:
+  // What passes between the line and a modem; for a line that disturbs it.
+
+  virtual void ToModem(SimulatedModem& modem, std::string_view bytes) { modem.Receive(bytes, Elapsed()); }
+  // As SimulatedModem has them.
+  virtual std::optional<std::int64_t> NextFromModem(const SimulatedModem& modem) { return modem.NextOutput(); }
+  virtual std::string FromModem(SimulatedModem& modem, std::int64_t nowMs) { return modem.TakeOutput(nowMs); }
+
  private:
   struct Port {
     // Whether the line was lost since the port was opened.
@@ -177,7 +187,7 @@ class SimulatedLine : public Platform, public SerialDriver {
   // Duration of one character at the port's line state.
   std::int64_t CharacterUs(const Port& port) const;
   // When the next byte arrives, or something happens that may bring one; kNever when nothing is to come.
-  std::int64_t NextEventUs(const Port& port) const;
+  std::int64_t NextEventUs(const Port& port);
   // How much of a write goes out.
   std::size_t AllowedByRules(std::size_t size);
 

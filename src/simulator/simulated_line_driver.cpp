@@ -240,7 +240,7 @@ bool SimulatedLine::Write(Handle handle, const char* data, std::uint32_t size, s
     }
     MoveTo(nowUs_ + characterUs * static_cast<std::int64_t>(count));
   }
-  port->modem->Receive({data, count}, Elapsed());
+  ToModem(*port->modem, {data, count});
   return EndTransfer(kCall, arguments, static_cast<std::uint32_t>(count), bytesWritten);
 }
 

@@ -59,6 +59,7 @@ void SimulatedModem::Interject(Interjection interjection, std::string_view comma
 void SimulatedModem::ForgetAnswers() {
   machine_->commandRules.clear();
   machine_->pduRules.clear();
+  machine_->speech.ForgetInterjections();
 }
 
 void SimulatedModem::Unsolicited(std::string_view line, std::int64_t nowMs) {
@@ -94,6 +95,8 @@ std::vector<StoredMessage> SimulatedModem::Stored(std::string_view memory) const
 
 const std::vector<SimulatedModem::Received>& SimulatedModem::Commands() const { return machine_->commands; }
 const std::vector<SimulatedModem::Received>& SimulatedModem::Pdus() const { return machine_->pdus; }
+
+const std::vector<ModemDeed>& SimulatedModem::Deeds() const { return machine_->modem.deeds; }
 
 std::vector<std::string> SimulatedModem::CommandTexts() const {
   std::vector<std::string> texts;

@@ -15,6 +15,7 @@
 #include <vector>
 
 #include "simulator/message_store.h"
+#include "simulator/modem_deed.h"
 #include "simulator/modem_reply.h"
 #include "simulator/modem_settings.h"
 
@@ -130,6 +131,8 @@ class SimulatedModem {
   // The texts of Commands alone, to compare with a list.
   std::vector<std::string> CommandTexts() const;
   void ForgetReceived();
+  // The messages that it sent, deleted and handed over so far, in order; unlike Pdus without those that it refused.
+  const std::vector<ModemDeed>& Deeds() const;
 
  private:
   std::unique_ptr<ModemMachine> machine_;
