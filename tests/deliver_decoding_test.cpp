@@ -316,7 +316,7 @@ TEST(DeliverDecoding, TimeStamps) {
 // must not be deleted for that.
 TEST(DeliverDecoding, WhatIsNotAsLongAsAnnouncedIsNotDeleted) {
   const std::string whole = Pdu("04", "00", "076376783E07C100");
-  for (const std::size_t digits : {2, 16}) {
+  for (const std::size_t digits : {2U, 16U}) {
     for (std::size_t lost = 0; lost + digits <= whole.size(); lost += 2) {
       EXPECT_NE(DecodeEntry("7,1,," + LengthOf(whole), whole.substr(0, lost) + whole.substr(lost + digits)).action,
                 Action::kDelete)

@@ -231,6 +231,20 @@ TEST_P(DeviceQuery, Signal) {
   EXPECT_EQ(NetworkInfo::SignalPercent(99), -1);
 }
 
+// Some modems tell more of other networks, or the battery's voltage: 56 would be -1 dB, as if it were not known.
+TEST_P(DeviceQuery, LevelsThatTheStandardDoesNotKnow) {
+  const bool isClassic = GetParam() == Dialogue::kClassic;
+  Engine engine({}, GetParam());
+  engine.sms.Connect();
+  engine.modem.Answer("AT+CSQ", ModemReply::Ok("+CSQ: 56,99"));
+  engine.modem.Answer("AT+CBC", ModemReply::Ok("+CBC: 0,3900"));
+  EXPECT_EQ(engine.sms.SignalStrengthDB(), -1);
+  EXPECT_EQ(engine.sms.ErrorCode(), isClassic ? 0 : 3001);
+  EXPECT_EQ(engine.sms.SignalStrength(), isClassic ? 100 : -1);
+  EXPECT_EQ(engine.sms.BatteryLevel(), isClassic ? 3900 : -1);
+  EXPECT_EQ(engine.sms.ErrorCode(), isClassic ? 0 : 2022);
+}
+
 TEST_P(DeviceQuery, WhatCannotBeSet) {
   Engine engine({}, GetParam());
   engine.sms.Connect();

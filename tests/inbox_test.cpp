@@ -163,7 +163,7 @@ TEST(Inbox, ALongListing) {
     engine.modem.Store(Letter(i % 2 == 0 ? "61" : "62"), 1);
     expected += expected.empty() ? "a" : i % 2 == 0 ? "|a" : "|b";
   }
-  for (const std::size_t pieceSize : {0, 64, 777}) {
+  for (const std::size_t pieceSize : {0U, 64U, 777U}) {
     engine.line->LimitReads(pieceSize);
     ASSERT_TRUE(engine.sms.Inbox()->Refresh(1));
     EXPECT_EQ(engine.Texts(), expected);

@@ -358,6 +358,30 @@ TEST(LiveInbox, WhatIsDeliveredDirectlyIsKeptAndComesOnce) {
   EXPECT_THAT(live.modem.CommandTexts(), ElementsAre("AT+CMGD=1"));
 }
 
+TEST(LiveInbox, WhatCameIntoAnotherMemoryIsDeletedThere) {
+  for (const bool isReplaced : {false, true}) {
+    Live live;
+    EXPECT_FALSE(live.Wait(0));
+    live.modem.Store(Letter("61"), 0, 3, "ME");
+    live.Says("+CMTI: \"ME\",3");
+    EXPECT_TRUE(live.Wait(0));
+    if (isReplaced) live.modem.Store(Letter("62"), 0, 3, "ME");  // another one is there by now
+    EXPECT_TRUE(live.sms.Inbox()->Message(1)->Delete());
+    EXPECT_EQ(live.Texts(), "");
+    EXPECT_EQ(live.modem.Stored("ME").size(), isReplaced ? 1U : 0U);
+    EXPECT_EQ(live.sms.MessageMemory(), u"SM");
+  }
+}
+
+TEST(LiveInbox, AMessageThatIsListedAsUnreadAgainIsNotNew) {
+  Engine engine;
+  engine.modem.Answer("AT+CMGL=0", Reply::Ok("+CMGL: 1,0,,22\r\n" + Letter("61")));
+  EXPECT_TRUE(engine.sms.Inbox()->Wait(0));
+  EXPECT_FALSE(engine.sms.Inbox()->Wait(12000));
+  EXPECT_FALSE(engine.sms.IsError());
+  EXPECT_EQ(engine.Texts(), "a");
+}
+
 TEST(StatusReports, WaysInWhichTheyCome) {
   const struct {
     const char* name;
@@ -395,6 +419,20 @@ TEST(StatusReports, WaysInWhichTheyCome) {
     EXPECT_THAT(live.sms.StatusReports(), IsEmpty());
     EXPECT_EQ(live.sms.DeliveryOf(u"5").state, DeliveryState::kDelivered);
   }
+}
+
+TEST(StatusReports, AreGivenDirectlyWhereTheirMemoryCannotBeRead) {
+  Live live;
+  EXPECT_FALSE(live.Wait(0));
+  live.Says("+CDSI: \"SR\",1");
+  for (const std::int32_t error : {5006, 5006, 0}) {
+    EXPECT_FALSE(live.Wait(0));
+    EXPECT_EQ(live.sms.ErrorCode(), error);
+  }
+  live.Comes(Report());
+  EXPECT_FALSE(live.Wait(0));
+  EXPECT_THAT(live.Locations(), IsEmpty());
+  EXPECT_EQ(live.sms.StatusReports().size(), 1U);
 }
 
 // The place may be another message's behind a new connection, until it is listed again.

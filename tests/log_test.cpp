@@ -51,7 +51,7 @@ TEST_F(LogTest, WritesByLogType) {
 
 TEST_F(LogTest, EachLineHasItsOwnTime) {
   log_.SetLogType(2);
-  for (const std::uint32_t pause : {0, 990, 20, 3600000}) {
+  for (const std::uint32_t pause : {0U, 990U, 20U, 3600000U}) {
     line_.Sleep(pause);
     log_.WriteLog("x");
   }

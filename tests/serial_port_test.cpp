@@ -68,6 +68,17 @@ TEST_F(SerialPortTest, EachFailingStepOfOpeningHasItsLabel) {
   }
 }
 
+TEST_F(SerialPortTest, EachFailingStepOfSettingHasItsLabel) {
+  EXPECT_EQ(comm_.CommSet(1, kMode), 6);  // an invalid handle
+  Open();
+  for (const std::string step : {"GetCommState", "BuildCommDCB", "SetCommState"}) {
+    line_.FailCall(step, 87);
+    EXPECT_EQ(comm_.CommSet(1, kMode), 87);
+    EXPECT_THAT(comm_.ErrorText(), HasSubstr("CommSet (" + step + ")"));
+  }
+  EXPECT_EQ(comm_.CommSet(1, kMode), 0);
+}
+
 TEST_F(SerialPortTest, ReadTakesTheLargerOfQueuedAndRequested) {
   Open();
   std::string data = "old";

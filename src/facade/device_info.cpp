@@ -62,9 +62,10 @@ std::optional<std::int16_t> DeviceInfo::BatteryLevel() {
   const auto fields = Fields(answer.Information("+CBC:"));
   if (fields[0] == "2") errors_.SetError(kNoBattery);
   if (fields[0] == "3") errors_.SetError(kPowerFault);
+  const int most = ReadsWithCare() ? 100 : std::numeric_limits<std::int16_t>::max();
   int level = 0;
   if ((fields[0] != "0" && fields[0] != "1") || fields.size() < 2 || !ParseWhole(fields[1], level) || level < 0 ||
-      level > std::numeric_limits<std::int16_t>::max()) {
+      level > most) {
     return {};
   }
   log_.WriteLog("Battery charge level: '" + std::to_string(level) + "%'");

@@ -17,8 +17,9 @@ std::optional<std::int16_t> NetworkInfo::SignalDb() {
   if (!answer.IsGood()) return {};
   const auto fields = Fields(answer.Information("+CSQ:"));
   constexpr int kNotKnown = 99;
+  const int most = ReadsWithCare() ? 31 : 10000;  // 31 stands for -51 dB and more (3GPP TS 27.007, 8.5)
   int indication = 0;
-  if (!ParseWhole(fields[0], indication) || indication == kNotKnown || indication < 0 || indication > 10000) return {};
+  if (!ParseWhole(fields[0], indication) || indication == kNotKnown || indication < 0 || indication > most) return {};
   const int db = indication * 2 - 113;
   log_.WriteLog("GSM signal strength: '" + std::to_string(db) + "dB'");
   return static_cast<std::int16_t>(db);

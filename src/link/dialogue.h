@@ -59,6 +59,8 @@ class DialoguePart {
     return (ReadsUcs2() ? Ucs2Number(field) : std::nullopt).value_or(field);
   }
 
+  bool ReadsWithCare() const { return manner_.readsFieldsWithCare; }
+
   Platform& platform_;
   AtExchange& exchange_;
   ErrorState& errors_;
@@ -68,7 +70,6 @@ class DialoguePart {
   const Manner& manner_;
 
  private:
-  bool ReadsWithCare() const { return manner_.readsFieldsWithCare; }
   bool ReadsUcs2() const { return manner_.readsUcs2Texts; }
 };
 

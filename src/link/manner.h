@@ -46,7 +46,8 @@ struct Manner {
   // Numbers and names are read also in UCS2 (DialoguePart).
   bool readsUcs2Texts;
   // A comma or bracket in quotes belongs to its field, and a number is international when its type says so; otherwise
-  // quotes count for nothing, and whatever type but 129 says so (DialoguePart).
+  // quotes count for nothing, and whatever type but 129 says so (DialoguePart). A signal strength or battery level that
+  // the standard does not know is not known (NetworkInfo, DeviceInfo).
   bool readsFieldsWithCare;
   // An operator that is listed without a name goes by its number (NetworkInfo).
   bool namesOperatorsByNumber;
