@@ -130,6 +130,7 @@ const SorterCase kCases[] = {
     {"HalfAnAnswer", "AT+CSQ\r", "|+CSQ: 9", End::kNone},
     {"Nothing", "AT\r", "", End::kNone},
     // Line ends and echoes.
+    {"LineInTheEcho", "AT+GMI\r", "[A|]{+CDSI: \"SM\",1}|[T+GMI\r]|Simulated||OK|"},
     {"LineFeeds", "AT+CSQ\r", "\n+CSQ: 9,0\n\nOK\n"},
     {"TwoCarriageReturns", "AT+CSQ\r", "\r|+CSQ: 9,0\r|{RING}\r|OK\r|"},
     {"CarriageReturns", "AT+CSQ\r", "+CSQ: 9,0\r{RING}\rOK\r"},
