@@ -16,6 +16,9 @@ using Reply = ModemReply;
 const std::string kA = "0791947101670000040C91947110325476000842305041709040020061";
 const std::string kB = "0791947101670000040C91947110325476000842305041709040020062";
 
+// "\u00A1Hola", which the manners read differently.
+const std::string kInverted = "0791947101670000040C91947110325476000042305041709040000540E49B1D06";
+
 constexpr char16_t kNumber[] = u"+919812345678";
 
 struct Connected : Engine {
@@ -40,14 +43,15 @@ TEST_P(AfterAFault, APlaceWhoseDeletionWasNotConfirmedIsLookedAtFirst) {
   } kCases[] = {{Reply::Silence().Executed(), kB.c_str(), 1},
                 {Reply::Bytes("\r\nO#\r\n").Executed(), kB.c_str(), 1},
                 {Reply::Silence().Executed(), "", 0},
-                {Reply::Silence(), "", 0}};
+                {Reply::Silence(), "", 0},
+                {Reply::Silence(), kInverted.c_str(), 0}};
   for (const auto& c : kCases) {
     Connected engine(GetParam());
-    engine.modem.Store(kA, 1);
+    engine.modem.Store(c.nowThere == kInverted ? kInverted : kA, 1);
     ASSERT_TRUE(engine.sms.Inbox()->Refresh());
     engine.modem.Answer("AT+CMGD=1", c.reply, 1);
     EXPECT_FALSE(engine.sms.Inbox()->Message(1)->Delete());
-    if (*c.nowThere != '\0') engine.modem.Store(c.nowThere, 0, 1);
+    if (c.nowThere == kB) engine.modem.Store(c.nowThere, 0, 1);
     EXPECT_TRUE(engine.sms.Inbox()->Message(1)->Delete()) << engine.ErrorText();
     EXPECT_THAT(engine.modem.Stored(), SizeIs(c.kept));
     EXPECT_TRUE(engine.sms.Inbox()->IsEmpty());

@@ -15,7 +15,8 @@ namespace {
 
 // A name that was damaged on the way would not be taken back.
 bool IsName(std::string_view text) {
-  return text.size() == 2 && std::all_of(text.begin(), text.end(), [](char c) { return c >= 'A' && c <= 'Z'; });
+  return text.size() >= 2 &&
+         std::all_of(text.begin(), text.end(), [](char c) { return (c >= 'A' && c <= 'Z') || c == '_'; });
 }
 
 bool IsSelectable(std::string_view memory) { return memory == "SM" || memory == "ME" || memory == "MT"; }
@@ -146,7 +147,12 @@ std::vector<MemoryUsage> MessageMemory::Usage() {
   NoteUsage(answer);
   std::vector<Count> counts = CountsIn(answer);
   if (counts.empty() || !IsName(counts[0].name)) return {};
-  if (state_.memorySelected && counts[0].name != settings_.messageMemory) return {};  // it was damaged on the way
+  // The application may have selected it by a command of its own, or the name was damaged on the way.
+  if (state_.memorySelected && counts[0].name != settings_.messageMemory) {
+    const std::string name = counts[0].name;
+    counts = CountsIn(exchange_.SendCommand("AT+CPMS?\r"));
+    if (counts.empty() || counts[0].name != name) return {};
+  }
   const std::string selected = counts[0].name;
   std::vector<std::string> names = ReadableMemories();
   if (errors_.IsPending()) return {};

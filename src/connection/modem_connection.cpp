@@ -62,7 +62,9 @@ bool ModemConnection::ConnectModem() {
   std::string device = "COM" + std::to_string(settings_.portNumber);
   if (comm_.CommOpen(settings_.portNumber, device, mode) != 0) return FailWith({kSerialPortError, comm_.ErrorText()});
 
+  isBrokenOff_ = true;  // unless it comes to its end
   const bool connected = RunConnectSteps();
+  isBrokenOff_ = false;
   if (connected) log_.WriteLog("Port " + settings_.port + " opened [" + mode + "]");
   return connected;
 }

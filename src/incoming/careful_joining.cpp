@@ -99,14 +99,15 @@ std::shared_ptr<const MessageContent> JoinGroup(const PartGroup& group) {
   return joined;
 }
 
-// Some modems fill what they have stored with FF, and not what they deliver.
-bool IsSamePdu(const MessageContent& a, const MessageContent& b) {
-  const auto& shorter = a.details->pdu.size() < b.details->pdu.size() ? a.details->pdu : b.details->pdu;
-  const auto& longer = a.details->pdu.size() < b.details->pdu.size() ? b.details->pdu : a.details->pdu;
+bool IsSamePdu(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b) {
+  const auto& shorter = a.size() < b.size() ? a : b;
+  const auto& longer = a.size() < b.size() ? b : a;
   const auto rest = longer.begin() + static_cast<std::ptrdiff_t>(shorter.size());
   return std::equal(shorter.begin(), shorter.end(), longer.begin()) &&
          std::all_of(rest, longer.end(), [](std::uint8_t octet) { return octet == 0xFF; });
 }
+
+bool IsSamePdu(const MessageContent& a, const MessageContent& b) { return IsSamePdu(a.details->pdu, b.details->pdu); }
 
 bool IsSameMessage(const MessageContent& a, const MessageContent& b) {
   if (a.details && b.details) return IsSamePdu(a, b);

@@ -23,6 +23,8 @@ bool IsShown(const PartGroup& group, std::int64_t now);
 std::shared_ptr<const MessageContent> JoinGroup(const PartGroup& group);
 
 bool IsSamePdu(const MessageContent& a, const MessageContent& b);
+// Some modems fill what they have stored with FF, and not what they deliver.
+bool IsSamePdu(const std::vector<std::uint8_t>& a, const std::vector<std::uint8_t>& b);
 // The same, also where the PDU is not kept: what it says.
 bool IsSameMessage(const MessageContent& a, const MessageContent& b);
 

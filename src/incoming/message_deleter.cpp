@@ -4,8 +4,8 @@
 
 #include "base/text.h"
 #include "incoming/careful_joining.h"
+#include "incoming/deliver_decoding.h"
 #include "incoming/listing_entry.h"
-#include "incoming/tolerant_decoding.h"
 
 namespace tavro {
 
@@ -103,12 +103,13 @@ PendingError MessageDeleter::DeleteRecord(SIMBox& box, std::int16_t location) {
   return kDeleteInvalidResponse;
 }
 
-// Where the PDU is not kept, what it says counts.
+// Where the PDU is not kept, what it says counts; it is read as the record was.
 bool MessageDeleter::HoldsMessage(std::string_view entry, const MessageContent& content) const {
   const std::string_view pdu = ReadListingEntry(entry, false).pdu;
   if (pdu.empty()) return false;
-  if (content.details) return ReadOctets(pdu) == content.details->pdu;
-  const DecodedEntry decoded = DecodePlace(entry, kNoLocation, LocalDateNames(platform_));
+  if (content.details) return IsSamePdu(ReadOctets(pdu), content.details->pdu);
+  const std::string listed = "0," + Upper(entry);  // with a location
+  const DecodedEntry decoded = DecodeStoredMessage(listed, LocalDateNames(platform_), manner_);
   return decoded.record.content && IsSameMessage(*decoded.record.content, content);
 }
 

@@ -120,7 +120,8 @@ std::int32_t* SIMBox::PositionOf(std::int16_t memoryIndex) {
 std::optional<std::int16_t> SIMBox::AddDelivered(SIMMessage record) {
   constexpr std::size_t kMaxDelivered = 32768;  // the locations below 0
   const bool isKnown = std::any_of(records_.begin(), records_.end(), [&](const SIMMessage& other) {
-    return other.content && !record.content->details->pdu.empty() && IsSamePdu(*other.content, *record.content);
+    return other.content && other.content->details && !record.content->details->pdu.empty() &&
+           IsSamePdu(*other.content, *record.content);
   });
   if (IsFull() || isKnown) return {};
   auto place = delivered_.end();

@@ -131,7 +131,7 @@ std::size_t AnswerSorter::Append(std::string_view data) {
         taken = end;
       }
       // At the start of a line, with its blank; some modems give none.
-      if (!idle_ && !entry_ && (line_ == "> " || (promptExpected_ && line_ == ">"))) {
+      if (!idle_ && !entry_ && !isEarlier_ && (line_ == "> " || (promptExpected_ && line_ == ">"))) {
         EndWithPrompt();
       }
     } else if (line_.empty()) {

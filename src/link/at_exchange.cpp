@@ -370,16 +370,18 @@ bool AtExchange::Resynchronise() {
   const int lines = 1 + std::min(openQuestions_, kMostOpenQuestions);
   for (int i = 1; i < lines; ++i) question += ";+CMEE?";
   if (!Write(question + "\r")) return false;
-  bool found = false, refused = false;
+  bool found = false, refused = false, answered = false;
   const auto limit = [&] { return refused ? std::min(settings_.timeout, kAnotherAnswerLimit) : settings_.timeout; };
   while (!found && AwaitResult(limit(), [&](const std::string& answer) {
     found = lastEnd_ == AnswerSorter::End::kOk && CountNoCase(answer, "+CMEE:") == lines;
     refused = refused || lastEnd_ == AnswerSorter::End::kError;
+    answered = answered || lastEnd_ == AnswerSorter::End::kOk;
     return true;
   })) {
   }
   unanswered_ = false;
-  const bool isBack = found || refused;
+  // A modem that gives one answer to all is believed in the end.
+  const bool isBack = found || refused || (answered && openQuestions_ >= kMostOpenQuestions);
   leftUnanswered_ = leftUnanswered_ && !isBack;
   openQuestions_ = isBack ? 0 : openQuestions_ + 1;
   return isBack;

@@ -57,7 +57,7 @@ class PublicCall {
 
  private:
   template <class Owner, class Body>
-  static void Guard(const Owner& owner, Body&& body) noexcept {
+  static void Guard(const Owner& owner, Body&& body) {
     try {
       const PublicCall call(owner);
       body(call);

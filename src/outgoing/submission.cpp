@@ -179,9 +179,9 @@ PendingError Submission::AwaitPrompt(const SubmissionErrors& errors) {
   if (isPrompt() && !refused) return {};
   log_.WriteLog("Modem Response: " + response);
   if (!HoldsErrorLine(received) || Contains(response, ">")) CancelPrompt();
-  // A modem that echoes again has restarted, and is to be initialised anew.
+  // A modem that echoes again may have restarted, and is initialised anew: beside an echo the prompt is none.
   const bool isEchoed = !manner_.answersEndAtResult && ContainsNoCase(received, "AT+CMGS=");
-  if (isEchoed || (!refused && newest.empty())) connection_.DisconnectModem();
+  if (!refused && (isEchoed || newest.empty())) connection_.DisconnectModem();
   return errors.invalidPrompt;
 }
 
