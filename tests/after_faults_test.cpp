@@ -151,7 +151,8 @@ TEST(DirectDelivery, IsTheMessageThatWasListedSince) {
 }
 
 TEST(DamagedListing, IsNoReasonToDeleteWhatStandsThere) {
-  for (const std::string& pdu : {kA + "0", std::string(kA).replace(40, 1, "#")}) {
+  const std::string filled = kA + "FFFFFFFF";
+  for (const std::string& pdu : {kA + "0", std::string(kA).replace(40, 1, "#"), filled + "#FFFFF"}) {
     Connected engine(Dialogue::kPrompt);
     engine.modem.Store(kB, 1);
     engine.modem.Answer("AT+CMGL=1", Reply::Ok("+CMGL: 1,1,,21\r\n" + pdu), 1);

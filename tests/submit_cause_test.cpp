@@ -25,6 +25,7 @@ TEST(SubmitCauseTest, IsWhatTheStandardsSay) {
       {"\r\n+CMS ERROR: 331\r\n", 331, "no network service", Kind::kTemporary},
       {"\r\n+CMS ERROR: 332\r\n", 332, "network timeout", Kind::kUnclear},
       {"\r\n+CMS ERROR: 500\r\n", 500, "unknown error", Kind::kTemporary},
+      {"\r\n> +CMS ERROR: 331\r\n", 331, "no network service", Kind::kTemporary},
       {"\r\n+CMS ERROR: 513\r\n", 513, "", Kind::kTemporary},  // a maker's own
       // In words, as AT+CMEE=2 has them; SIMs had no (U) once.
       {"\r\n+CMS ERROR: Network Timeout\r\n", 332, "network timeout", Kind::kUnclear},
@@ -42,7 +43,8 @@ TEST(SubmitCauseTest, IsWhatTheStandardsSay) {
     EXPECT_EQ(cause->text, c.text) << c.answer;
     EXPECT_EQ(cause->kind, c.kind) << c.answer;
   }
-  for (const char* answer : {"", "\r\nOK\r\n", "\r\n+CMGS: 38\r\n", "\r\n+CUSD: 0,\"ERROR\",15\r\n"}) {
+  for (const char* answer :
+       {"", "\r\nOK\r\n", "\r\n+CMGS: 38\r\n", "\r\n+CUSD: 0,\"ERROR\",15\r\n", "\r\n+KMS ERROR: 332\r\n"}) {
     EXPECT_FALSE(SubmitCauseIn(answer)) << answer;
   }
 }

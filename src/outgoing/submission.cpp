@@ -179,9 +179,7 @@ PendingError Submission::AwaitPrompt(const SubmissionErrors& errors) {
   if (isPrompt() && !refused) return {};
   log_.WriteLog("Modem Response: " + response);
   if (!HoldsErrorLine(received) || Contains(response, ">")) CancelPrompt();
-  // A modem that echoes again may have restarted, and is initialised anew: beside an echo the prompt is none.
-  const bool isEchoed = !manner_.answersEndAtResult && ContainsNoCase(received, "AT+CMGS=");
-  if (!refused && (isEchoed || newest.empty())) connection_.DisconnectModem();
+  if (!refused && newest.empty()) connection_.DisconnectModem();
   return errors.invalidPrompt;
 }
 
