@@ -65,6 +65,12 @@ CommandResult Functionality(ModemState& modem, const AtCommand& command) {
   return {};
 }
 
+// Anything else never gets as far as the SIM.
+bool IsPin(const std::string& text) {
+  return text.size() >= 4 && text.size() <= 8 &&
+         std::all_of(text.begin(), text.end(), [](char c) { return c >= '0' && c <= '9'; });
+}
+
 CommandResult EnterPin(ModemState& modem, const AtCommand& command) {
   ModemSettings& settings = modem.settings;
   const std::vector<std::string> values = command.Values();
@@ -74,6 +80,8 @@ CommandResult EnterPin(ModemState& modem, const AtCommand& command) {
     if (values[0] != settings.puk) return EquipmentError(kCmeWrongPassword);
     settings.pin = values[1];
     settings.pinAttempts = 3;
+  } else if (!IsPin(values[0])) {
+    return EquipmentError(kCmeWrongPassword);
   } else if (values[0] != settings.pin) {
     --settings.pinAttempts;
     return EquipmentError(kCmeWrongPassword);
