@@ -15,7 +15,7 @@ constexpr MessageStepTexts kWaitSteps{kReadCannotConnect, kReadPduModeUnchecked,
 constexpr std::uint32_t kPollInterval = 5000, kSafetyInterval = 60000;
 constexpr std::size_t kMaxUnacknowledged = 100;
 // What has come is taken at once, but not for ever from a modem that tells of more each time it is asked.
-constexpr int kLooksAtOnce = 1000;
+constexpr int kLooksAtOnce = 250;
 
 }  // namespace
 
