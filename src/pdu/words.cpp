@@ -190,7 +190,7 @@ std::u16string DataCodingWords(int scheme) {
     text += u" (reserved coding group)";
   }
   if (coding.messageClass) {
-    constexpr std::u16string_view kClasses[] = {u"at once shown", u"ME-specific", u"(U)SIM-specific", u"TE-specific"};
+    constexpr std::u16string_view kClasses[] = {u"shown at once", u"ME-specific", u"(U)SIM-specific", u"TE-specific"};
     const auto number = static_cast<std::size_t>(*coding.messageClass);
     text += u", class " + Decimal(number) + u" (" + std::u16string(kClasses[number]) + u")";
   }
