@@ -93,19 +93,19 @@ TEST(Pdu, ReadsWhatOtherProjectsHave) {
 TEST(Pdu, NamesEveryBit) {
   EXPECT_EQ(Explained("0791947101670000640C917194214365870000423050417090400F0B0504158A00000003CC02012001"),
             R"(0 SCA Length: 7 octets
-1 SCA Type-of-Address: international number, ISDN/telephone numbering plan
+1 SCA Type-of-Address: international, ISDN/telephone
 2 SCA Address-Value: +491710760000
 8.0+2 TP-MTI: SMS-DELIVER
 8.2+1 TP-MMS: no more messages wait
-8.3+1 TP-LP: neither forwarded nor spawned
+8.3+1 TP-LP: not forwarded or spawned
 8.4+1 reserved: 0
-8.5+1 TP-SRI: a status report goes to the sender
+8.5+1 TP-SRI: a status report to sender
 8.6+1 TP-UDHI: TP-UD begins with a header
 8.7+1 TP-RP: no reply path
 9 TP-OA Address-Length: 12 semi-octets
-10 TP-OA Type-of-Address: international number, ISDN/telephone numbering plan
+10 TP-OA Type-of-Address: international, ISDN/telephone
 11 TP-OA Address-Value: +174912345678
-17 TP-PID: between short message entities
+17 TP-PID: SME-to-SME
 18 TP-DCS: GSM 7-bit default alphabet
 19 TP-SCTS: Tue, 05 Mar 2024 14:07:09 +01:00
 26 TP-UDL: 15 septets
@@ -147,7 +147,7 @@ the PDU ends before TP-DA Address-Length at octet 3, which needs 1 octet)");
 22.2+1 TP-PI TP-UDL: there
 22.3+4 TP-PI reserved: 0
 22.7+1 TP-PI extension: not there
-23 TP-PID: between short message entities
+23 TP-PID: SME-to-SME
 24 TP-DCS: 8 bit data
 25 TP-UDL: 2 octets
 26 TP-UD: Hi
