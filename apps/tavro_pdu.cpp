@@ -103,7 +103,8 @@ int Encode(const EncodeArguments& arguments, const ConnectionArguments& connecti
   const tavro::EncodedPdu encoded =
       tavro::EncodePdu(FromUtf8(arguments.number), FromUtf8(TextOf(arguments.text)), OptionsOf(arguments, connection));
   if (encoded.errorCode != 0) {
-    throw OperationFailed("error " + std::to_string(encoded.errorCode) + ": " + ToUtf8(encoded.errorDescription));
+    throw OperationFailed("error " + std::to_string(encoded.errorCode) + ": " + ToUtf8(encoded.errorDescription),
+                          encoded.errorCode, {});
   }
   Json list = Json::array();
   for (const tavro::EncodedPart& part : encoded.parts) {
