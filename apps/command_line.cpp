@@ -49,7 +49,12 @@ void CommandLine::AddConnectionOptions() {
 
 CLI::App* CommandLine::Add(const std::string& name, const std::string& description, std::function<int()> run,
                            std::function<void()> check) {
-  CLI::App* command = app.add_subcommand(name, description);
+  return AddTo(app, name, description, std::move(run), std::move(check));
+}
+
+CLI::App* CommandLine::AddTo(CLI::App& parent, const std::string& name, const std::string& description,
+                             std::function<int()> run, std::function<void()> check) {
+  CLI::App* command = parent.add_subcommand(name, description);
   command->callback([this, run = std::move(run), check = std::move(check)] {
     if (check) check();
     if (line_->count_all() == 0) connection.device = EnvironmentValue("TAVRO_DEVICE");

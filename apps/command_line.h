@@ -29,6 +29,9 @@ struct CommandLine {
   // read, `check` may refuse what does not go together: with CLI::ValidationError.
   CLI::App* Add(const std::string& name, const std::string& description, std::function<int()> run,
                 std::function<void()> check = {});
+  // The same below a subcommand that does nothing itself.
+  CLI::App* AddTo(CLI::App& parent, const std::string& name, const std::string& description, std::function<int()> run,
+                  std::function<void()> check = {});
 
   // For `check`. Of a subcommand that uses no modem: throws when one was named.
   void RefuseDevice(const std::string& name, const std::string& reason) const;
@@ -62,3 +65,4 @@ void AddClear(CommandLine& line);
 void AddUssd(CommandLine& line);
 void AddCommand(CommandLine& line);
 void AddPorts(CommandLine& line);
+void AddPdu(CommandLine& line);

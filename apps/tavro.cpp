@@ -24,7 +24,7 @@ namespace {
 int Run(std::vector<std::string> arguments) {
   CommandLine line;
   for (const auto add :
-       {AddInfo, AddSend, AddPush, AddList, AddWatch, AddDelete, AddClear, AddUssd, AddCommand, AddPorts}) {
+       {AddInfo, AddSend, AddPush, AddList, AddWatch, AddDelete, AddClear, AddUssd, AddCommand, AddPorts, AddPdu}) {
     add(line);
   }
   try {

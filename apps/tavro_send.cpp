@@ -1,6 +1,5 @@
 // tavro send: a text to a number.
 #include <iostream>
-#include <iterator>
 #include <memory>
 #include <string>
 
@@ -9,6 +8,7 @@
 #include "platform/utf8.h"
 #include "tavro_delivery.h"
 #include "tavro_output.h"
+#include "text_options.h"
 
 namespace {
 
@@ -17,41 +17,27 @@ using tavro::FromUtf8;
 struct SendArguments {
   std::string number;
   std::string text;
-  std::int16_t coding = 0;  // 7, 8 or 16; 0: 7 where that keeps the text, 16 otherwise
-  std::int16_t longMessage = tavro::MessageConcatenate;
-  std::string validity;  // empty: the component's own
-  bool flash = false;
+  TextOptions options;
   bool wantsReport = false;                  // on the delivery
   std::optional<std::chrono::seconds> wait;  // for that report
 };
-
-const Choices kLongMessageActions = {{"truncate", tavro::MessageTruncate},
-                                     {"split", tavro::MessageSplit},
-                                     {"formatted", tavro::MessageFormattedSplit},
-                                     {"concatenate", tavro::MessageConcatenate}};
-
-std::string ReadStandardInput() {
-  std::string text{std::istreambuf_iterator<char>(std::cin), {}};
-  if (!text.empty() && text.back() == '\n') text.pop_back();
-  return text;
-}
 
 // Returns the references that it printed.
 std::u16string Send(Session& session, const SendArguments& arguments) {
   tavro::SMS& sms = session.Sms();
   const std::u16string text = FromUtf8(arguments.text);
   const std::int16_t fittingCoding = tavro::FitsGsmAlphabet(text) ? 7 : 16;  // what it lacks would be question marks
-  sms.SetCharacter(arguments.coding == 0 ? fittingCoding : arguments.coding);
+  sms.SetCharacter(arguments.options.coding == 0 ? fittingCoding : arguments.options.coding);
   session.Check();
-  sms.SetLongMessage(arguments.longMessage);
+  sms.SetLongMessage(arguments.options.longMessage);
   session.Check();
-  if (!arguments.validity.empty()) {
-    sms.SetValidity(FromUtf8(arguments.validity));
+  if (!arguments.options.validity.empty()) {
+    sms.SetValidity(FromUtf8(arguments.options.validity));
     session.Check();
   }
   sms.SetStatusReport(arguments.wantsReport || arguments.wait);
   session.Check();
-  const auto references = sms.SendSMS(FromUtf8(arguments.number), text, arguments.flash);
+  const auto references = sms.SendSMS(FromUtf8(arguments.number), text, arguments.options.flash);
   session.Check(references.has_value());
   std::cout << PrintableLine(references.value_or(u"")) << std::endl;
   return references.value_or(u"");
@@ -64,7 +50,7 @@ int StatusOf(tavro::DeliveryState state) {
 
 int Run(const ConnectionArguments& connection, SendArguments arguments) {
   // Whoever types the text keeps no modem waiting, and may end the program as any other.
-  if (arguments.text == "-") arguments.text = ReadStandardInput();
+  arguments.text = TextOf(arguments.text);
   Session session(connection);
   const std::u16string references = Send(session, arguments);
   return arguments.wait ? StatusOf(AwaitDelivery(session, references, *arguments.wait)) : kDone;
@@ -82,14 +68,7 @@ void AddSend(CommandLine& line) {
       });
   send->add_option("NUMBER", arguments->number, "Phone number")->type_name("")->required();
   send->add_option("TEXT", arguments->text, "The text; - reads it from standard input")->type_name("")->required();
-  send->add_flag("--flash", arguments->flash, "Show it at once and store it nowhere");
-  send->add_option("--coding", arguments->coding,
-                   "7 the GSM alphabet, 8 octets, 16 UCS2; when not given, 7 if that has all characters, else 16")
-      ->check(CLI::IsMember({7, 8, 16}));
-  AddChoice(*send, "--long", arguments->longMessage, kLongMessageActions,
-            "What to do with a text that does not fit one message")
-      ->default_str("concatenate");
-  send->add_option("--validity", arguments->validity, "How long to keep trying: 30M, 12H, 1D, 2W")->default_str("1D");
+  AddTextOptions(*send, arguments->options);
   send->add_flag("--report", arguments->wantsReport, "Ask for a report on the delivery, which watch prints");
   AddSeconds(*send, "--wait", arguments->wait, 1,
              "Ask for it, wait until it comes, print what it says: exit status 0 delivered, 3 failed, 4 not known yet");
