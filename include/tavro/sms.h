@@ -20,6 +20,7 @@
 #include <string>
 #include <vector>
 
+#include "tavro/export.h"
 #include "tavro/inbox.h"
 #include "tavro/long_message_type.h"
 #include "tavro/memory_usage.h"
@@ -80,7 +81,7 @@ struct Options {
   Recovery recovery = {};
 };
 
-class SMS {
+class TAVRO_API SMS {
  public:
   SMS();
   explicit SMS(const Options& options);
