@@ -12,7 +12,7 @@
 // Errors. Every function that can fail returns 0 (TAVRO_OK), or what went wrong: below 0 a misuse of this interface
 // (TAVRO_INVALID_HANDLE and so on), from 1001 on what the modem, the network or the system refused, as tavro/sms.h
 // numbers it. tavro_error tells the code and a text. A function that fails sets what its pointers give back to nothing
-// (NULL, 0, an empty text), when it was given a pointer. Nothing is thrown, and no function calls back.
+// (NULL, 0, an empty text), and leaves structures as they are. Nothing is thrown, and no function calls back.
 //
 // Handles are numbers in disguise, never followed as pointers: NULL, a closed one, or one of another kind is
 // TAVRO_INVALID_HANDLE. (Such a number may come back after tens of thousands of others have.)
@@ -38,6 +38,8 @@
 #include <stddef.h>
 #include <stdint.h>
 
+#include "tavro/export.h"
+
 #ifdef __cplusplus
 extern "C" {
 #endif
@@ -47,9 +49,9 @@ extern "C" {
 // This header's version: 10000 times the first number, 100 times the second, and the third one.
 #define TAVRO_VERSION_NUMBER 10880
 // The library's. One with the same first number that is not lower has all that this header names.
-int tavro_version(void);
+TAVRO_API int tavro_version(void);
 // The same as text, "1.8.80". It belongs to the library and stays.
-const char* tavro_version_text(void);
+TAVRO_API const char* tavro_version_text(void);
 
 // --- Handles, texts and errors ---------------------------------------------------------------------------------------
 
@@ -77,7 +79,7 @@ enum {
 // that failed, whatever it was about, TAVRO_IN_USE included. `text`, unless it is NULL, is given the text: "Error 16:
 // CommOpen (CreateFile) - Device or resource busy", "" for none. It stays until this thread calls tavro_error again.
 // A call that succeeds changes neither. Where the handle cannot be used the code is that of this very call.
-int tavro_error(tavro_modem* modem, const char** text);
+TAVRO_API int tavro_error(tavro_modem* modem, const char** text);
 
 // --- A modem ---------------------------------------------------------------------------------------------------------
 
@@ -104,25 +106,25 @@ typedef struct tavro_options {
 
 // A modem at that device, in `*modem`, which tavro_close ends. Nothing is opened and nothing asked: that is for
 // tavro_connect, or for the first call that needs the modem. TAVRO_INVALID_ARGUMENT without a device.
-int tavro_open(const tavro_options* options, tavro_modem** modem);
+TAVRO_API int tavro_open(const tavro_options* options, tavro_modem** modem);
 // Closes the port and ends the handle. Texts that it gave are gone; lists stay. A call in another thread that is under
 // way is TAVRO_IN_USE, and the modem stays open: tavro_interrupt ends that call.
-int tavro_close(tavro_modem* modem);
+TAVRO_API int tavro_close(tavro_modem* modem);
 
 // Opens the port and brings the modem into a known state; nothing when it is connected. Errors: 1001 to 1043 the port
 // and the modem, 2004 to 2027 the SIM and its PIN; in the classic manner also 3002 to 3006 the network.
-int tavro_connect(tavro_modem* modem);
+TAVRO_API int tavro_connect(tavro_modem* modem);
 // Closes the port: 1007 when that fails. The settings stay, and the next call that needs the modem connects anew.
-int tavro_disconnect(tavro_modem* modem);
+TAVRO_API int tavro_disconnect(tavro_modem* modem);
 
 // Ends the tavro_wait or tavro_wait_for_delivery that is under way, or the next one, as if its time were over. From any
 // thread. It is no failure of the modem's, and tavro_error(modem) stays.
-int tavro_cancel(tavro_modem* modem);
+TAVRO_API int tavro_cancel(tavro_modem* modem);
 // From any thread: whether the calls with this modem are to end soon (1), until it is taken back (0). The one that is
 // under way, and each that begins, then fails within a fraction of a second; nothing more is sent but what cancels a
 // message that was begun. A message whose result has not come by then may be out. TAVRO_INVALID_ARGUMENT for another
 // value.
-int tavro_interrupt(tavro_modem* modem, int wanted);
+TAVRO_API int tavro_interrupt(tavro_modem* modem, int wanted);
 
 // --- Properties ------------------------------------------------------------------------------------------------------
 //
@@ -194,17 +196,17 @@ enum {
 };
 
 // `*value` belongs to the modem until the next call with it; tavro_error, tavro_cancel and tavro_interrupt leave it.
-int tavro_get_text(tavro_modem* modem, int property, tavro_text* value);
-int tavro_set_text(tavro_modem* modem, int property, const char* value);
-int tavro_get_int(tavro_modem* modem, int property, int32_t* value);
-int tavro_set_int(tavro_modem* modem, int property, int32_t value);
+TAVRO_API int tavro_get_text(tavro_modem* modem, int property, tavro_text* value);
+TAVRO_API int tavro_set_text(tavro_modem* modem, int property, const char* value);
+TAVRO_API int tavro_get_int(tavro_modem* modem, int property, int32_t* value);
+TAVRO_API int tavro_set_int(tavro_modem* modem, int property, int32_t value);
 
 // Sends a command as it is; the caller ends it with "\r". `*answer`, which may be NULL, is what came without "OK" and
 // line ends, and belongs to the modem as a property does. 1042 a control character before its end, 1011 it cannot be
 // sent, 1012 no answer.
-int tavro_command(tavro_modem* modem, const char* command, tavro_text* answer);
+TAVRO_API int tavro_command(tavro_modem* modem, const char* command, tavro_text* answer);
 // Empties the log, or keeps its last lines, 0 to 32767 of them; 8007.
-int tavro_clear_log(tavro_modem* modem, int32_t keep_lines);
+TAVRO_API int tavro_clear_log(tavro_modem* modem, int32_t keep_lines);
 
 // --- Sending ---------------------------------------------------------------------------------------------------------
 
@@ -217,16 +219,17 @@ enum {
 // belongs to the modem as a property does. 4004 the number is neither international nor national, 4006 to 4020 the
 // modem or the network refused, or could not be reached: 4012 with "Result unknown" says that it may be out all the
 // same. Also errors of tavro_connect, and 3002 to 3006 the network.
-int tavro_send(tavro_modem* modem, const char* number, const char* text, uint32_t flags, tavro_text* references);
+TAVRO_API int tavro_send(tavro_modem* modem, const char* number, const char* text, uint32_t flags,
+                         tavro_text* references);
 // The same of a text that has NULs in it, or none at its end: of so many octets.
-int tavro_send_n(tavro_modem* modem, const char* number, const char* text, size_t length, uint32_t flags,
-                 tavro_text* references);
+TAVRO_API int tavro_send_n(tavro_modem* modem, const char* number, const char* text, size_t length, uint32_t flags,
+                           tavro_text* references);
 
 // A WAP push: a text, and an address to open.
 typedef struct tavro_push {
   uint32_t struct_size;
   int32_t action;   // when the phone shows it: 1 signal-low, 2 signal-medium (also for 0), 3 signal-high; 7017
-  int64_t created;  // seconds since 1970-01-01 00:00 UTC; 0: the time of sending; 7019 outside the years 100 to 9999
+  int64_t created;  // seconds since 1970-01-01 00:00 UTC; 0: the time of sending; 7019 before 1603 or after 9999
   const char* destination;  // the number; 7004
   const char* text;         // 7001 when it is empty
   const char* url;          // 7002 when it is empty
@@ -235,9 +238,9 @@ typedef struct tavro_push {
 
 // Nothing is sent when the values have an error. 7018 more than 140 octets, 7022 no service centre, 7008 to 7016 and
 // 7023 the modem or the network refused, or could not be reached.
-int tavro_send_push(tavro_modem* modem, const tavro_push* push);
+TAVRO_API int tavro_send_push(tavro_modem* modem, const tavro_push* push);
 // Whether it fits one short message: `*fits` is 1 or 0. Asks nothing.
-int tavro_push_fits(tavro_modem* modem, const tavro_push* push, int32_t* fits);
+TAVRO_API int tavro_push_fits(tavro_modem* modem, const tavro_push* push, int32_t* fits);
 
 // --- Lists -----------------------------------------------------------------------------------------------------------
 //
@@ -248,8 +251,8 @@ int tavro_push_fits(tavro_modem* modem, const tavro_push* push, int32_t* fits);
 //   tavro_message message = {.struct_size = sizeof message};
 //   for (size_t i = 0; tavro_message_at(list, i, &message) == TAVRO_OK; ++i) puts(message.text.data);
 
-int tavro_list_count(tavro_list* list, size_t* count);
-int tavro_list_free(tavro_list* list);
+TAVRO_API int tavro_list_count(tavro_list* list, size_t* count);
+TAVRO_API int tavro_list_free(tavro_list* list);
 
 // A time that is no date.
 #define TAVRO_NO_TIME INT64_MIN
@@ -291,7 +294,7 @@ typedef struct tavro_message {
   const tavro_waiting* waiting;  // at most one of each kind
   size_t waiting_count;
 } tavro_message;
-int tavro_message_at(tavro_list* list, size_t index, tavro_message* message);
+TAVRO_API int tavro_message_at(tavro_list* list, size_t index, tavro_message* message);
 
 // How good a state is, the best first. A message in parts is in the last of their states.
 enum {
@@ -320,7 +323,7 @@ typedef struct tavro_report {
   tavro_text discharge_time_text;
   tavro_text smsc;
 } tavro_report;
-int tavro_report_at(tavro_list* list, size_t index, tavro_report* report);
+TAVRO_API int tavro_report_at(tavro_list* list, size_t index, tavro_report* report);
 
 // How full a message memory is.
 typedef struct tavro_memory {
@@ -330,7 +333,7 @@ typedef struct tavro_memory {
   int32_t reserved;
   tavro_text name;  // "SM" the SIM, "ME" the equipment, "MT" both, or another
 } tavro_memory;
-int tavro_memory_at(tavro_list* list, size_t index, tavro_memory* memory);
+TAVRO_API int tavro_memory_at(tavro_list* list, size_t index, tavro_memory* memory);
 
 // --- Receiving -------------------------------------------------------------------------------------------------------
 
@@ -339,40 +342,41 @@ enum { TAVRO_UNREAD_MESSAGES = 0, TAVRO_READ_MESSAGES = 1, TAVRO_ALL_MESSAGES = 
 
 // Reads the modem's message memory into the inbox, and gives what is in it, as messages; `messages` may be NULL. 5001
 // for another `which`, 5002 to 5008 the modem refused, or could not be reached.
-int tavro_read(tavro_modem* modem, int which, tavro_list** messages);
+TAVRO_API int tavro_read(tavro_modem* modem, int which, tavro_list** messages);
 // The messages that the inbox has, of tavro_read and of tavro_wait. Asks nothing.
-int tavro_inbox(tavro_modem* modem, tavro_list** messages);
+TAVRO_API int tavro_inbox(tavro_modem* modem, tavro_list** messages);
 // Waits until messages come, so many milliseconds at most, and adds them to the inbox: `*messages` are the new ones, or
 // NULL when none came, or tavro_cancel ended it. `messages` may be NULL. The first time behind a connection it is what
 // is unread in the modem's memory, too. What came during another call is there at once. 0 waits for nothing; the
 // longest is INT32_MAX, 24 days. Nothing is lost by a failure: 5009 below 0, 5002 to 5008 the modem refused, 1012 it is
 // gone, or the call was interrupted.
-int tavro_wait(tavro_modem* modem, int32_t milliseconds, tavro_list** messages);
+TAVRO_API int tavro_wait(tavro_modem* modem, int32_t milliseconds, tavro_list** messages);
 // Removes one message, all its parts, of a list that this modem gave (TAVRO_INVALID_ARGUMENT) from the modem's memory
 // and from the inbox. Lists stay as they are. 6007 it is not in the memory any more, 6002 to 6011 the modem refused, or
 // could not be reached. Classic manner: it removes what has this message's index now.
-int tavro_delete(tavro_modem* modem, tavro_list* messages, size_t index);
+TAVRO_API int tavro_delete(tavro_modem* modem, tavro_list* messages, size_t index);
 // Removes every message of the inbox. 6009 it is empty, 6010 one at least could not be removed; the others are.
-int tavro_delete_all(tavro_modem* modem);
+TAVRO_API int tavro_delete_all(tavro_modem* modem);
 // How full each memory is that the modem can read from, as a list of memories; 2002.
-int tavro_memories(tavro_modem* modem, tavro_list** memories);
+TAVRO_API int tavro_memories(tavro_modem* modem, tavro_list** memories);
 
 // --- Status reports --------------------------------------------------------------------------------------------------
 //
 // Of messages that were sent while TAVRO_STATUS_REPORT was 1.
 
 // The reports that came so far, each once, in the order in which they came.
-int tavro_reports(tavro_modem* modem, tavro_list** reports);
+TAVRO_API int tavro_reports(tavro_modem* modem, tavro_list** reports);
 // From now on tavro_reports gives those that come later.
-int tavro_clear_reports(tavro_modem* modem);
+TAVRO_API int tavro_clear_reports(tavro_modem* modem);
 // What became of the message that tavro_send gave these references for: `*state` (TAVRO_DELIVERED and so on), and of
 // each part, in their order, the final report, else the latest, else one that knows its reference alone. Each of the
 // two may be NULL. 5010 when the text is no list of references.
-int tavro_delivery(tavro_modem* modem, const char* references, int32_t* state, tavro_list** parts);
+TAVRO_API int tavro_delivery(tavro_modem* modem, const char* references, int32_t* state, tavro_list** parts);
 // Waits until the state of that message is final, so many milliseconds at most. `*is_final`, which may be NULL, is 1
 // then; 0 at the limit, or when tavro_cancel ended it. Messages that come meanwhile are what the next tavro_wait gives
 // at once. Fails as tavro_wait does, or with 5010.
-int tavro_wait_for_delivery(tavro_modem* modem, const char* references, int32_t milliseconds, int32_t* is_final);
+TAVRO_API int tavro_wait_for_delivery(tavro_modem* modem, const char* references, int32_t milliseconds,
+                                      int32_t* is_final);
 
 // --- USSD ------------------------------------------------------------------------------------------------------------
 
@@ -380,9 +384,9 @@ int tavro_wait_for_delivery(tavro_modem* modem, const char* references, int32_t 
 // belongs to the modem as a property does. `*expects_reply`, which may be NULL, is 1 when the session waits for
 // another tavro_ussd, or for tavro_ussd_cancel. 9001 a code that cannot be sent, 9002 to 9007 the modem or the network
 // refused, or gave no answer.
-int tavro_ussd(tavro_modem* modem, const char* code, tavro_text* answer, int32_t* expects_reply);
+TAVRO_API int tavro_ussd(tavro_modem* modem, const char* code, tavro_text* answer, int32_t* expects_reply);
 // Ends a session that expects a reply; 9008.
-int tavro_ussd_cancel(tavro_modem* modem);
+TAVRO_API int tavro_ussd_cancel(tavro_modem* modem);
 
 // --- Finding modems --------------------------------------------------------------------------------------------------
 
@@ -420,10 +424,10 @@ typedef struct tavro_device {
   tavro_text imei;
   tavro_text sim_state;  // "READY", "SIM PIN", "SIM PUK" ..., "NO SIM"
 } tavro_device;
-int tavro_device_at(tavro_list* list, size_t index, tavro_device* device);
+TAVRO_API int tavro_device_at(tavro_list* list, size_t index, tavro_device* device);
 
 // The serial devices of this machine that are there now, in natural order; none of them is opened.
-int tavro_devices(tavro_list** devices);
+TAVRO_API int tavro_devices(tavro_list** devices);
 
 typedef struct tavro_probe_options {
   uint32_t struct_size;
@@ -433,9 +437,9 @@ typedef struct tavro_probe_options {
 } tavro_probe_options;
 // Asks devices what answers at them, all at the same time, and closes them again. It changes nothing, and never sends a
 // PIN. `options` may be NULL.
-int tavro_probe(const tavro_probe_options* options, tavro_list** devices);
+TAVRO_API int tavro_probe(const tavro_probe_options* options, tavro_list** devices);
 // From any thread: ends each tavro_probe that is under way; devices that were not asked by then are TAVRO_PROBE_NONE.
-int tavro_interrupt_probes(void);
+TAVRO_API int tavro_interrupt_probes(void);
 
 // --- PDUs without a modem (3GPP TS 23.040, 9.2.2) --------------------------------------------------------------------
 
@@ -505,9 +509,9 @@ typedef struct tavro_pdu_field {
 
 // Takes a PDU apart: hex digits in either letter case, blanks between them. `*fields` is a list of its fields, which
 // belongs to the caller; tavro_decoded gives the whole. A PDU that is wrong is no failure: tavro_pdu has the error.
-int tavro_decode(const char* hex, uint32_t flags, tavro_list** fields);
-int tavro_decoded(tavro_list* fields, tavro_pdu* pdu);
-int tavro_pdu_field_at(tavro_list* fields, size_t index, tavro_pdu_field* field);
+TAVRO_API int tavro_decode(const char* hex, uint32_t flags, tavro_list** fields);
+TAVRO_API int tavro_decoded(tavro_list* fields, tavro_pdu* pdu);
+TAVRO_API int tavro_pdu_field_at(tavro_list* fields, size_t index, tavro_pdu_field* field);
 
 // Flags of tavro_encode_options.
 enum {
@@ -537,11 +541,12 @@ typedef struct tavro_pdu_part {
 
 // Builds the PDUs that tavro_send sends: `*parts` is a list of them, in order, and belongs to the caller. `options` may
 // be NULL. 4004 and 4017 the number, 4016 there is no text, and those named above.
-int tavro_encode(const char* number, const char* text, const tavro_encode_options* options, tavro_list** parts);
+TAVRO_API int tavro_encode(const char* number, const char* text, const tavro_encode_options* options,
+                           tavro_list** parts);
 // The same of a text that has NULs in it, or none at its end: of so many octets.
-int tavro_encode_n(const char* number, const char* text, size_t length, const tavro_encode_options* options,
-                   tavro_list** parts);
-int tavro_pdu_part_at(tavro_list* parts, size_t index, tavro_pdu_part* part);
+TAVRO_API int tavro_encode_n(const char* number, const char* text, size_t length, const tavro_encode_options* options,
+                             tavro_list** parts);
+TAVRO_API int tavro_pdu_part_at(tavro_list* parts, size_t index, tavro_pdu_part* part);
 
 #ifdef __cplusplus
 }
