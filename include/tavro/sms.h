@@ -21,6 +21,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tavro/export.h"
 #include "tavro/inbox.h"
 #include "tavro/long_message_type.h"
 #include "tavro/memory_usage.h"
@@ -84,7 +85,7 @@ struct Options {
   std::function<void(std::u16string_view line)> trace = {};
 };
 
-class SMS {
+class TAVRO_API SMS {
  public:
   SMS();
   explicit SMS(const Options& options);
