@@ -1,5 +1,6 @@
 #include "tavro_output.h"
 
+#include <CLI/CLI.hpp>
 #include <algorithm>
 #include <cstddef>
 #include <cstdio>
@@ -51,6 +52,27 @@ std::string PrintableLine(const std::string& text) { return PrintableLine(FromUt
 
 std::string Dump(const Json& json) { return DumpWith(json, kPretty); }
 std::string DumpLine(const Json& json) { return DumpWith(json, kOneLine); }
+
+void AddOutputForm(CLI::App& app, OutputForm& form) {
+  CLI::Option* json = app.add_flag_callback(
+      "--json", [&form] { form = OutputForm::kJson; }, "Print JSON, one document");
+  CLI::Option* lines = app.add_flag_callback(
+      "--jsonl", [&form] { form = OutputForm::kJsonLines; }, "Print JSON, one object a line");
+  lines->excludes(json);
+}
+
+void JsonPrinter::Add(Json item) {
+  if (form_ == OutputForm::kJson) items_.push_back(std::move(item));
+  if (form_ == OutputForm::kJsonLines) std::cout << DumpLine(item) << std::endl;
+}
+
+void JsonPrinter::Finish() {
+  if (form_ == OutputForm::kJson) std::cout << Dump(items_) << std::endl;
+}
+
+void JsonPrinter::Print(const Json& object) {
+  if (!IsText()) std::cout << (form_ == OutputForm::kJson ? Dump(object) : DumpLine(object)) << std::endl;
+}
 
 const char* NameOf(tavro::DeliveryState state) {
   switch (state) {

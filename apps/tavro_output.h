@@ -2,6 +2,7 @@
 // from outside, and as JSON.
 #pragma once
 
+#include <cstdint>
 #include <nlohmann/json.hpp>
 #include <string>
 #include <string_view>
@@ -9,7 +10,33 @@
 #include "tavro/message.h"
 #include "tavro/status_report.h"
 
+namespace CLI {
+class App;
+}
+
 using Json = nlohmann::ordered_json;
+
+enum class OutputForm : std::uint8_t { kText, kJson, kJsonLines };
+// Adds --json and --jsonl, one of which may be given; `form` stays as it is without.
+void AddOutputForm(CLI::App& app, OutputForm& form);
+
+// Prints JSON on standard output: one document for all that was added, or each on a line of its own at once. In the form
+// of text it prints nothing.
+class JsonPrinter {
+ public:
+  explicit JsonPrinter(OutputForm form) : form_(form) {}
+  bool IsText() const { return form_ == OutputForm::kText; }
+  // A line that cannot be written is an error of std::cout.
+  void Add(Json item);
+  // The array of all that was added, in the one document.
+  void Finish();
+  // In place of these two where there is just one thing: the object by itself.
+  void Print(const Json& object);
+
+ private:
+  const OutputForm form_;
+  Json items_ = Json::array();
+};
 
 // In UTF-8: its line ends as line feeds, and what a terminal would take for a command as VisibleText shows it.
 std::string Printable(std::u16string_view text);
