@@ -20,8 +20,8 @@ enum class OutputForm : std::uint8_t { kText, kJson, kJsonLines };
 // Adds --json and --jsonl, one of which may be given; `form` stays as it is without.
 void AddOutputForm(CLI::App& app, OutputForm& form);
 
-// Prints JSON on standard output: one document for all that was added, or each on a line of its own at once. In the form
-// of text it prints nothing.
+// Prints JSON on standard output: one document for all that was added, or each on a line of its own at once. In the
+// form of text it prints nothing.
 class JsonPrinter {
  public:
   explicit JsonPrinter(OutputForm form) : form_(form) {}
@@ -38,10 +38,13 @@ class JsonPrinter {
   Json items_ = Json::array();
 };
 
-// Its line ends as line feeds, what a terminal would take for a command as VisibleText shows it, and characters that
-// the user's locale lacks as ShownText does.
-std::string Printable(std::u16string_view text);
+// In UTF-8: its line ends as line feeds, and what a terminal would take for a command as VisibleText shows it.
+std::string Visible(std::u16string_view text);
 // The same on one line.
+std::string VisibleLine(std::u16string_view text);
+
+// Both as the user's locale can show them (ShownText).
+std::string Printable(std::u16string_view text);
 std::string PrintableLine(std::u16string_view text);
 std::string PrintableLine(const std::string& text);
 
@@ -53,8 +56,10 @@ std::string DumpLine(const Json& json);
 // "delivered", "given up" ...
 const char* NameOf(tavro::DeliveryState state);
 
+// An OLE Automation date as "2008-03-05 14:07"; empty for 0.
+std::string ShortTime(double date);
+// The same with seconds and the zone in minutes from UTC: "2008-03-05T14:07:09+05:30" (RFC 3339).
+std::string FullTime(double date, int zone);
+
 Json JsonOf(const tavro::Message& message);
 Json JsonOf(const tavro::StatusReport& report);
-// Both on standard output, behind the message's number and memory where these are told.
-void Print(const tavro::Message& message, bool numbered = false, const std::string& memory = {});
-void Print(const tavro::StatusReport& report);
