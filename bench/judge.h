@@ -18,3 +18,11 @@ inline bool Judge(const std::string& what, double value, const char* unit, doubl
 inline void Tell(const std::string& what, double value, const char* unit, const std::string& remark = {}) {
   std::printf("     %-50s %10.3f %-5s %s\n", what.c_str(), value, unit, remark.c_str());
 }
+
+// Another program at the same job, in ms. False when it is as fast as ours or faster.
+inline bool JudgePeer(const std::string& what, double value, double own, bool isStopped) {
+  const bool within = own < value;
+  std::printf("%-4s %-50s %10.3f ms%s: tavro is %.1f times as fast\n", within ? "ok" : "OVER", what.c_str(), value,
+              isStopped ? " and not done" : "", value / own);
+  return within;
+}

@@ -204,9 +204,7 @@ class Bench {
       spent += usage->wall;
       isStopped = usage->isStopped;
     }
-    const std::string name = std::string(job.name) + ", " + peer.name;
-    Tell(name, best, "ms", isStopped ? "and not done" : "");
-    return Judge(std::string(job.name) + ", tavro", own / best, "times", 1, peer.name);
+    return JudgePeer(std::string(job.name) + ", " + peer.name, best, own, isStopped);
   }
 
   Folder folder_;

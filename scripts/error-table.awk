@@ -63,8 +63,8 @@ END {
   print "The codes and texts are the same for the COM component, for C++ and for the command line."
   print ""
   print "A cause that begins with \"Warning:\" is only logged: the call goes on, and `ErrorCode` does not have it. \"...\" stands for"
-  print "the part of a text that changes. `LogType` 2, on the command line `--log FOLDER`, writes what was said on the line, which"
-  print "tells more than any code."
+  print "the part of a text that changes. `LogType` 2, on the command line `--log FOLDER`, writes what was said on the line,"
+  print "which tells more than any code."
   for (code = 1000; code <= 9999; ++code) {
     if (!(code in rows)) continue
     if (int(code / 1000) != group) {
