@@ -7,13 +7,14 @@
 #include <memory>
 #include <vector>
 
+#include "tavro/export.h"
 #include "tavro/message.h"
 
 namespace tavro {
 
 // A collection of Message objects, numbered from 1. It is empty until Refresh reads the modem's memory.
 // Every call clears the SMS object's last error first and reports a failure there.
-class Inbox {
+class TAVRO_API Inbox {
  public:
   struct State;
   explicit Inbox(std::unique_ptr<State> state);  // made by the component

@@ -7,6 +7,8 @@
 #include <string>
 #include <vector>
 
+#include "tavro/export.h"
+
 namespace tavro {
 
 // Which application of the receiver, and of the sender, a message is for (3GPP TS 23.040, 9.2.3.24.3 and 9.2.3.24.4).
@@ -26,7 +28,7 @@ struct WaitingMessages {
 
 // A snapshot: the values never change, also after the inbox was rebuilt or the SMS object released. Only Delete
 // talks to the modem.
-class Message {
+class TAVRO_API Message {
  public:
   struct State;
   explicit Message(std::shared_ptr<const State> state);  // made by the component

@@ -13,6 +13,8 @@
 #include <string>
 #include <vector>
 
+#include "tavro/export.h"
+
 namespace tavro {
 
 // What a device answered when it was asked.
@@ -60,7 +62,7 @@ struct SerialDevice {
 // are none, or the system does not tell. Opens none of them. Linux: from /sys/class/tty, without ports that have no
 // hardware and the machine's own consoles. Windows: from the registry (SERIALCOMM) and the set-up classes of ports and
 // modems.
-std::vector<SerialDevice> SerialDevices();
+TAVRO_API std::vector<SerialDevice> SerialDevices();
 
 struct ProbeOptions {
   // How long each answer is waited for, in milliseconds, 100 to 60000. A silent device is asked twice at each rate.
@@ -74,8 +76,9 @@ struct ProbeOptions {
 // it. A device is opened with 8 data bits, no parity and one stop bit at 115200 bits per second, and when it is silent
 // at 9600, unless its rate means nothing, and closed in the end. It is asked for nothing that changes it, but for
 // AT+CNMI, which gets its old value again; a PIN is never sent. `path` may also be an address as in Options::devices.
-std::vector<SerialDevice> ProbeSerialDevices(std::vector<SerialDevice> devices, const ProbeOptions& options = {});
+TAVRO_API std::vector<SerialDevice> ProbeSerialDevices(std::vector<SerialDevice> devices,
+                                                       const ProbeOptions& options = {});
 // All devices of this machine.
-std::vector<SerialDevice> ProbeSerialDevices(const ProbeOptions& options = {});
+TAVRO_API std::vector<SerialDevice> ProbeSerialDevices(const ProbeOptions& options = {});
 
 }  // namespace tavro

@@ -18,8 +18,10 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
+#include "tavro/export.h"
 #include "tavro/inbox.h"
 #include "tavro/long_message_type.h"
 #include "tavro/memory_usage.h"
@@ -78,9 +80,12 @@ struct Options {
   // manner it always is.
   bool sendsPinOnLastAttempt = false;
   Recovery recovery = {};
+  // Is told the dialogue as it happens: each line that Tavro.log has with LogType 2, without its time, whatever LogType
+  // is. From the calling thread; it must not throw nor call the SMS object.
+  std::function<void(std::u16string_view line)> trace = {};
 };
 
-class SMS {
+class TAVRO_API SMS {
  public:
   SMS();
   explicit SMS(const Options& options);

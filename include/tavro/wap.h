@@ -6,11 +6,13 @@
 #include <optional>
 #include <string>
 
+#include "tavro/export.h"
+
 namespace tavro {
 
 // Every call clears the SMS object's last error first and reports a failure there; a rejected value leaves the old one
 // in place. After the SMS object was released the properties still work and Send returns false.
-class Wap {
+class TAVRO_API Wap {
  public:
   struct State;
   explicit Wap(std::unique_ptr<State> state);  // made by the component

@@ -12,7 +12,7 @@
 
 namespace tavro {
 
-struct SMS::State {
+struct TAVRO_PRIVATE SMS::State {
   using Call = PublicCall<GSM>;
 
   State(std::shared_ptr<Platform> platform, const Options& options);

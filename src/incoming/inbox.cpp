@@ -89,7 +89,7 @@ bool Inbox::Clear() {
   });
 }
 
-struct Inbox::Iterator::Snapshot {
+struct TAVRO_PRIVATE Inbox::Iterator::Snapshot {
   std::shared_ptr<const SIMBox::Messages> messages;
 };
 

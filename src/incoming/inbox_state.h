@@ -10,7 +10,7 @@
 
 namespace tavro {
 
-struct Inbox::State {
+struct TAVRO_PRIVATE Inbox::State {
   std::shared_ptr<SIMBox> box;
   std::weak_ptr<IncomingServices> services;
   std::shared_ptr<Cancellation> cancellation;

@@ -13,7 +13,7 @@ namespace tavro {
 
 class SIMBox;
 
-struct Message::State {
+struct TAVRO_PRIVATE Message::State {
   std::int16_t index = 0;
   std::shared_ptr<const MessageContent> content;
   std::weak_ptr<SIMBox> box;

@@ -20,7 +20,7 @@ struct PushServices {
 // Made by the engine: Wap(std::make_unique<Wap::State>(services, platform)). A Wap locks `services` for the time of a
 // call; when they are owned together with the engine, that keeps the engine for as long. They expire with the SMS
 // object. The platform is kept: the checks need it also then.
-struct Wap::State {
+struct TAVRO_PRIVATE Wap::State {
   State(std::weak_ptr<PushServices> pushServices, std::shared_ptr<Platform> sharedPlatform)
       : services(std::move(pushServices)), platform(std::move(sharedPlatform)) {}
 
