@@ -5,7 +5,7 @@
 #include <string>
 
 #include "tavro/status_report.h"
-#include "tavro_commands.h"
+#include "tavro_session.h"
 
 // Waits until the state is final, so long at most, and prints it. `references` are those that SendSMS returned. Throws
 // std::runtime_error when a signal ended it.

@@ -7,6 +7,7 @@
 #include <utility>
 
 #include "base/visible_text.h"
+#include "console.h"
 #include "platform/utf8.h"
 
 using tavro::FromUtf8, tavro::ToUtf8;
@@ -38,7 +39,7 @@ std::string Printable(std::u16string_view text) {
     if (text[i] == u'\r' && i + 1 < text.size() && text[i + 1] == u'\n') continue;
     lines += text[i] == u'\r' ? u'\n' : text[i] == u'\t' ? u' ' : text[i];
   }
-  return ToUtf8(tavro::VisibleText(lines, u"\n"));
+  return ShownText(ToUtf8(tavro::VisibleText(lines, u"\n")));
 }
 
 std::string PrintableLine(std::u16string_view text) {

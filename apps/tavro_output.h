@@ -11,7 +11,8 @@
 
 using Json = nlohmann::ordered_json;
 
-// In UTF-8: its line ends as line feeds, and what a terminal would take for a command as VisibleText shows it.
+// Its line ends as line feeds, what a terminal would take for a command as VisibleText shows it, and characters that
+// the user's locale lacks as ShownText does.
 std::string Printable(std::u16string_view text);
 // The same on one line.
 std::string PrintableLine(std::u16string_view text);

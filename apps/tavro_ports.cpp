@@ -1,9 +1,10 @@
-#include "tavro_ports.h"
-
+// tavro ports: the serial devices of this machine.
 #include <iostream>
+#include <memory>
 #include <stdexcept>
 #include <vector>
 
+#include "command_line.h"
 #include "end_signals.h"
 #include "platform/utf8.h"
 #include "tavro/serial_devices.h"
@@ -13,6 +14,11 @@ namespace {
 
 using tavro::SerialDevice, tavro::SerialProbe, tavro::ToUtf8;
 using Outcome = SerialProbe::Outcome;
+
+struct PortsArguments {
+  bool probe = false;  // ask what answers at them
+  bool json = false;
+};
 
 struct OutcomeNames {
   const char* json;
@@ -83,8 +89,8 @@ void Print(const SerialDevice& device) {
   if (probe.isRecommended) PrintItem("Use", "tavro -d " + device.Path());
 }
 
-}  // namespace
-
+// As text there is a note on standard error when there are none. Throws std::runtime_error when one of EndSignals came
+// meanwhile.
 void ListPorts(const PortsArguments& arguments) {
   std::vector<SerialDevice> devices = tavro::SerialDevices();
   if (arguments.probe) {
@@ -103,4 +109,20 @@ void ListPorts(const PortsArguments& arguments) {
     }
   }
   if (arguments.json) std::cout << Dump(list) << '\n';
+}
+
+}  // namespace
+
+void AddPorts(CommandLine& line) {
+  const auto arguments = std::make_shared<PortsArguments>();
+  CLI::App* ports = line.Add(
+      "ports", "List the serial devices of this machine; needs no --device",
+      [arguments] {
+        EndSignals::Watch();
+        ListPorts(*arguments);
+        return kDone;
+      },
+      [&line] { line.RefuseDevice("ports", "it lists all devices, and takes none"); });
+  ports->add_flag("--probe", arguments->probe, "Ask what answers at each, and say which one to use");
+  ports->add_flag("--json", arguments->json, "Print JSON");
 }

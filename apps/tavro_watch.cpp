@@ -1,23 +1,31 @@
-#include "tavro_watch.h"
-
-#include <csignal>
+// tavro watch: messages as they come.
+#include <chrono>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
 #include <iostream>
 #include <map>
 #include <memory>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
 
 #include "base/error_codes.h"
+#include "command_line.h"
+#include "console.h"
 #include "end_signals.h"
 #include "tavro_output.h"
 #include "waiting.h"
 
 namespace {
+
+struct WatchArguments {
+  bool json = false;                          // a line each
+  bool deletes = false;                       // what was printed
+  std::optional<std::chrono::seconds> limit;  // none: until a signal
+};
 
 constexpr std::int32_t kReportInterval = 1000;  // ms, how often status reports are looked for
 
@@ -86,7 +94,7 @@ std::vector<Watcher::Printed> Watcher::NewMessages() {
 }
 
 void Watcher::PrintReports() {
-  if (!Waiting::IsOutputOpen()) return;  // they are deleted when they are handed over
+  if (!IsOutputOpen()) return;  // they are deleted when they are handed over
   for (const tavro::StatusReport& report : session_.Sms().StatusReports()) Show("statusReport", report);
   session_.Sms().ClearStatusReports();
 }
@@ -94,7 +102,7 @@ void Watcher::PrintReports() {
 // Those that are left over have to wait for the modem.
 void Watcher::DeletePrinted() {
   while (!toDelete_.empty() && session_.Sms().IsConnected()) {
-    if (!Waiting::IsOutputOpen()) throw std::runtime_error("standard output was closed");
+    if (!IsOutputOpen()) throw std::runtime_error("standard output was closed");
     const bool isDeleted = toDelete_.front().second->Delete();
     try {
       session_.Check(isDeleted);
@@ -116,13 +124,12 @@ void Watcher::Show(const char* type, const Item& item) {
   } else {
     Print(item);
   }
-  if (!std::cout.flush()) throw std::runtime_error("cannot write the output");
+  FlushOutput();
 }
 
-}  // namespace
-
+// Prints the messages, those that are unread first, and the status reports, until the time is over. Throws
+// std::runtime_error when a signal or the end of standard output ended it, or the inbox is full.
 void Watch(Session& session, const WatchArguments& arguments) {
-  std::signal(SIGPIPE, SIG_IGN);  // writing fails in place of ending us
   Watcher watcher(session, arguments);
   Waiting waiting(session, arguments.limit, true);
   waiting.Run([&] {
@@ -131,5 +138,25 @@ void Watch(Session& session, const WatchArguments& arguments) {
   });
   if (watcher.LeftOver() > 0) std::cerr << "tavro: " << watcher.LeftOver() << " printed messages were not deleted\n";
   if (EndSignals::Received() != 0) throw std::runtime_error("ended by a signal");
-  if (!Waiting::IsOutputOpen()) throw std::runtime_error("standard output was closed");
+  if (!IsOutputOpen()) throw std::runtime_error("standard output was closed");
+}
+
+}  // namespace
+
+void AddWatch(CommandLine& line) {
+  const auto arguments = std::make_shared<WatchArguments>();
+  CLI::App* watch = line.Add(
+      "watch", "Print the unread messages, then what comes, reports on sent ones too",
+      [&line, arguments] {
+        Session session(line.connection);
+        Watch(session, *arguments);
+        return kDone;
+      },
+      [&line, arguments] {
+        line.RefuseAllMemories("messages come into one memory: SM or ME");
+        if (arguments->deletes) line.RefuseClassic();
+      });
+  watch->add_flag("--json", arguments->json, "Print JSON, one object a line");
+  watch->add_flag("--delete", arguments->deletes, "Delete each message once it is printed");
+  AddSeconds(*watch, "--seconds", arguments->limit, 0, "End after so long; otherwise at SIGINT or SIGTERM");
 }

@@ -13,8 +13,8 @@
 #include <string>
 #include <string_view>
 
-#include "facade/validity_period.h"
 #include "fuzz_line.h"
+#include "outgoing/validity_period.h"
 #include "tavro/sms.h"
 
 namespace tavro {

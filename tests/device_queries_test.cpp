@@ -3,7 +3,7 @@
 
 #include "engine_fixture.h"
 #include "facade/network_info.h"
-#include "facade/validity_period.h"
+#include "outgoing/validity_period.h"
 
 namespace tavro {
 namespace {

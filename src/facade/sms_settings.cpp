@@ -5,8 +5,9 @@
 
 #include "base/text.h"
 #include "facade/sms_state.h"
-#include "facade/validity_period.h"
 #include "link/port_name.h"
+#include "outgoing/encodings.h"
+#include "outgoing/validity_period.h"
 
 namespace tavro {
 
@@ -218,22 +219,9 @@ std::int16_t SMS::Character() {
 
 void SMS::SetCharacter(std::int16_t coding) {
   state_->Run([&](const auto& gsm) {
-    switch (coding) {
-      case 0:
-      case 7:
-        gsm->settings.character = 7;
-        break;
-      case 1:
-      case 8:
-        gsm->settings.character = 8;
-        break;
-      case 2:
-      case 16:
-        gsm->settings.character = 16;
-        break;
-      default:
-        return gsm->errors.SetError(kInvalidCharacter);
-    }
+    const auto bits = CodingOf(coding);
+    if (!bits) return gsm->errors.SetError(kInvalidCharacter);
+    gsm->settings.character = *bits;
     gsm->log.WriteLog("Encoding: " + std::to_string(gsm->settings.character) + "-Bit");
   });
 }

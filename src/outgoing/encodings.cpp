@@ -121,6 +121,22 @@ bool IsSign(char c) { return c == '+' || c == '-'; }
 
 }  // namespace
 
+std::optional<std::int16_t> CodingOf(std::int16_t name) {
+  switch (name) {
+    case 0:
+    case 7:
+      return std::int16_t{7};
+    case 1:
+    case 8:
+      return std::int16_t{8};
+    case 2:
+    case 16:
+      return std::int16_t{16};
+    default:
+      return {};
+  }
+}
+
 std::u16string ToGsmAlphabet(std::u16string_view text) {
   std::u16string codes(text.size() * 2, u'\0');
   char16_t* out = codes.data();

@@ -9,11 +9,14 @@
 #pragma once
 
 #include <cstdint>
+#include <optional>
 #include <string>
 #include <string_view>
 
 namespace tavro {
 
+// The coding that an application names: 7, 8 or 16, or 0, 1 or 2 for these; nothing for another number.
+std::optional<std::int16_t> CodingOf(std::int16_t name);
 // The code-value string of a text in the GSM 7-bit default alphabet. A character that it lacks becomes "?".
 std::u16string ToGsmAlphabet(std::u16string_view text);
 // Whether it has every character of the text.

@@ -3,6 +3,7 @@
 #include "base/text.h"
 #include "link/answer_fields.h"
 #include "outgoing/encodings.h"
+#include "outgoing/submit_pdu.h"
 
 namespace tavro {
 
@@ -32,16 +33,6 @@ bool ServiceCentre::SetSmsc(const std::string& number) {
   return true;
 }
 
-std::string ServiceCentre::SmscField() const {
-  const bool international = number_.starts_with('+');
-  const std::string digits = number_.substr(international ? 1 : 0);
-  constexpr std::size_t kMaxDigits = 20;  // of an address, 3GPP TS 23.040, 9.1.2.5
-  if (digits.empty() || digits.size() > kMaxDigits || digits.find_first_not_of("0123456789") != std::string::npos) {
-    return "00";
-  }
-  const std::string semiOctets = SwapSemiOctets(digits);
-  const auto octets = static_cast<std::int16_t>(1 + semiOctets.size() / 2);
-  return ByteToHex(octets) + (international ? "91" : "81") + semiOctets;
-}
+std::string ServiceCentre::SmscField() const { return ServiceCentreField(number_); }
 
 }  // namespace tavro

@@ -67,6 +67,17 @@ std::string ConcatenationHeader(const SubmitMessage& message) {
 
 }  // namespace
 
+std::string ServiceCentreField(std::string_view number) {
+  const bool international = number.starts_with('+');
+  const std::string_view digits = number.substr(international ? 1 : 0);
+  if (digits.empty() || digits.size() > kMaxAddressDigits ||
+      digits.find_first_not_of("0123456789") != std::string_view::npos) {
+    return "00";
+  }
+  const std::string semiOctets = SwapSemiOctets(digits);
+  return Hex(1 + semiOctets.size() / 2) + (international ? "91" : "81") + semiOctets;
+}
+
 std::string DestinationAddress(std::string_view number) {
   const bool international = IsInternationalNumber(number);
   if (!international && !IsNationalNumber(number)) return {};

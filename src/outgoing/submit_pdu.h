@@ -26,6 +26,10 @@ struct SubmitMessage {
 // "" when the destination cannot be dialled. A coding other than the three leaves data coding scheme and user data out.
 std::string BuildSubmitPdu(const SubmitMessage& message);
 
+// The service centre's number, "+" in front when international, as the field in front of a PDU; "00", which is the
+// modem's own, for one that holds anything but 1 to 20 digits behind its "+".
+std::string ServiceCentreField(std::string_view number);
+
 // TP-DA: the number of digits, the type of address, the digits in semi-octets. "" for a number that is neither
 // international nor national, or that holds anything but 1 to 20 digits behind its "+".
 std::string DestinationAddress(std::string_view number);

@@ -79,7 +79,13 @@ std::unique_ptr<TerminalLine> TerminalLine::Open(const std::string& path, WakeSi
   return std::unique_ptr<TerminalLine>(new TerminalLine(device, wake));
 }
 
-TerminalLine::~TerminalLine() { Release(device_); }
+TerminalLine::~TerminalLine() {
+  if (ProcessId() == process_) {
+    Release(device_);
+  } else {
+    close(device_);  // the locks are those of the other process
+  }
+}
 
 std::uint32_t TerminalLine::Read(char* buffer, std::uint32_t size, std::uint32_t& count) {
   return Judge(read(device_, buffer, size), count);

@@ -7,11 +7,12 @@
 
 #include "platform/byte_line.h"
 #include "platform/posix/wake_signal.h"
+#include "platform/process.h"
 
 namespace tavro {
 
 // Error numbers are those of errno. A device that is gone (unplugged, or a pseudo-terminal whose other side was closed)
-// fails every call with EIO.
+// fails every call with EIO. In a child made by fork the destructor leaves the device to the process that opened it.
 class TerminalLine : public ByteLine {
  public:
   // Opens the device, shared with nobody and in binary mode. Null on failure: EBUSY when it is in use, ENOTTY when it
@@ -41,6 +42,7 @@ class TerminalLine : public ByteLine {
   void DropInput();
 
   const int device_;
+  const std::uint64_t process_ = ProcessId();
   WakeSignal& wake_;
   LineErrors reported_;  // by the last TakeLineErrors
 };

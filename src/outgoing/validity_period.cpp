@@ -1,4 +1,4 @@
-#include "facade/validity_period.h"
+#include "outgoing/validity_period.h"
 
 #include "base/text.h"
 
