@@ -15,24 +15,34 @@ bool IsRefusal(const std::string& answer) {
          answer.find("+CMS ERROR:") != std::string::npos;
 }
 
-void Command(Session& session, std::string command) {
+struct CommandArguments {
+  std::string command;
+  OutputForm form = OutputForm::kText;
+};
+
+void Command(Session& session, const CommandArguments& arguments) {
+  std::string command = arguments.command;
   if (command.empty() || command.back() != '\r') command += '\r';
   const std::string answer = tavro::ToUtf8(session.Sms().Command(tavro::FromUtf8(command)));
   session.Check(!answer.empty());
-  if (IsRefusal(answer))
+  if (IsRefusal(answer)) {
     throw OperationFailed("the modem answered " + answer,
                           "see the modem's manual for its commands; with -v, see the dialogue");
-  std::cout << PrintableLine(answer) << '\n';
+  }
+  JsonPrinter json(arguments.form);
+  json.Print({{"command", arguments.command}, {"answer", answer}});
+  if (json.IsText()) std::cout << PrintableLine(answer) << '\n';
 }
 
 }  // namespace
 
 void AddCommand(CommandLine& line) {
-  const auto text = std::make_shared<std::string>();
-  CLI::App* command = line.Add("command", "Send one AT command and print the answer", [&line, text] {
+  const auto arguments = std::make_shared<CommandArguments>();
+  CLI::App* command = line.Add("command", "Send one AT command and print the answer", [&line, arguments] {
     Session session(line.connection);
-    Command(session, *text);
+    Command(session, *arguments);
     return kDone;
   });
-  command->add_option("COMMAND", *text, "The command, such as AT+CSQ")->type_name("")->required();
+  command->add_option("COMMAND", arguments->command, "The command, such as AT+CSQ")->type_name("")->required();
+  AddOutputForm(*command, arguments->form);
 }

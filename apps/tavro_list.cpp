@@ -1,37 +1,46 @@
 // tavro list: the received messages.
-#include <iostream>
 #include <memory>
+#include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "command_line.h"
+#include "message_table.h"
 #include "tavro_output.h"
 
 namespace {
 
 struct ListArguments {
   InboxChoice choice;
-  bool json = false;
+  bool full = false;
+  OutputForm form = OutputForm::kText;
 };
 
+Json ItemOf(const ListedMessage& listed) {
+  Json item = Json::object();
+  if (!listed.memory.empty()) item["memory"] = listed.memory;
+  if (listed.isNumbered) item["index"] = listed.message->Index();
+  item["state"] = StateOf(listed);
+  item.update(JsonOf(*listed.message));
+  return item;
+}
+
 void List(Session& session, const ListArguments& arguments) {
-  const bool numbered = arguments.choice.type == InboxChoice::kAll;
-  Json list = Json::array();
+  std::vector<ListedMessage> messages;
+  JsonPrinter json(arguments.form);
   session.ForEachMemory([&](const std::string& memory) {
-    session.ReadInbox(arguments.choice);
-    for (const tavro::Message& message : *session.Sms().Inbox()) {
-      if (!arguments.json) {
-        Print(message, numbered, memory);
-        continue;
-      }
-      Json entry = Json::object();
-      if (!memory.empty()) entry["memory"] = memory;
-      if (numbered) entry["index"] = message.Index();
-      entry.update(JsonOf(message));
-      list.push_back(std::move(entry));
+    const std::vector<bool> isUnread = session.ReadInbox(arguments.choice);
+    const auto inbox = session.Sms().Inbox();
+    std::size_t i = 0;
+    for (auto message = inbox->begin(); message != inbox->end(); ++message, ++i) {
+      messages.push_back({message.Get(), memory, arguments.choice.type == InboxChoice::kAll, isUnread[i]});
+      json.Add(ItemOf(messages.back()));
     }
   });
-  if (arguments.json) std::cout << Dump(list) << '\n';
+  json.Finish();
+  if (!json.IsText()) return;
+  (arguments.full ? PrintFull : PrintTable)(messages, TableWidth());
 }
 
 }  // namespace
@@ -52,5 +61,6 @@ void AddList(CommandLine& line) {
   which->add_flag_callback(
       "--read", [arguments] { arguments->choice.type = InboxChoice::kRead; }, "Only read ones");
   which->require_option(0, 1);
-  list->add_flag("--json", arguments->json, "Print JSON");
+  list->add_flag("--full", arguments->full, "Show all that is known of each message");
+  AddOutputForm(*list, arguments->form);
 }

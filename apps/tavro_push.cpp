@@ -4,6 +4,7 @@
 
 #include "command_line.h"
 #include "platform/utf8.h"
+#include "tavro_output.h"
 
 namespace {
 
@@ -15,6 +16,7 @@ struct PushArguments {
   std::string url;
   std::int16_t action = 2;
   std::string expiry = "0";
+  OutputForm form = OutputForm::kText;
 };
 
 const Choices kActions = {{"low", 1}, {"medium", 2}, {"high", 3}};
@@ -32,6 +34,7 @@ void Push(Session& session, const PushArguments& arguments) {
   push->SetExpiry(FromUtf8(arguments.expiry));
   session.Check();
   session.Check(push->Send());
+  JsonPrinter(arguments.form).Print({{"number", arguments.number}, {"result", "sent"}});
 }
 
 }  // namespace
@@ -48,4 +51,5 @@ void AddPush(CommandLine& line) {
   push->add_option("URL", arguments->url, "The address to open")->type_name("")->required();
   AddChoice(*push, "--action", arguments->action, kActions, "When the phone shows it")->default_str("medium");
   push->add_option("--expiry", arguments->expiry, "When it expires: 0 never, 12H, 3D, 1M")->capture_default_str();
+  AddOutputForm(*push, arguments->form);
 }

@@ -3,6 +3,7 @@
 #include <chrono>
 #include <cstdio>
 #include <iostream>
+#include <map>
 #include <optional>
 #include <utility>
 
@@ -90,14 +91,25 @@ void Session::Check(bool isDone) {
   sms_.SetLogType(0);
 }
 
-void Session::ReadInbox(const InboxChoice& choice) {
-  sms_.Inbox()->SetConcatenate(choice.joined);
+std::vector<bool> Session::ReadInbox(const InboxChoice& choice) {
+  ProgressLine progress;
+  progress.Show("reading the messages");
+  const auto inbox = sms_.Inbox();
+  inbox->SetConcatenate(choice.joined);
+  std::map<std::string, int> unread;  // by what they look like: they have no other name
   if (choice.type == InboxChoice::kAll) {
     // A listing puts the read messages first and then makes all of them read. Done twice, the order is the same each
     // time, and a number shown by `list` names the same message in `delete`.
-    Check(sms_.Inbox()->Refresh(InboxChoice::kUnread));
+    Check(inbox->Refresh(InboxChoice::kUnread));
+    for (const tavro::Message& message : *inbox) ++unread[DumpLine(JsonOf(message))];
   }
-  Check(sms_.Inbox()->Refresh(choice.type));
+  Check(inbox->Refresh(choice.type));
+  std::vector<bool> isUnread;
+  for (const tavro::Message& message : *inbox) {
+    isUnread.push_back(choice.type == InboxChoice::kUnread ||
+                       (choice.type == InboxChoice::kAll && unread[DumpLine(JsonOf(message))]-- > 0));
+  }
+  return isUnread;
 }
 
 void Session::ForEachMemory(const std::function<void(const std::string& memory)>& use) {

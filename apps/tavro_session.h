@@ -7,6 +7,7 @@
 #include <stdexcept>
 #include <string>
 #include <utility>
+#include <vector>
 
 #include "tavro/sms.h"
 
@@ -65,10 +66,13 @@ class Session {
   tavro::SMS& Sms() { return sms_; }
   // Anew, when the modem was away.
   void Connect();
+  // Where the modem is, once it is found.
+  const std::string& Device() const { return arguments_.device; }
   // Throws when the last call failed. The log's error may hide another one: `isDone` says what the call itself told.
   void Check(bool isDone = true);
-  // Reads the messages into the inbox. When all are read their numbers are the same each time.
-  void ReadInbox(const InboxChoice& choice);
+  // Reads the messages into the inbox, and returns for each whether it was unread. When all are read their numbers are
+  // the same each time.
+  std::vector<bool> ReadInbox(const InboxChoice& choice);
   // Once with each memory selected, its name as the argument, or with "" and the memory as it is. One that the modem
   // does not have is left out with a note.
   void ForEachMemory(const std::function<void(const std::string& memory)>& use);

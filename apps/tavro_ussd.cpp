@@ -15,14 +15,14 @@ using tavro::FromUtf8, tavro::ToUtf8;
 struct UssdArguments {
   std::string code;
   std::vector<std::string> replies;
-  bool json = false;
+  OutputForm form = OutputForm::kText;
 };
 
 // Sends the code, and the replies one by one while the network expects any; a session that expects another is
 // cancelled.
 void Ussd(Session& session, const UssdArguments& arguments) {
   tavro::SMS& sms = session.Sms();
-  Json answers = Json::array();
+  JsonPrinter json(arguments.form);
   bool expectsReply = true;
   auto reply = arguments.replies.begin();
   const auto end = arguments.replies.end();
@@ -31,10 +31,10 @@ void Ussd(Session& session, const UssdArguments& arguments) {
     const auto answer = sms.SendUSSD(FromUtf8(*sent));
     session.Check(answer.has_value());
     expectsReply = answer->expectsReply;
-    if (!arguments.json) std::cout << Printable(answer->text) << std::endl;
-    answers.push_back({{"text", ToUtf8(answer->text)}, {"expectsReply", expectsReply}});
+    if (json.IsText()) std::cout << Printable(answer->text) << std::endl;
+    json.Add({{"text", ToUtf8(answer->text)}, {"expectsReply", expectsReply}});
   }
-  if (arguments.json) std::cout << Dump(answers) << '\n';
+  json.Finish();
   if (expectsReply) {
     session.Check(sms.CancelUSSD());
   }
@@ -53,5 +53,5 @@ void AddUssd(CommandLine& line) {
   ussd->add_option("REPLY", arguments->replies,
                    "What to reply, in the same session, to each answer that expects a reply")
       ->type_name("");
-  ussd->add_flag("--json", arguments->json, "Print JSON");
+  AddOutputForm(*ussd, arguments->form);
 }

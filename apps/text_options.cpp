@@ -29,6 +29,7 @@ void AddTextOptions(CLI::App& command, TextOptions& options) {
 std::string TextOf(const std::string& argument) {
   if (argument != "-") return argument;
   std::string text{std::istreambuf_iterator<char>(std::cin), {}};
+  if (std::cin.bad()) throw CLI::ValidationError("-", "standard input cannot be read");
   if (!text.empty() && text.back() == '\n') text.pop_back();
   return text;
 }

@@ -1,9 +1,8 @@
 // The PDUs of short messages without a modem (3GPP TS 23.040, 9.2.2): taken apart field by field, and built.
 //
-//   const tavro::DecodedPdu pdu =
-//   tavro::DecodePdu("0791..."); if (pdu.HasError()) {
-//   report(pdu.error, pdu.errorOctet); } for (const tavro::EncodedPart& part : tavro::EncodePdu(u"+919812345678",
-//   u"hello").parts) { print(part.hex); }
+//   const auto pdu = tavro::DecodePdu("0791...");
+//   if (pdu.HasError()) report(pdu.error, pdu.errorOctet);
+//   for (const auto& part : tavro::EncodePdu(u"+919812345678", u"hello").parts) print(part.hex);
 //
 // Functions of their arguments alone, for any thread. They fail with values and throw nothing but std::bad_alloc.
 #pragma once
