@@ -136,7 +136,7 @@ class Receiving(Handle):
 
 
 def read_memories(handle: int) -> tuple[Memory, ...]:
-    memories = List(lambda place: library().tavroread_memories(handle, place))
+    memories = List(lambda place: library().tavro_memories(handle, place))
     return tuple(memories.read(library().tavro_memory_at, c.Memory, Memory.read))
 
 
