@@ -1,6 +1,7 @@
 # Shared by the two Windows toolchain files, which set TAVRO_MINGW to the target's name.
 set(CMAKE_SYSTEM_NAME Windows)
 string(REGEX MATCH "^[^-]+" CMAKE_SYSTEM_PROCESSOR ${TAVRO_MINGW})
+set(CMAKE_C_COMPILER ${TAVRO_MINGW}-gcc-posix)
 set(CMAKE_CXX_COMPILER ${TAVRO_MINGW}-g++-posix)
 set(CMAKE_RC_COMPILER ${TAVRO_MINGW}-windres)
 set(CMAKE_FIND_ROOT_PATH /usr/${TAVRO_MINGW})

@@ -85,10 +85,10 @@ void Prepare(ModemHandle& modem, const tavro_push& push) {
 int tavro_version(void) { return TAVRO_VERSION_NUMBER; }
 
 const char* tavro_version_text(void) {
-  static const std::string text = [] {
-    return std::to_string(kVersionMajor) + "." + std::to_string(kVersionMinor) + "." + std::to_string(kVersionRevision);
-  }();
-  return text.c_str();
+#define TAVRO_TEXT_OF(number) #number
+#define TAVRO_VERSION_OF(major, minor, revision) \
+  TAVRO_TEXT_OF(major) "." TAVRO_TEXT_OF(minor) "." TAVRO_TEXT_OF(revision)
+  return TAVRO_VERSION_OF(TAVRO_VERSION_MAJOR, TAVRO_VERSION_MINOR, TAVRO_VERSION_REVISION);
 }
 
 int tavro_error(tavro_modem* modem, const char** text) {
