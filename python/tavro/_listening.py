@@ -64,12 +64,17 @@ class Listening:
             if self._turns.listening is not None:
                 raise InUseError(c.Code.IN_USE, "The modem is being listened to")
             self._turns.listening = self
-        threading.Thread(target=self._run, name="tavro-listen", daemon=True).start()
+        try:
+            threading.Thread(target=self._run, name="tavro-listen", daemon=True).start()
+        except BaseException:
+            self._leave()
+            raise
 
     def stop(self) -> None:
         """Has the thread end soon; nothing is lost by it."""
         with self._turns.condition:
             self._stops = True
+            self._leave()
             if self._turns.is_waiting:
                 self._modem._cancel_quietly()
             self._turns.condition.notify_all()
@@ -89,17 +94,23 @@ class Listening:
                 self.error = error
         finally:
             with self._turns.condition:
-                self._turns.listening = None
+                self._leave()
                 self._turns.condition.notify_all()
             self.has_ended = True
             self._tell()
 
+    def _leave(self) -> None:
+        """Another one may listen, whose thread takes its turn behind this one."""
+        if self._turns.listening is self:
+            self._turns.listening = None
+
     def _may_wait(self) -> bool:
         """True when it is the listener's turn, False when it is to end."""
         with self._turns.condition:
-            while self._turns.callers > 0 and not self._stops:
+            while (self._turns.callers > 0 or self._turns.is_waiting) and not self._stops:
                 self._turns.condition.wait()
-            self._turns.is_waiting = not self._stops
+            if not self._stops:
+                self._turns.is_waiting = True
             return not self._stops
 
     def _tell(self) -> None:

@@ -42,7 +42,11 @@ class Modem(Sending):
         wide_references: long messages are numbered with 16 bits.
         joined: the parts of a long message are shown as one.
         log_folder: everything said on the line, PINs left out, goes to "Tavro.log" in it; log_level is then 2."""
-        flags = (Recovery.ALL if recover is True else Recovery(recover)).value
+        if isinstance(recover, bool):
+            recover = Recovery.ALL if recover else Recovery.NONE
+        elif not isinstance(recover, Recovery):
+            raise TypeError(f"recover must be a tavro.Recovery or a bool, not {type(recover).__name__}")
+        flags = recover.value
         for is_wanted, flag, what in ((classic, c.Flag.CLASSIC, "classic"),
                                       (wide_references, c.Flag.WIDE_REFERENCES, "wide_references"),
                                       (pin_on_last_attempt, c.Flag.PIN_ON_LAST_ATTEMPT, "pin_on_last_attempt")):

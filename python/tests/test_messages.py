@@ -69,7 +69,7 @@ def test_wait(simulated_modem: SimulatedModem, modem: tavro.Modem) -> None:
 
 def test_recovery(simulated_modem: SimulatedModem, modem: tavro.Modem) -> None:
     simulated_modem.unplug()
-    with pytest.raises(tavro.ConnectError):
+    with pytest.raises(tavro.Error):
         modem.wait(10)
     simulated_modem.plug()
     simulated_modem.receive("+447700900123", "back again")
