@@ -19,13 +19,14 @@ CommandLine::CommandLine() : app("Send and receive short messages through a GSM 
 }
 
 void CommandLine::AddConnectionOptions() {
-  line_ = app.add_option_group("Line", "Where the modem is");
+  line_ = app.add_option_group("Line", "Where the modem is; when neither is given, the one at which a modem answers");
   line_->add_option(
       "-d,--device", connection.device,
       "Device of the modem: /dev/ttyUSB0, tcp://host:port, rfc2217://host:port; else that of TAVRO_DEVICE");
   line_->add_option("-p,--port", connection.port, "COM port of the modem; COM1 is /dev/ttyS0");
   line_->require_option(0, 1);
-  app.add_option("-b,--baud", connection.baudRate, "Bits per second")->capture_default_str();
+  app.add_option("-b,--baud", connection.baudRate, "Bits per second")
+      ->default_str(std::to_string(ConnectionArguments::kUsualBaudRate));
   app.add_option("-t,--timeout", connection.timeout, "How long to wait for an answer, in milliseconds")
       ->capture_default_str();
   app.add_option("--pin", connection.pin, "PIN of the SIM; better given as TAVRO_PIN, which others cannot see")
@@ -33,6 +34,7 @@ void CommandLine::AddConnectionOptions() {
   app.add_option("--memory", connection.memory,
                  "Message memory: SM (SIM), ME (modem), or ALL to list or clear one after the other")
       ->transform([](const std::string& name) { return tavro::Upper(name); });
+  app.add_flag("-v,--verbose", connection.verbose, "Show the dialogue with the modem on standard error");
   app.add_option("--init", connection.initString, "Command to send while connecting");
   app.add_option("--log", connection.logFolder, "Folder to write Tavro.log into");
   app.add_flag(

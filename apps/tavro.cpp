@@ -14,6 +14,7 @@
 #include "command_line.h"
 #include "console.h"
 #include "end_signals.h"
+#include "failure_hints.h"
 #include "platform/utf8.h"
 #include "progress_line.h"
 #include "tavro_output.h"
@@ -54,7 +55,10 @@ int main(int argc, char** argv) {
       std::cerr << "tavro: ended by signal " << signal << " (" << EndSignals::NameOf(signal) << ")\n";
       return kSignalled + signal;
     }
-    std::cerr << "tavro: " << PrintableLine(std::string(error.what())) << '\n';
+    std::cerr << Coloured(Stream::kError, Colour::kRed, "tavro: ") << PrintableLine(std::string(error.what())) << '\n';
+    const auto* failure = dynamic_cast<const OperationFailed*>(&error);
+    const std::string hint = failure ? HintFor(*failure) : "";
+    if (!hint.empty()) std::cerr << "  hint: " << PrintableLine(hint) << '\n';
     return kFailed;
   }
 }

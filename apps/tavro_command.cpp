@@ -25,7 +25,10 @@ void Command(Session& session, const CommandArguments& arguments) {
   if (command.empty() || command.back() != '\r') command += '\r';
   const std::string answer = tavro::ToUtf8(session.Sms().Command(tavro::FromUtf8(command)));
   session.Check(!answer.empty());
-  if (IsRefusal(answer)) throw OperationFailed("the modem answered " + answer);
+  if (IsRefusal(answer)) {
+    throw OperationFailed("the modem answered " + answer,
+                          "see the modem's manual for its commands; with -v, see the dialogue");
+  }
   JsonPrinter json(arguments.form);
   json.Print({{"command", arguments.command}, {"answer", answer}});
   if (json.IsText()) std::cout << PrintableLine(answer) << '\n';

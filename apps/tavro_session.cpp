@@ -1,11 +1,15 @@
 #include "tavro_session.h"
 
+#include <chrono>
+#include <cstdio>
 #include <iostream>
 #include <map>
 #include <optional>
 #include <utility>
 
 #include "base/error_codes.h"
+#include "console.h"
+#include "device_search.h"
 #include "end_signals.h"
 #include "platform/utf8.h"
 #include "progress_line.h"
@@ -15,6 +19,17 @@ namespace {
 
 using tavro::FromUtf8, tavro::ToUtf8;
 
+// Shows the lines of the dialogue, with the seconds since the program began it.
+std::function<void(std::u16string_view)> Dialogue() {
+  return [start = std::chrono::steady_clock::now()](std::u16string_view line) {
+    const std::chrono::duration<double> time = std::chrono::steady_clock::now() - start;
+    char seconds[32];
+    std::snprintf(seconds, sizeof seconds, "%8.3f  ", time.count());
+    ProgressLine::Clear();
+    std::cerr << Coloured(Stream::kError, Colour::kDim, seconds + PrintableLine(line)) + '\n';
+  };
+}
+
 tavro::Options OptionsFor(const ConnectionArguments& arguments, std::function<bool()> interrupted) {
   tavro::Options options;
   options.dialogue = arguments.classic ? tavro::Dialogue::kClassic : tavro::Dialogue::kPrompt;
@@ -23,35 +38,43 @@ tavro::Options OptionsFor(const ConnectionArguments& arguments, std::function<bo
   if (!arguments.device.empty()) options.devices[1] = arguments.device;
   if (arguments.recovers) options.recovery = {.repeats = true, .restarts = true, .reopens = true};
   options.interrupted = std::move(interrupted);
+  if (arguments.verbose) options.trace = Dialogue();
   return options;
 }
 
 }  // namespace
 
-Session::Session(const ConnectionArguments& arguments)
-    : allMemories_(arguments.memory == ConnectionArguments::kAllMemories),
-      sms_(OptionsFor(arguments, [this] { return interrupted_ ? interrupted_() : EndSignals::Received() != 0; })) {
+ConnectionArguments Session::Complete(ConnectionArguments arguments) {
   EndSignals::Watch();
+  if (!IsOutputOpen()) throw OperationFailed("standard output is closed", "give it a place to go: > FILE or | PROGRAM");
   if (arguments.device.empty() && arguments.port.empty()) {
-    throw OperationFailed("no device is named: tavro ports --probe shows where a modem answers, --device takes it");
+    const tavro::SerialDevice modem = FindModem();
+    arguments.device = modem.Path();
+    if (!arguments.baudRate) arguments.baudRate = modem.probe->baudRate;
   }
-  if (!arguments.logFolder.empty()) {
-    sms_.SetLogFolderPath(FromUtf8(arguments.logFolder));
+  return arguments;
+}
+
+Session::Session(ConnectionArguments arguments)
+    : arguments_(Complete(std::move(arguments))),
+      sms_(OptionsFor(arguments_, [this] { return interrupted_ ? interrupted_() : EndSignals::Received() != 0; })) {
+  if (!arguments_.logFolder.empty()) {
+    sms_.SetLogFolderPath(FromUtf8(arguments_.logFolder));
     Check();
     sms_.SetLogType(2);
     Check();
   }
-  sms_.SetPort(arguments.device.empty() ? FromUtf8(arguments.port) : u"COM1");
+  sms_.SetPort(arguments_.device.empty() ? FromUtf8(arguments_.port) : u"COM1");
   Check();
-  sms_.SetBaudRate(arguments.baudRate);
+  sms_.SetBaudRate(arguments_.baudRate.value_or(ConnectionArguments::kUsualBaudRate));
   Check();
-  sms_.SetTimeout(arguments.timeout);
+  sms_.SetTimeout(arguments_.timeout);
   Check();
-  sms_.SetModemInitString(FromUtf8(arguments.initString));
-  if (!arguments.pin.empty()) sms_.SetPIN(FromUtf8(arguments.pin));
+  sms_.SetModemInitString(FromUtf8(arguments_.initString));
+  if (!arguments_.pin.empty()) sms_.SetPIN(FromUtf8(arguments_.pin));
   Connect();
-  if (!arguments.memory.empty() && !allMemories_) {
-    sms_.SetMessageMemory(FromUtf8(arguments.memory));
+  if (!arguments_.memory.empty() && arguments_.memory != ConnectionArguments::kAllMemories) {
+    sms_.SetMessageMemory(FromUtf8(arguments_.memory));
     Check(false);
   }
 }
@@ -62,7 +85,8 @@ void Session::Check(bool isDone) {
   const std::int32_t code = sms_.ErrorCode();
   if (code == 0) return;
   const std::string error = "error " + std::to_string(code) + ": " + ToUtf8(sms_.ErrorDescription());
-  if (code != tavro::kCannotOpenLog.code || !isDone) throw OperationFailed(error, code);
+  if (code != tavro::kCannotOpenLog.code || !isDone) throw OperationFailed(error, code, arguments_.device);
+  ProgressLine::Clear();
   std::cerr << "tavro: warning: " << PrintableLine(error) << '\n';
   sms_.SetLogType(0);
 }
@@ -89,7 +113,7 @@ std::vector<bool> Session::ReadInbox(const InboxChoice& choice) {
 }
 
 void Session::ForEachMemory(const std::function<void(const std::string& memory)>& use) {
-  if (!allMemories_) return use({});
+  if (arguments_.memory != ConnectionArguments::kAllMemories) return use({});
   struct PutBack {
     ~PutBack() {
       if (!memory.empty()) sms.SetMessageMemory(memory);

@@ -3,6 +3,7 @@
 
 #include <cstdint>
 #include <functional>
+#include <optional>
 #include <stdexcept>
 #include <string>
 #include <utility>
@@ -12,9 +13,10 @@
 
 struct ConnectionArguments {
   std::string device;  // a path, or
-  std::string port;    // "COMn"
-  std::int32_t baudRate = 19200;
-  std::int32_t timeout = 30000;  // ms
+  std::string port;    // "COMn"; neither: the one modem that answers
+  static constexpr std::int32_t kUsualBaudRate = 19200;
+  std::optional<std::int32_t> baudRate;  // none: at which the modem was found, or the usual one
+  std::int32_t timeout = 30000;          // ms
   std::string pin;
   // "SM", "ME" or "ALL", which is the two one after the other; empty: as it is.
   static constexpr const char* kAllMemories = "ALL";
@@ -25,6 +27,7 @@ struct ConnectionArguments {
   bool wideReferences = false;
   bool lastPinAttempt = false;
   bool recovers = false;  // a modem that hangs
+  bool verbose = false;   // the dialogue on standard error as it happens
 };
 
 // What Session reads into the inbox.
@@ -37,20 +40,28 @@ struct InboxChoice {
 // The last call's error, as text for the user: "error 1034: Modem not found on the specified serial port".
 class OperationFailed : public std::runtime_error {
  public:
-  // 0: no error of the library's.
-  explicit OperationFailed(const std::string& what, std::int32_t code = 0) : std::runtime_error(what), code_(code) {}
-  std::int32_t Code() const { return code_; }
+  // Of our own, with what to do about it.
+  explicit OperationFailed(const std::string& what, std::string hint = {})
+      : std::runtime_error(what), hint_(std::move(hint)) {}
+  // Of the library, which says nothing of it: HintFor knows.
+  OperationFailed(const std::string& what, std::int32_t code, std::string device)
+      : std::runtime_error(what), code_(code), device_(std::move(device)) {}
+
+  std::int32_t Code() const { return code_; }  // 0: no error of the library's
+  const std::string& Device() const { return device_; }
+  const std::string& Hint() const { return hint_; }
 
  private:
-  std::int32_t code_;
+  std::int32_t code_ = 0;
+  std::string device_, hint_;
 };
 
 // One connection to a modem. What fails throws OperationFailed, soon after one of EndSignals too. A log that cannot be
 // written is no failure but a warning on standard error, and nothing more is logged.
 class Session {
  public:
-  // Sets everything up and connects. From here on EndSignals are watched.
-  explicit Session(const ConnectionArguments& arguments);
+  // Looks for the modem where none is named, sets everything up and connects. From here on EndSignals are watched.
+  explicit Session(ConnectionArguments arguments);
 
   tavro::SMS& Sms() { return sms_; }
   // Anew, when the modem was away.
@@ -67,7 +78,9 @@ class Session {
   void SetInterrupted(std::function<bool()> interrupted) { interrupted_ = std::move(interrupted); }
 
  private:
-  const bool allMemories_;
+  static ConnectionArguments Complete(ConnectionArguments arguments);
+
+  const ConnectionArguments arguments_;  // which are complete
   std::function<bool()> interrupted_;
   tavro::SMS sms_;
 };

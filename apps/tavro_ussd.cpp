@@ -27,7 +27,7 @@ void Ussd(Session& session, const UssdArguments& arguments) {
   auto reply = arguments.replies.begin();
   const auto end = arguments.replies.end();
   for (const std::string* sent = &arguments.code; sent; sent = reply == end ? nullptr : &*reply++) {
-    if (!expectsReply) throw OperationFailed("the session ended before " + *sent + " was sent");
+    if (!expectsReply) throw OperationFailed("the session ended before " + *sent + " was sent", "give fewer replies");
     const auto answer = sms.SendUSSD(FromUtf8(*sent));
     session.Check(answer.has_value());
     expectsReply = answer->expectsReply;
