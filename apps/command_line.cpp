@@ -15,14 +15,22 @@ CommandLine::CommandLine() : app("Send and receive short messages through a GSM 
   app.require_subcommand(1);
   app.fallthrough();
   app.set_version_flag("--version", TAVRO_VERSION);
+  app.footer(
+      "Environment:\n"
+      "  TAVRO_DEVICE                Device of the modem, where neither --device nor --port is given\n"
+      "  TAVRO_DEVICES               Devices to look at for a modem, with blanks in between, in place of the "
+      "machine's\n"
+      "  TAVRO_PIN                   PIN of the SIM\n"
+      "  NO_COLOR, COLUMNS           No colours; width of the output\n\n"
+      "Exit status: 0 done, 1 refused or failed, 2 wrong arguments, 3 not delivered, 4 not known yet, 128 and the\n"
+      "number of the signal that ended it");
   AddConnectionOptions();
 }
 
 void CommandLine::AddConnectionOptions() {
   line_ = app.add_option_group("Line", "Where the modem is; when neither is given, the one at which a modem answers");
-  line_->add_option(
-      "-d,--device", connection.device,
-      "Device of the modem: /dev/ttyUSB0, tcp://host:port, rfc2217://host:port; else that of TAVRO_DEVICE");
+  line_->add_option("-d,--device", connection.device,
+                    "Device of the modem: /dev/ttyUSB0, tcp://host:port, rfc2217://host:port");
   line_->add_option("-p,--port", connection.port, "COM port of the modem; COM1 is /dev/ttyS0");
   line_->require_option(0, 1);
   app.add_option("-b,--baud", connection.baudRate, "Bits per second")

@@ -37,7 +37,7 @@ void FlushOutput();
 
 bool IsTerminal(Stream stream);
 
-// Columns for a text on standard output: as COLUMNS or the terminal says, 20 at least; 80 where neither does.
+// Columns for a text on standard output or error: as COLUMNS or the terminal says, 20 at least; 80 where neither does.
 int TerminalWidth();
 
 // Whether a terminal is there to show colours, and the user wants any: not with NO_COLOR or TERM=dumb.

@@ -56,16 +56,18 @@ std::vector<SerialDevice> CandidateDevices() {
   return devices;
 }
 
-SerialDevice FindModem() {
-  std::vector<SerialDevice> devices = CandidateDevices();
+std::vector<SerialDevice> ProbedDevices(std::vector<SerialDevice> devices) {
   ProgressLine progress;
-  if (!devices.empty()) progress.Show("looking for a modem ...");
+  if (!devices.empty()) progress.Show("asking each serial device what answers there ...");
   tavro::ProbeOptions options;
   options.interrupted = [] { return EndSignals::Received() != 0; };
   devices = tavro::ProbeSerialDevices(std::move(devices), options);
-  progress.Clear();
   if (EndSignals::Received() != 0) throw OperationFailed("not all devices were asked");
+  return devices;
+}
 
+SerialDevice FindModem() {
+  const std::vector<SerialDevice> devices = ProbedDevices(CandidateDevices());
   std::vector<const SerialDevice*> modems;
   for (const SerialDevice& device : devices) {
     if (device.probe && device.probe->isRecommended) modems.push_back(&device);

@@ -9,6 +9,9 @@
 // of this machine.
 std::vector<tavro::SerialDevice> CandidateDevices();
 
-// Asks all of them and returns the one at which a modem answers, with a word on standard error. Throws OperationFailed
-// when none answers, or several, or one of EndSignals came meanwhile.
+// Asks each what answers there. Throws OperationFailed when one of EndSignals came meanwhile.
+std::vector<tavro::SerialDevice> ProbedDevices(std::vector<tavro::SerialDevice> devices);
+
+// Asks all candidates and returns the one at which a modem answers, with a word on standard error. Throws
+// OperationFailed when none answers, or several, or one of EndSignals came meanwhile.
 tavro::SerialDevice FindModem();

@@ -7,6 +7,7 @@
 #include <exception>
 #include <iostream>
 #include <sstream>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -35,10 +36,18 @@ int Run(std::vector<std::string> arguments) {
     std::ostringstream help, wrong;
     const int exitCode = line.app.exit(error, help, wrong);
     std::cout << help.str();
+    FlushOutput();
     std::cerr << Printable(tavro::FromUtf8(wrong.str()));
     return exitCode == 0 ? kDone : kUsage;
   }
-  return line.action();
+  const int exitCode = line.action();
+  try {
+    FlushOutput();
+  } catch (const std::runtime_error& error) {
+    throw OperationFailed(error.what(),
+                          "only the output is lost, what was asked for is done: do not send a message again");
+  }
+  return exitCode;
 }
 
 }  // namespace
@@ -46,9 +55,7 @@ int Run(std::vector<std::string> arguments) {
 int main(int argc, char** argv) {
   const StandardStreams streams;
   try {
-    const int exitCode = Run(ProgramArguments(argc, argv));
-    FlushOutput();
-    return exitCode;
+    return Run(ProgramArguments(argc, argv));
   } catch (const std::exception& error) {
     ProgressLine::Clear();
     if (const int signal = EndSignals::Received(); signal != 0) {

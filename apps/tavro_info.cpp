@@ -4,9 +4,11 @@
 #include <iostream>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "command_line.h"
+#include "console.h"
 #include "end_signals.h"
 #include "platform/utf8.h"
 #include "tavro_output.h"
@@ -49,7 +51,25 @@ const std::vector<Item>& Items() {
   return items;
 }
 
-void Info(Session& session, bool json) {
+// As a bar for a terminal: behind the percentage where it is one.
+std::string BarOf(const Item& item, const Json& value) {
+  constexpr int kBar = 10;
+  if (std::string_view(item.key) != "signalPercent" || !value.is_number() || !IsTerminal(Stream::kOutput)) return {};
+  const int percent = value.get<int>(), full = (percent * kBar + 50) / 100;
+  const bool hasBlocks = ShownText("\u2588") == "\u2588";
+  std::string bar;
+  for (int i = 0; i < kBar; ++i) bar += i < full ? (hasBlocks ? "\u2588" : "#") : (hasBlocks ? "\u2591" : "-");
+  const Colour colour = percent < 20 ? Colour::kRed : percent < 50 ? Colour::kYellow : Colour::kGreen;
+  return "  " + Coloured(Stream::kOutput, colour, bar);
+}
+
+struct InfoArguments {
+  bool json = false;
+  bool jsonLine = false;
+};
+
+void Info(Session& session, const InfoArguments& arguments) {
+  const bool json = arguments.json || arguments.jsonLine;
   Json result = Json::object();
   std::optional<OperationFailed> failure;
   for (const Item& item : Items()) {
@@ -65,24 +85,25 @@ void Info(Session& session, bool json) {
     }
     result[item.key] = value;
     if (json) continue;
-    if (!value.is_array()) std::cout << item.label << ": " << PrintableLine(shown) << '\n';
+    if (!value.is_array()) std::cout << item.label << ": " << PrintableLine(shown) << BarOf(item, value) << '\n';
     for (const Json& memory : value.is_array() ? value : Json::array()) {
       std::cout << "Memory " << PrintableLine(memory["name"].get<std::string>()) << ": " << memory["used"] << " of "
                 << memory["total"] << '\n';
     }
   }
-  if (json) std::cout << Dump(result) << '\n';
+  if (json) std::cout << (arguments.jsonLine ? DumpLine(result) : Dump(result)) << '\n';
   if (std::all_of(result.begin(), result.end(), [](const Json& value) { return value.is_null(); })) throw *failure;
 }
 
 }  // namespace
 
 void AddInfo(CommandLine& line) {
-  const auto json = std::make_shared<bool>(false);
-  CLI::App* info = line.Add("info", "Show what modem, SIM and network say of themselves", [&line, json] {
+  const auto arguments = std::make_shared<InfoArguments>();
+  CLI::App* info = line.Add("info", "Show what modem, SIM and network say of themselves", [&line, arguments] {
     Session session(line.connection);
-    Info(session, *json);
+    Info(session, *arguments);
     return kDone;
   });
-  info->add_flag("--json", *json, "Print JSON");
+  CLI::Option* json = info->add_flag("--json", arguments->json, "Print JSON");
+  info->add_flag("--jsonl", arguments->jsonLine, "Print JSON on one line")->excludes(json);
 }

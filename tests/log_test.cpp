@@ -188,6 +188,7 @@ TEST(Trace, HasEachLineOfTheLog) {
       engine.modem.Settings().pin = "1234";
       engine.modem.Answer("AT+GMI", ModemReply::Ok("Ma\x1Bker"));
       engine.sms.SetLogType(logType);
+      traced.clear();
       engine.sms.SetPIN(u"1234");
       EXPECT_TRUE(engine.sms.Connect());
       engine.sms.Manufacturer();

@@ -114,7 +114,10 @@ namespace system_console {
 
 int Columns() {
   winsize size = {};
-  return ioctl(STDOUT_FILENO, TIOCGWINSZ, &size) == 0 ? size.ws_col : 0;
+  for (const int stream : {STDOUT_FILENO, STDERR_FILENO}) {
+    if (ioctl(stream, TIOCGWINSZ, &size) == 0 && size.ws_col > 0) return size.ws_col;
+  }
+  return 0;
 }
 
 bool TakesColours(Stream) {

@@ -97,7 +97,10 @@ namespace system_console {
 
 int Columns() {
   CONSOLE_SCREEN_BUFFER_INFO info = {};
-  if (!GetConsoleScreenBufferInfo(HandleOf(Stream::kOutput), &info)) return 0;
+  if (!GetConsoleScreenBufferInfo(HandleOf(Stream::kOutput), &info) &&
+      !GetConsoleScreenBufferInfo(HandleOf(Stream::kError), &info)) {
+    return 0;
+  }
   return info.srWindow.Right - info.srWindow.Left + 1;
 }
 
@@ -140,8 +143,8 @@ ProgramEnd RunProgram(const std::vector<std::string>& arguments,
   std::wstring values = EnvironmentWith(environment);
 
   SECURITY_ATTRIBUTES inherited = {sizeof inherited, nullptr, TRUE};
-  const HANDLE empty = CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING,
-                                   0, nullptr);
+  const HANDLE empty =
+      CreateFileW(L"NUL", GENERIC_READ, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited, OPEN_EXISTING, 0, nullptr);
   if (empty == INVALID_HANDLE_VALUE) ThrowLastError(program);
   const Handle input(empty);
   STARTUPINFOW startup = {};

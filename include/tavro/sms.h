@@ -80,7 +80,7 @@ struct Options {
   bool sendsPinOnLastAttempt = false;
   Recovery recovery = {};
   // Is told the dialogue as it happens: each line that Tavro.log has with LogType 2, without its time, whatever LogType
-  // is. From the calling thread; it must not throw nor call the SMS object.
+  // is; in the classic manner that is with the PIN. From the calling thread; it must not throw nor call the SMS object.
   std::function<void(std::u16string_view line)> trace = {};
 };
 
