@@ -436,8 +436,10 @@ struct waiting {
 static void* wait_in_thread(void* argument) {
   struct waiting* const waiting = argument;
   int32_t value;
-  waiting->code = waiting->property != 0 ? tavro_get_int(waiting->modem, waiting->property, &value)
-                                         : tavro_wait(waiting->modem, INT32_MAX, NULL);
+  do {  // until begin_waiting is out of the way
+    waiting->code = waiting->property != 0 ? tavro_get_int(waiting->modem, waiting->property, &value)
+                                           : tavro_wait(waiting->modem, INT32_MAX, NULL);
+  } while (waiting->code == TAVRO_IN_USE);
   waiting->error = tavro_error(waiting->modem, NULL);
   return NULL;
 }
@@ -467,7 +469,7 @@ static void threads(simulated* station) {
   thread = begin_waiting(&waiting);
   SUCCEED(tavro_interrupt(waiting.modem, 1));
   CHECK(pthread_join(thread, NULL) == 0 && waiting.code > 1000 && waiting.error == waiting.code);
-  FAIL_WITH(1011, tavro_get_text(waiting.modem, TAVRO_IMEI, &text));
+  CHECK(tavro_get_text(waiting.modem, TAVRO_IMEI, &text) > 1000 && is(text, ""));
   SUCCEED(tavro_interrupt(waiting.modem, 0));
   SUCCEED(tavro_get_text(waiting.modem, TAVRO_IMEI, &text));
   SUCCEED(tavro_close(waiting.modem));
