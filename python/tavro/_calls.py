@@ -7,16 +7,18 @@ signal raises, as that of Ctrl-C does, the call is ended, its end awaited, and w
 from __future__ import annotations
 
 import _thread
-import sys
+import math
 import threading
+import time
 from typing import Callable, Generic, Sequence, TypeVar
 
 Result = TypeVar("Result")
 
 # How long a gentle way of ending a call is given, in seconds, before the next one.
 _PATIENCE = 0.5
-# Windows does not interrupt a thread that waits for a lock.
-_SLICE = 0.1 if sys.platform == "win32" else -1
+# How long a wait for a call is at a time, in seconds. A signal ends such a wait, but for one that comes right before it
+# begins, while this thread waits for the interpreter's lock; and on Windows none does.
+_SLICE = 0.1
 
 
 class Job(Generic[Result]):
@@ -26,6 +28,7 @@ class Job(Generic[Result]):
         self.error: BaseException | None = None
         self.result: Result | None = None
         self._work = work
+        self._has_ended = False
         self._claim = threading.Lock()  # taken by the thread that makes the call, or by the one that gives it up
         self._done = threading.Lock()
         self._done.acquire()
@@ -37,23 +40,22 @@ class Job(Generic[Result]):
             self.result = self._work()
         except BaseException as error:
             self.error = error
+        self._has_ended = True
         self._done.release()
 
     def give_up(self) -> bool:
         """Whether the call was not begun; then it never will be."""
         return self._claim.acquire(False)
 
-    def wait(self, seconds: float | None = None) -> bool:
+    def wait(self, seconds: float = math.inf) -> bool:
         """Whether it ended, within so many seconds."""
-        if seconds is not None:
-            is_done = self._done.acquire(timeout=seconds)
-        else:
-            is_done = False
-            while not is_done:
-                is_done = self._done.acquire(timeout=_SLICE)
-        if is_done:
-            self._done.release()
-        return is_done
+        end = time.monotonic() + seconds
+        while not self._has_ended:
+            left = end - time.monotonic()
+            if left <= 0:
+                return False
+            self._done.acquire(timeout=min(left, _SLICE))
+        return True
 
     def outcome(self) -> Result:
         error, self.error = self.error, None
@@ -86,7 +88,7 @@ def run(work: Callable[[], Result], ends: Sequence[Callable[[], object]],
             raise
         for number, end in enumerate(ends, 1):
             end()
-            if job.wait(_PATIENCE if number < len(ends) else None):
+            if job.wait(_PATIENCE if number < len(ends) else math.inf):
                 break
         if interrupted is not None:
             interrupted(reason, job)

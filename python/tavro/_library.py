@@ -37,21 +37,22 @@ def library() -> ctypes.CDLL:
     try:
         loaded = ctypes.CDLL(path)
         version = loaded.tavro_version()
-        for name, arguments in c.FUNCTIONS.items():
-            if version >= NEEDED_VERSION:
-                getattr(loaded, name).argtypes = arguments
     except OSError as error:
         hint = "install the package libtavro1, or name the file in TAVRO_LIBRARY"
         raise LibraryError(f"the library {path} cannot be loaded ({error}): {hint}", name="tavro", path=path) from None
     except AttributeError:
         raise LibraryError(f"{path} is not Tavro's library", name="tavro", path=path) from None
     if version < NEEDED_VERSION or version // 10000 != NEEDED_VERSION // 10000:
-        wanted = f"{NEEDED_VERSION // 10000}.{NEEDED_VERSION // 100 % 100}.{NEEDED_VERSION % 100}"
-        had = f"{version // 10000}.{version // 100 % 100}.{version % 100}"
-        raise LibraryError(f"the library {path} is version {had}, and {wanted} or a later one of its series is needed",
-                           name="tavro", path=path)
+        raise LibraryError(f"the library {path} is version {_dotted(version)}, and {_dotted(NEEDED_VERSION)} or a later "
+                           "one of its series is needed", name="tavro", path=path)
+    for name, arguments in c.FUNCTIONS.items():
+        getattr(loaded, name).argtypes = arguments
     loaded.tavro_version_text.restype = ctypes.c_char_p
     return loaded
+
+
+def _dotted(version: int) -> str:
+    return f"{version // 10000}.{version // 100 % 100}.{version % 100}"
 
 
 def library_version() -> str:
@@ -84,7 +85,7 @@ class List:
             weakref.finalize(self, library().tavro_list_free, handle.value).atexit = False
 
     def elements(self, at: Callable[[int | None, int, Any], Any], kind: type[Element]) -> Iterator[Element]:
-        """Its elements, by the function that tells one. Each stays valid until the next one, and texts with the list."""
+        """Its elements, by the function that tells one. Each is valid until the next one, its texts as long as this."""
         element = kind()
         index = 0
         while self.handle is not None:

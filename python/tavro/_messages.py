@@ -19,7 +19,8 @@ if TYPE_CHECKING:
 class Place:
     """Where a message stands, for its deletion: in a list of a modem. A copy in another process has none."""
 
-    def __init__(self, modem: weakref.ref[Receiving] | None = None, messages: List | None = None, index: int = 0) -> None:
+    def __init__(self, modem: weakref.ref[Receiving] | None = None, messages: List | None = None,
+                 index: int = 0) -> None:
         self._modem = modem
         self.messages = messages
         self.index = index

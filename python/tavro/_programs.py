@@ -11,7 +11,7 @@ BESIDE = Path(__file__).parent / "_native"
 
 
 def find_program(name: str) -> str | None:
-    """The path of `tavro` or `tavro-modem`: in the folder that TAVRO_PROGRAMS names, beside the package, on the PATH."""
+    """The path of a program: in the folder that TAVRO_PROGRAMS names, beside the package, or on the PATH."""
     folders = [os.environ.get("TAVRO_PROGRAMS"), str(BESIDE), os.environ.get("PATH", os.defpath)]
     return next((found for folder in folders if folder and (found := shutil.which(name, path=folder))), None)
 

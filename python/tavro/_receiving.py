@@ -22,7 +22,8 @@ class Receiving(Handle):
 
     _is_cancelled = False
 
-    memory = Setting(c.Property.MESSAGE_MEMORY, TEXT, '"SM" (the SIM, the start) or "ME"; asks, setting too.', asks=True)
+    memory = Setting(c.Property.MESSAGE_MEMORY, TEXT, '"SM" (the SIM, the start) or "ME"; asks, setting too.',
+                     asks=True)
     joined = Setting(c.Property.CONCATENATE, FLAG, "Whether the parts of a received message are shown as one.")
     is_memory_full = Property(c.Property.IS_MEMORY_FULL, FLAG, "Whether the memory was full when the modem last told.")
 

@@ -3,6 +3,7 @@
 from __future__ import annotations
 
 import ctypes
+import enum
 import re
 from ctypes import POINTER, c_char_p, c_int, c_int32, c_int64, c_size_t, c_uint8, c_uint32, c_void_p
 from pathlib import Path
@@ -47,7 +48,7 @@ def test_functions() -> None:
 
 def test_constants() -> None:
     found = {name: int(value, 0) for name, value in re.findall(r"\bTAVRO_(\w+) = (-?\w+)", HEADER)}
-    groups = [c.Code, c.Flag, c.Property]
+    groups: list[type[enum.IntEnum]] = [c.Code, c.Flag, c.Property]  # type: ignore[list-item]
     ours = {member.name: member.value for group in groups for member in group}
     ours.update({name: value for name, value in vars(c).items() if name.isupper() and isinstance(value, int)})
     prefixed = {"LONG_": tavro.LongMessage, "WAITING_": tavro.WaitingKind, "PROBE_": tavro.ProbeOutcome,
@@ -57,7 +58,8 @@ def test_constants() -> None:
     ours.update({renamed.get(member.name, member.name): member.value for member in tavro.DeliveryState})
     own = {"NO_TIME", "INT32_MAX"}
     # Of the rest there are other words: exceptions, and texts for numbers.
-    rest = {"OK", "INVALID_ARGUMENT", "OUT_OF_MEMORY", "INTERNAL_ERROR", "UNREAD_MESSAGES", "READ_MESSAGES", "ALL_MESSAGES"}
+    rest = {"OK", "INVALID_ARGUMENT", "OUT_OF_MEMORY", "INTERNAL_ERROR", "UNREAD_MESSAGES", "READ_MESSAGES",
+            "ALL_MESSAGES"}
     assert {name: value for name, value in found.items() if name not in rest} == {
         name: value for name, value in ours.items() if name not in own}
 

@@ -91,7 +91,8 @@ USES: list[Misuse] = [
     lambda modem: setattr(modem, "joined", True),
     lambda modem: modem.connect(),
 ]
-CLOSED: list[Misuse] = [*USES, lambda modem: modem.cancel(), lambda modem: modem.listen(), lambda modem: modem.__enter__()]
+CLOSED: list[Misuse] = [*USES, lambda modem: modem.cancel(), lambda modem: modem.listen(),
+                        lambda modem: modem.__enter__()]
 
 
 def test_closed(simulated_modem: SimulatedModem) -> None:
@@ -102,12 +103,13 @@ def test_closed(simulated_modem: SimulatedModem) -> None:
         other.delete(message)
     modem.close()
     assert "closed" in repr(modem)
-    for use in [*CLOSED, lambda _: message.delete()]:
+    uses: list[Misuse] = [*CLOSED, lambda _: message.delete()]
+    for use in uses:
         with pytest.raises(tavro.ClosedError) as caught:
             use(modem)
         assert isinstance(caught.value, ValueError)
     assert message.text == "Hello"
-    del modem, use, caught
+    del modem, use, uses, caught
     gc.collect()
     with pytest.raises(tavro.ClosedError):
         message.delete()
@@ -136,7 +138,8 @@ def test_two_threads(simulated_modem: SimulatedModem, modem: tavro.Modem) -> Non
     sender.start()
     while "<sub>" not in simulated_modem.transcript:
         begun.wait(0.01)
-    for use in [*USES, lambda modem: modem.close()]:
+    uses: list[Misuse] = [*USES, lambda modem: modem.close()]
+    for use in uses:
         with pytest.raises(tavro.InUseError) as caught:
             use(modem)
         assert isinstance(caught.value, RuntimeError)
@@ -157,12 +160,13 @@ def test_two_threads(simulated_modem: SimulatedModem, modem: tavro.Modem) -> Non
 def test_after_fork(simulated_modem: SimulatedModem, modem: tavro.Modem) -> None:
     simulated_modem.receive("0123", "Hello")
     (message,) = modem.wait(10)
+    uses: list[Misuse] = [*CLOSED, lambda _: message.delete()]
     before = simulated_modem.transcript
     reading, writing = os.pipe()
     child = os.fork()
     if child == 0:
         try:
-            for use in [*CLOSED, lambda _: message.delete()]:
+            for use in uses:
                 try:
                     use(modem)
                 except tavro.AfterForkError as error:
@@ -175,7 +179,7 @@ def test_after_fork(simulated_modem: SimulatedModem, modem: tavro.Modem) -> None
             os._exit(0)
     os.close(writing)
     with open(reading, "rb") as said:
-        assert said.read() == b"." * (len(CLOSED) + 1) + b"Hello"
+        assert said.read() == b"." * len(uses) + b"Hello"
     assert os.waitpid(child, 0)[1] == 0
     assert simulated_modem.transcript == before
     message.delete()
