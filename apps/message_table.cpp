@@ -42,12 +42,17 @@ int WidthOf(const std::vector<Cell>& cells) {
   return width;
 }
 
+bool IsAscii(std::string_view text) {
+  return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
+}
+
+int WidthOf(std::string_view text) {
+  return IsAscii(text) ? static_cast<int>(text.size()) : WidthOf(CellsOf(text));
+}
+
 // Filled up with blanks: on the left for numbers.
 std::string Padded(const std::string& text, int width, bool right = false) {
-  const std::vector<Cell> cells = CellsOf(text);
-  std::string shown;
-  for (const Cell& cell : cells) shown += cell.bytes;
-  const std::string blanks = Blanks(width - WidthOf(cells));
+  const std::string shown = ShownText(text), blanks = Blanks(width - WidthOf(text));
   return right ? blanks + shown : shown + blanks;
 }
 
@@ -151,7 +156,7 @@ void PrintTable(const std::vector<ListedMessage>& messages, int width) {
   int left = 0;
   for (const ListedMessage& message : messages) rows.push_back(RowOf(message));
   for (std::size_t i = 0; i < kColumns; ++i) {
-    for (const Row& row : rows) columns[i].width = std::max(columns[i].width, WidthOf(CellsOf(row[i])));
+    for (const Row& row : rows) columns[i].width = std::max(columns[i].width, WidthOf(row[i]));
     if (columns[i].width == 0) continue;
     if (width > 0) columns[i].width = std::max(columns[i].width, DisplayWidth(columns[i].heading));
     left += columns[i].width + kGap;

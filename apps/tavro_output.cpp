@@ -28,8 +28,12 @@ std::string Formatted(const char* format, Values... values) {
 
 // Anything but ASCII stands in a text, where control characters up to 1F are escaped already.
 std::string DumpWith(const Json& json, int indent) {
+  const std::string plain = json.dump(indent, ' ', false, Json::error_handler_t::replace);
+  if (std::all_of(plain.begin(), plain.end(), [](char c) { return static_cast<unsigned char>(c) < 0x7F; })) {
+    return plain;
+  }
   std::u16string dump;
-  for (const char16_t c : FromUtf8(json.dump(indent, ' ', false, Json::error_handler_t::replace))) {
+  for (const char16_t c : FromUtf8(plain)) {
     if (c >= 0x7F && tavro::IsHidden(c)) {
       dump += FromUtf8(Formatted("\\u%04x", static_cast<unsigned>(c)));
     } else {
@@ -71,13 +75,20 @@ void AddOutputForm(CLI::App& app, OutputForm& form) {
   lines->excludes(json);
 }
 
-void JsonPrinter::Add(Json item) {
-  if (form_ == OutputForm::kJson) items_.push_back(std::move(item));
+void JsonPrinter::Add(const Json& item) {
   if (form_ == OutputForm::kJsonLines) std::cout << DumpLine(item) << std::endl;
+  if (form_ != OutputForm::kJson) return;
+  items_ += items_.empty() ? "\n" : ",\n";
+  const std::string dump = Dump(item);
+  for (std::size_t start = 0; start < dump.size();) {
+    const std::size_t end = std::min(dump.find('\n', start), dump.size() - 1) + 1;
+    items_.append(static_cast<std::size_t>(kPretty), ' ').append(dump, start, end - start);
+    start = end;
+  }
 }
 
 void JsonPrinter::Finish() {
-  if (form_ == OutputForm::kJson) std::cout << Dump(items_) << std::endl;
+  if (form_ == OutputForm::kJson) std::cout << '[' << items_ << (items_.empty() ? "]" : "\n]") << std::endl;
 }
 
 void JsonPrinter::Print(const Json& object) {
@@ -128,7 +139,10 @@ Json JsonOf(const tavro::Message& message) {
                        {"count", kind.count ? Json(*kind.count) : Json()}});
   }
   std::string data;
-  for (const std::uint8_t octet : message.Data()) data += Formatted("%02X", octet);
+  for (const std::uint8_t octet : message.Data()) {
+    constexpr char kDigits[] = "0123456789ABCDEF";
+    data += {kDigits[octet >> 4], kDigits[octet & 15]};
+  }
   const auto messageClass = message.MessageClass();
   return {{"from", ToUtf8(message.Phone())},
           {"text", ToUtf8(message.Text())},

@@ -27,7 +27,7 @@ class JsonPrinter {
   explicit JsonPrinter(OutputForm form) : form_(form) {}
   bool IsText() const { return form_ == OutputForm::kText; }
   // A line that cannot be written is an error of std::cout.
-  void Add(Json item);
+  void Add(const Json& item);
   // The array of all that was added, in the one document.
   void Finish();
   // In place of these two where there is just one thing: the object by itself.
@@ -35,7 +35,7 @@ class JsonPrinter {
 
  private:
   const OutputForm form_;
-  Json items_ = Json::array();
+  std::string items_;  // of the one document, as text, which takes a fraction of the memory
 };
 
 // In UTF-8: its line ends as line feeds, and what a terminal would take for a command as VisibleText shows it.
