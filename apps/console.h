@@ -73,6 +73,6 @@ struct ProgramEnd {
 
 // Runs a program, found on the path when its name has no folder, with these arguments (the first one is its name) and
 // our environment with these values put in, without a shell, and waits for its end. Its standard input is empty, its
-// output is ours. Throws std::runtime_error when it cannot be started.
+// output is ours. Once one of EndSignals came it is asked to end. Throws std::runtime_error when it cannot be started.
 ProgramEnd RunProgram(const std::vector<std::string>& arguments,
                       const std::vector<std::pair<std::string, std::string>>& environment);

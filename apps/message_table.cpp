@@ -152,8 +152,9 @@ void PrintTable(const std::vector<ListedMessage>& messages, int width) {
   for (const ListedMessage& message : messages) rows.push_back(RowOf(message));
   for (std::size_t i = 0; i < kColumns; ++i) {
     for (const Row& row : rows) columns[i].width = std::max(columns[i].width, WidthOf(CellsOf(row[i])));
-    if (columns[i].width > 0)
-      left += (columns[i].width = std::max(columns[i].width, DisplayWidth(columns[i].heading))) + kGap;
+    if (columns[i].width == 0) continue;
+    if (width > 0) columns[i].width = std::max(columns[i].width, DisplayWidth(columns[i].heading));
+    left += columns[i].width + kGap;
   }
   const bool isBeside = width - left >= kNarrowestText;
   if (isBeside && !messages.empty()) {

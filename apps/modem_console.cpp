@@ -26,6 +26,7 @@ constexpr std::pair<const char*, const char*> kHelp[] = {
     {"signal NUMBER", "what AT+CSQ says: 0 to 31, or 99"},
     {"set NAME=VALUE", "any setting of --set"},
     {"fault NAME", "any fault of --fault"},
+    {"echo TEXT", "TEXT on standard error, which tells that what stands above it is done"},
     {"unplug", "the device disappears"},
     {"plug", "it appears again, switched on anew"},
     {"quit", "the program ends"},
@@ -105,6 +106,8 @@ void ModemConsole::Run(const std::string& line, std::int64_t nowMs) {
     SetModemSetting(modem_.Settings(), rest);
   } else if (command == "fault") {
     Need(modem_.ApplyFault(rest), "there is no such fault");
+  } else if (command == "echo") {
+    std::cerr << rest << std::endl;
   } else if (command == "unplug" || command == "plug") {
     const bool plugs = command == "plug";
     Need(modem_.IsPluggedIn() != plugs, plugs ? "it is plugged in" : "it is not plugged in");

@@ -9,6 +9,7 @@
 
 #include "csv.h"
 #include "tavro/status_report.h"
+#include "tavro_session.h"
 
 struct SendJob {
   enum class Result : std::uint8_t {
@@ -23,7 +24,7 @@ struct SendJob {
   Result result = Result::kNotSent;
   bool isLeftOut = false;                        // unknown since an earlier attempt, and not to be tried again
   std::string reason = {};                       // why it is not sent: "error 4012: ..."
-  std::int32_t code = 0;                         // the error in it; 0: none of the library's
+  std::optional<OperationFailed> failure = {};   // the same, of this call
   std::u16string references = {};                // of its parts, once sent
   std::optional<tavro::Delivery> delivery = {};  // once it was waited for
 

@@ -54,7 +54,7 @@ void Sender::SendPatiently(SendJob& job) {
     Waiting waiting(session_, kPatience, false);
     isModemLost_ = !waiting.Run([&] {
       Attempt(job);
-      if (job.result == Result::kNotSent) throw OperationFailed(job.reason, job.code, session_.Device());
+      if (job.result == Result::kNotSent) throw OperationFailed(*job.failure);
       return true;
     });
   }
@@ -76,13 +76,15 @@ void Sender::Attempt(SendJob& job) {
     job.references = references.value_or(u"");
     job.result = Result::kSent;
     job.reason.clear();
-    job.code = 0;
+    job.failure.reset();
   } catch (const OperationFailed& failure) {
     job.reason = failure.what();
-    job.code = failure.Code();
+    job.failure = failure;
     const bool isOnTheWay =  // to the network, and nothing to do with the message
-        !sms.IsConnected() || job.code < kFirstSendingError || EndSignals::Received() != 0;
-    job.result = MayBeOut(job.code, job.reason) ? Result::kUnknown : isOnTheWay ? Result::kNotSent : Result::kRefused;
+        !sms.IsConnected() || failure.Code() < kFirstSendingError || EndSignals::Received() != 0;
+    job.result = MayBeOut(failure.Code(), job.reason) ? Result::kUnknown
+                 : isOnTheWay                         ? Result::kNotSent
+                                                      : Result::kRefused;
   }
 }
 

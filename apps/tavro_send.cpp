@@ -9,6 +9,7 @@
 
 #include "command_line.h"
 #include "end_signals.h"
+#include "failure_hints.h"
 #include "platform/utf8.h"
 #include "send_file.h"
 #include "send_job.h"
@@ -116,7 +117,8 @@ Json ItemOf(const SendJob& job) {
   Json references = Json::array();
   for (const std::string& reference : ReferencesOf(job)) references.push_back(std::stoi(reference));
   json["references"] = std::move(references);
-  json["error"] = job.reason.empty() ? Json() : Json({{"code", job.code}, {"text", job.reason}});
+  json["error"] =
+      job.reason.empty() ? Json() : Json({{"code", job.failure ? job.failure->Code() : 0}, {"text", job.reason}});
   if (!job.delivery) return json;
   Json reports = Json::array();
   for (const tavro::Delivery::Part& part : job.delivery->parts) {
@@ -211,15 +213,20 @@ void Set(Session& session, const SendArguments& arguments) {
   session.Check();
 }
 
+// Of the first failure: the others mostly have the same reason.
+void SayHint(const std::vector<SendJob>& jobs) {
+  const auto failed = std::find_if(jobs.begin(), jobs.end(), [](const SendJob& job) { return job.failure; });
+  const std::string hint = failed == jobs.end() ? "" : HintFor(*failed->failure);
+  if (!hint.empty()) std::cerr << "  hint: " << PrintableLine(hint) << '\n';
+}
+
 int Send(const ConnectionArguments& connection, const SendArguments& arguments, std::vector<SendJob>& jobs) {
   Printer printer(arguments, jobs.size());
   const bool isFile = !arguments.csv.empty();
   const auto isLeft = [](const SendJob& job) { return !job.isLeftOut; };
   std::unique_ptr<FailedLines> journal;
-  std::string device;
   if (std::any_of(jobs.begin(), jobs.end(), isLeft)) {
     Session session(connection);
-    device = session.Device();
     Set(session, arguments);
     if (isFile) journal = MakeFailedLines(arguments.failed, jobs);
     Sender sender(session, {arguments.options.coding, arguments.options.flash, arguments.wait.has_value()}, jobs,
@@ -233,8 +240,8 @@ int Send(const ConnectionArguments& connection, const SendArguments& arguments, 
     FinishSendFile(jobs, journal.get(), arguments.failed, arguments.wait.has_value(), summary);
   }
   if (EndSignals::Received() != 0) throw std::runtime_error("ended by a signal");
-  if (jobs.size() == 1 && !isFile && !jobs[0].reason.empty())
-    throw OperationFailed(jobs[0].reason, jobs[0].code, device);
+  if (jobs.size() == 1 && !isFile && jobs[0].failure) throw OperationFailed(*jobs[0].failure);
+  SayHint(jobs);
   return StatusOf(jobs, arguments.wait.has_value());
 }
 

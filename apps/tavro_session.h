@@ -66,8 +66,6 @@ class Session {
   tavro::SMS& Sms() { return sms_; }
   // Anew, when the modem was away.
   void Connect();
-  // Where the modem is, once it is found.
-  const std::string& Device() const { return arguments_.device; }
   // Throws when the last call failed. The log's error may hide another one: `isDone` says what the call itself told.
   void Check(bool isDone = true);
   // Reads the messages into the inbox, and returns for each whether it was unread. When all are read their numbers are

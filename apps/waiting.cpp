@@ -4,6 +4,7 @@
 
 #include "console.h"
 #include "end_signals.h"
+#include "progress_line.h"
 #include "tavro_output.h"
 
 namespace {
@@ -83,12 +84,14 @@ void Waiting::ComeBack(const std::string& failure) {
   }
   isConnecting_ = false;
   if (!isAway || HasEnded()) return;
+  ProgressLine::Clear();
   std::cerr << "tavro: the modem is back\n";
   said_.clear();
 }
 
 void Waiting::Say(const std::string& what) {
   const bool isNew = what != said_ || Clock::now() - saidTime_ >= kSameFailure;
+  ProgressLine::Clear();
   if (isNew) std::cerr << "tavro: " << PrintableLine(what) << "; trying again\n";
   said_ = what;
   saidTime_ = Clock::now();

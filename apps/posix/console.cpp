@@ -19,6 +19,7 @@
 #include <system_error>
 
 #include "character_width.h"
+#include "end_signals.h"
 #include "platform/utf8.h"
 #include "system_call.h"
 #include "system_console.h"
@@ -26,6 +27,8 @@
 extern char** environ;
 
 namespace {
+
+constexpr int kProgramIntervalMs = 10;  // from one look at a program that runs to the next
 
 int DescriptorOf(Stream stream) {
   return stream == Stream::kInput ? STDIN_FILENO : stream == Stream::kOutput ? STDOUT_FILENO : STDERR_FILENO;
@@ -190,8 +193,12 @@ ProgramEnd RunProgram(const std::vector<std::string>& arguments,
                                  Pointers(program).data(), Pointers(values).data());
   if (error != 0) throw std::runtime_error(program[0] + ": " + std::generic_category().message(error));
   int status = 0;
-  while (waitpid(process, &status, 0) < 0) {
-    if (errno != EINTR) ThrowSystemError(errno, program[0]);
+  bool isAsked = false;
+  for (pid_t ended = 0; ended == 0;) {
+    ended = waitpid(process, &status, WNOHANG);
+    if (ended < 0) ThrowSystemError(errno, program[0]);
+    if (!isAsked && EndSignals::Received() != 0) isAsked = kill(process, SIGTERM) == 0;
+    if (ended == 0) poll(nullptr, 0, kProgramIntervalMs);
   }
   if (WIFSIGNALED(status)) return {.signal = WTERMSIG(status)};
   return {.status = WEXITSTATUS(status)};

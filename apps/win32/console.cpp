@@ -12,6 +12,7 @@
 
 #include "base/text.h"
 #include "character_width.h"
+#include "end_signals.h"
 #include "platform/utf8.h"
 #include "system_console.h"
 
@@ -159,7 +160,10 @@ ProgramEnd RunProgram(const std::vector<std::string>& arguments,
   }
   const Handle process(started.hProcess), thread(started.hThread);
   DWORD status = 0;
-  WaitForSingleObject(process.get(), INFINITE);
+  constexpr DWORD kIntervalMs = 50;
+  while (WaitForSingleObject(process.get(), kIntervalMs) == WAIT_TIMEOUT) {
+    if (EndSignals::Received() != 0) TerminateProcess(process.get(), 1);
+  }
   if (!GetExitCodeProcess(process.get(), &status)) ThrowLastError(program);
   return {.status = static_cast<int>(status)};
 }
