@@ -7,8 +7,8 @@ endif()
 set(CPACK_DEBIAN_PACKAGE_RELEASE ${CMAKE_MATCH_1})
 set_property(DIRECTORY APPEND PROPERTY CMAKE_CONFIGURE_DEPENDS ${CMAKE_CURRENT_LIST_DIR}/changelog)
 
-# tavro_debian_package(COMPONENT NAME SECTION MULTI_ARCH DESCRIPTION): the description's first line is the summary. NAME.lintian-
-# overrides is installed when it is there. What else a package needs is set with CPack's own variables,
+# tavro_debian_package(COMPONENT NAME SECTION MULTI_ARCH DESCRIPTION): the description's first line is the summary.
+# NAME.lintian-overrides is installed when it is there. What else a package needs is set with CPack's own variables,
 # CPACK_DEBIAN_<COMPONENT>_PACKAGE_...
 set(CPACK_COMPONENTS_ALL)
 macro(tavro_debian_package component name section multi_arch description)

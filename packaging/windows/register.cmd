@@ -20,8 +20,10 @@ if exist "%SystemRoot%\Sysnative\regsvr32.exe" (
 ) else if exist "%SystemRoot%\SysWOW64\regsvr32.exe" (
   call :each "%SystemRoot%\System32\regsvr32.exe" x64
   call :each "%SystemRoot%\SysWOW64\regsvr32.exe" x86
-) else (
+) else if "%PROCESSOR_ARCHITECTURE%"=="x86" (
   call :each "%SystemRoot%\System32\regsvr32.exe" x86
+) else (
+  call :each "%SystemRoot%\System32\regsvr32.exe" x64
 )
 exit /b %failed%
 
