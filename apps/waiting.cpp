@@ -1,11 +1,8 @@
 #include "waiting.h"
 
-#include <fcntl.h>
-#include <poll.h>
-#include <unistd.h>
-
 #include <iostream>
 
+#include "console.h"
 #include "end_signals.h"
 #include "tavro_output.h"
 
@@ -36,12 +33,6 @@ Waiting::~Waiting() {
   changed_.notify_all();
   watching_.join();
   session_.SetInterrupted({});
-}
-
-bool Waiting::IsOutputOpen() {
-  if ((fcntl(STDOUT_FILENO, F_GETFL) & O_ACCMODE) == O_RDONLY) return false;  // what stands for one that was not there
-  pollfd output = {STDOUT_FILENO, 0, 0};
-  return poll(&output, 1, 0) == 0;  // errors are told unasked
 }
 
 // In a thread of its own: a call that waits is ended by Cancel, which lets it finish what it has begun.

@@ -11,7 +11,7 @@
 #include <string>
 #include <thread>
 
-#include "tavro_commands.h"
+#include "tavro_session.h"
 
 // It ends at one of EndSignals, when its time is over and, where that is wanted, when nobody reads standard output any
 // more. What is being said to the modem then is said to its end, as a message that was half read would count as read:
@@ -31,9 +31,6 @@ class Waiting {
   // on standard error, and behind a pause the modem is connected anew where it has to be. Whether the step returned
   // true.
   bool Run(const std::function<bool()>& step);
-
-  // Whether standard output is there and has a reader.
-  static bool IsOutputOpen();
 
  private:
   using Clock = std::chrono::steady_clock;

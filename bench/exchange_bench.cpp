@@ -9,6 +9,7 @@
 #include <stdexcept>
 #include <string>
 
+#include "judge.h"
 #include "modem_process.h"
 #include "platform/platform.h"
 #include "tavro/sms.h"
@@ -43,13 +44,6 @@ struct Times {
   }
 };
 
-// One line per figure; false when it is over its limit.
-bool Judge(const char* what, double value, double limit, const char* unit) {
-  const bool within = value <= limit;
-  std::printf("%-4s %-46s %8.3f %s (at most %g)\n", within ? "ok" : "OVER", what, value, unit, limit);
-  return within;
-}
-
 class Bench {
  public:
   explicit Bench(const std::string& device)
@@ -68,8 +62,8 @@ class Bench {
     for (int i = 0; i < kExchanges; ++i) Exchange();
     const Times spent = Times::Now().Since(start);
     const double perExchange = spent.wall / kExchanges - kGap - kCommandDelay;
-    bool within = Judge("exchange, wall time beyond gap and pacing", perExchange, kExchangeLimit, "ms");
-    within &= Judge("exchange, CPU time of wall time", 100 * spent.cpu / spent.wall, 100 * kCpuLimit, "%");
+    bool within = Judge("exchange, wall time beyond gap and pacing", perExchange, "ms", kExchangeLimit);
+    within &= Judge("exchange, CPU time", 100 * spent.cpu / spent.wall, "%", 100 * kCpuLimit, "the wall time");
     return within;
   }
 
@@ -87,9 +81,9 @@ class Bench {
     Check();
     // For each part the prompt's gap, the step before the result and the result's gap.
     const double waits = kParts * (kGap + kResultStep + kGap) + (kParts - 1) * kSendDelay;
-    bool within =
-        Judge("sending, wall time beyond the waits", 100 * (spent.wall - waits) / waits, 100 * kSendLimit, "%");
-    within &= Judge("sending, CPU time of wall time", 100 * spent.cpu / spent.wall, 100 * kCpuLimit, "%");
+    bool within = Judge("sending, wall time beyond the waits", 100 * (spent.wall - waits) / waits, "%",
+                        100 * kSendLimit, "the waits");
+    within &= Judge("sending, CPU time", 100 * spent.cpu / spent.wall, "%", 100 * kCpuLimit, "the wall time");
     if (spent.wall < waits) throw std::runtime_error("sending was faster than its waits");
     return within;
   }

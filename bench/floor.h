@@ -5,11 +5,12 @@
 
 #include <algorithm>
 #include <cstdint>
-#include <cstdio>
 #include <map>
 #include <string>
 #include <string_view>
 #include <vector>
+
+#include "judge.h"
 
 namespace tavro::bench {
 
@@ -63,7 +64,7 @@ class BestTimes : public benchmark::BenchmarkReporter {
   }
 
   void PrintTimes() const {
-    for (const auto& [name, time] : times_) std::printf("%-32s %10.1f ns\n", name.c_str(), time);
+    for (const auto& [name, time] : times_) Tell(name, time, "ns");
   }
 
   // Prints each ratio; returns whether all limits hold. One whose benchmarks were filtered out is left out.
@@ -74,10 +75,7 @@ class BestTimes : public benchmark::BenchmarkReporter {
       const auto floor = times_.find(limit.floor);
       if (time == times_.end() || floor == times_.end()) continue;
       const double ratio = time->second / floor->second;
-      const bool holds = ratio <= limit.times;
-      allHold = allHold && holds;
-      std::printf("%-32s %10.2f x %-24s limit %5.2f  %s\n", limit.name, ratio, limit.floor, limit.times,
-                  holds ? "ok" : "OVER");
+      allHold = Judge(limit.name, ratio, "times", limit.times, limit.floor) && allHold;
     }
     return allHold;
   }

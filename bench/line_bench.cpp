@@ -17,6 +17,7 @@
 #include <utility>
 #include <vector>
 
+#include "judge.h"
 #include "line_programs.h"
 #include "modem_process.h"
 #include "raw_line.h"
@@ -43,13 +44,6 @@ constexpr char kMessage[] =
     "0791947101670000040C91947110325476000042305041709040A0B0986C46ABD96EB81C2C269BD16AB61B2E078BC966B49AED86CBC162B219"
     "AD66BBE172B0986C46ABD96EB81C2C269BD16AB61B2E078BC966B49AED86CBC162B219AD66BBE172B0986C46ABD96EB81C2C269BD16AB61B2E"
     "078BC966B49AED86CBC162B219AD66BBE172B0986C46ABD96EB81C2C269BD16AB61B2E078BC966B49AED86CBC162B219AD66BBE172";
-
-// One line per figure; false when it is over its limit.
-bool Judge(const std::string& what, double value, double limit, const char* unit) {
-  const bool within = value <= limit;
-  std::printf("%-4s %-46s %10.3f %s (at most %.4g)\n", within ? "ok" : "OVER", what.c_str(), value, unit, limit);
-  return within;
-}
 
 std::vector<std::string> ModemOptions(const Folder& folder, int messages, std::vector<std::string> more = {}) {
   const std::string inbox = folder.Path("inbox" + std::to_string(messages));
@@ -100,7 +94,7 @@ class Bench {
 
   bool Compare() {
     for (const LineProgram& peer : peers_) {
-      if (peer.path.empty()) std::printf("%s is not installed and left out\n", peer.name.c_str());
+      if (peer.path.empty()) std::printf("     %s: not installed, left out\n", peer.name.c_str());
     }
     bool within = true;
     for (const Job& job : kJobs) within &= Compare(job);
@@ -123,8 +117,10 @@ class Bench {
         best.cpu = std::min(best.cpu, usage.cpu);
         best.memory = std::min(best.memory, usage.memory);
       }
-      std::printf("     list --json, %5d messages: %8.1f ms, CPU time %7.1f ms, memory %7.1f MB\n", count, best.wall,
-                  best.cpu, static_cast<double>(best.memory) / 1024);
+      const std::string what = "list --json, " + std::to_string(count) + " messages, ";
+      Tell(what + "time", best.wall, "ms");
+      Tell(what + "CPU time", best.cpu, "ms");
+      Tell(what + "memory", static_cast<double>(best.memory) / 1024, "MB");
       usages.push_back(best);
     }
     const auto ratio = [&](auto member) {
@@ -133,8 +129,10 @@ class Bench {
       };
       return perMessage(1) / perMessage(0);
     };
-    const bool within = Judge("CPU time of a message, 32,767 to 10,000", ratio(&Usage::cpu), kLinear, "times");
-    return Judge("memory of a message, 32,767 to 10,000", ratio(&Usage::memory), kLinear, "times") && within;
+    const bool within =
+        Judge("list --json, CPU time of a message in 32767", ratio(&Usage::cpu), "times", kLinear, "10000");
+    return Judge("list --json, memory of a message in 32767", ratio(&Usage::memory), "times", kLinear, "10000") &&
+           within;
   }
 
  private:
@@ -181,13 +179,15 @@ class Bench {
       cpu.push_back(usage.cpu / std::max(job.sends, 1));
       memory = std::max(memory, usage.memory);
     }
-    std::printf("\n%s: bare program %.2f ms, tavro %.2f ms\n", job.name, floor, own);
-    bool within = Judge("tavro, of the bare program", own / floor, kTimesBare, "times");
+    const std::string name = job.name;
+    Tell(name + ", bare program", floor, "ms");
+    Tell(name + ", tavro", own, "ms");
+    bool within = Judge(name + ", tavro", own / floor, "times", kTimesBare, "the bare program");
     for (const LineProgram& peer : peers_) within &= IsAhead(peer, job, own);
     if (job.kind != Job::Kind::kSend) return within;
     std::nth_element(cpu.begin(), cpu.begin() + kRuns / 2, cpu.end());
-    within &= Judge("tavro, CPU time per send", cpu[kRuns / 2], kCpuPerSend, "ms");
-    return Judge("tavro, peak memory", static_cast<double>(memory), kMemoryOfSend, "KB") && within;
+    within &= Judge(name + ", tavro, CPU time of each", cpu[kRuns / 2], "ms", kCpuPerSend);
+    return Judge(name + ", tavro, peak memory", static_cast<double>(memory), "KB", kMemoryOfSend) && within;
   }
 
   bool IsAhead(const LineProgram& peer, const Job& job, double own) const {
@@ -197,17 +197,14 @@ class Bench {
     for (int i = 0; i < kPeerRuns && spent < kPeerBudget && !isStopped; ++i) {
       const std::optional<Usage> usage = Measure(peer, job, patience_);
       if (!usage) {
-        std::printf("     %s did not do this on tavro-modem; left out\n", peer.name.c_str());
+        std::printf("     %s, %s: not done on tavro-modem, left out\n", job.name, peer.name.c_str());
         return true;
       }
       best = std::min(best, usage->wall);
       spent += usage->wall;
       isStopped = usage->isStopped;
     }
-    const bool ahead = own < best;
-    std::printf("%-4s %-46s %10.3f ms%s: tavro is %.1f times as fast\n", ahead ? "ok" : "OVER", peer.name.c_str(), best,
-                isStopped ? " and not done" : "", best / own);
-    return ahead;
+    return JudgePeer(std::string(job.name) + ", " + peer.name, best, own, isStopped);
   }
 
   Folder folder_;

@@ -14,6 +14,7 @@
 #include <string>
 #include <vector>
 
+#include "judge.h"
 #include "log/log_handling.h"
 #include "simulator/simulated_line.h"
 
@@ -38,12 +39,6 @@ double Microseconds(const std::function<void()>& work) {
 double Median(std::vector<double> values) {
   std::nth_element(values.begin(), values.begin() + static_cast<long>(values.size() / 2), values.end());
   return values[values.size() / 2];
-}
-
-bool Judge(const char* what, double value, double limit) {
-  const bool within = value <= limit;
-  std::printf("%-4s %-60s %8.3f (at most %g)\n", within ? "ok" : "OVER", what, value, limit);
-  return within;
 }
 
 void WriteFloorLine(const std::string& file, const std::string& line) {
@@ -91,7 +86,7 @@ int main() {
     });
     ratios.push_back(ours / floor);
   }
-  bool within = Judge("WriteLog, as a multiple of open, write and close", Median(ratios), 1.1);
+  bool within = Judge("WriteLog", Median(ratios), "times", 1.1, "open, write and close");
 
   const auto measure = [&](int megabytes, const std::function<void()>& work) {
     std::vector<double> times;
@@ -107,10 +102,10 @@ int main() {
   const double clear25 = measure(25, [&] { log.Clear(1000); });
   const double clear100 = measure(100, [&] { log.Clear(1000); });
   const double fileKilobytes = 100 * 1'000'000 / 1024.0;
-  within &= Judge("LogSize of 100 MB, as a multiple of 25 MB", size100 / size25, 6);
-  within &= Judge("ClearLog of 100 MB, as a multiple of 25 MB", clear100 / clear25, 6);
+  within &= Judge("LogSize of 100 MB", size100 / size25, "times", 6, "25 MB");
+  within &= Judge("ClearLog of 100 MB", clear100 / clear25, "times", 6, "25 MB");
   within &=
-      Judge("memory, as a multiple of the file", static_cast<double>(PeakKilobytes() - before) / fileKilobytes, 2);
+      Judge("memory of both", static_cast<double>(PeakKilobytes() - before) / fileKilobytes, "times", 2, "the file");
   std::filesystem::remove_all(folder);
   return within ? 0 : 1;
 }

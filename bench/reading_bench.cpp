@@ -215,11 +215,6 @@ double CpuSeconds() {
   return static_cast<double>(time.tv_sec) + static_cast<double>(time.tv_nsec) / 1e9;
 }
 
-bool Judge(const char* what, double value, double limit) {
-  std::printf("%-32s %10.3f at most %.3f  %s\n", what, value, limit, value <= limit ? "ok" : "OVER");
-  return value <= limit;
-}
-
 // The first read of a fresh process, which has no memory to use again.
 bool ReadFullMemory() {
   Component component(32767, Mix::kMixed);
@@ -227,8 +222,8 @@ bool ReadFullMemory() {
   const double start = CpuSeconds();
   const bool isRead = component.Refresh();
   const double seconds = CpuSeconds() - start;
-  const bool isSmall = Judge("32767 messages, MB", static_cast<double>(Memory("VmHWM:") - before) / 1024, 64);
-  return Judge("32767 messages, s", seconds, 0.2) && isSmall && isRead;
+  const bool isSmall = Judge("32767 messages, memory", static_cast<double>(Memory("VmHWM:") - before) / 1024, "MB", 64);
+  return Judge("32767 messages, CPU time", seconds, "s", 0.2) && isSmall && isRead;
 }
 
 }  // namespace

@@ -12,7 +12,9 @@ endfunction()
 # Looks for a package whose presence its `target` shows. Where it is missing, says which Debian package has it; with
 # ${option} ON that is an error. Its targets are the caller's, who asks for them with if(TARGET ...).
 function(tavro_find package target option debian user)
-  find_package(${package} QUIET)
+  if(NOT TARGET ${target})
+    find_package(${package} QUIET)
+  endif()
   if(TARGET ${target})
     return()
   endif()

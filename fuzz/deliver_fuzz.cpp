@@ -13,6 +13,7 @@
 #include "incoming/sim_box.h"
 #include "incoming/user_data.h"
 #include "simulator/simulated_line.h"
+#include "tavro/pdu.h"
 
 namespace tavro {
 namespace {
@@ -77,6 +78,19 @@ void CheckAnswer(std::string_view text) {
   Require(whole.Text() == pieces.Text());
 }
 
+// Every bit belongs to one field, whatever the PDU.
+void CheckFields(const std::string& hex) {
+  for (const bool hasServiceCentre : {false, true}) {
+    const DecodedPdu pdu = DecodePdu(hex, {.hasServiceCentre = hasServiceCentre});
+    std::size_t bit = 0;
+    for (const PduField& field : pdu.fields) {
+      Require(field.offset * 8 + field.firstBit == bit && field.bitCount > 0);
+      bit += field.bitCount;
+    }
+    Require(bit == pdu.octets.size() * 8 && pdu.errorOctet <= pdu.octets.size());
+  }
+}
+
 }  // namespace
 }  // namespace tavro
 
@@ -93,6 +107,8 @@ extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size
   CheckEntry("7,1,,\r\n000404812143000042305041709040" + hex);  // from the length of the user data on
   CheckEntry("7,1,,\r\n004404812143000042305041709040" + hex);  // the same with a header
   CheckAnswer(text);
+  CheckFields(text);
+  CheckFields(hex);
   for (const int alphabet : {7, 8, 16}) {
     std::int16_t limit = 160;
     UnpackUserData(text, alphabet, "1", limit);

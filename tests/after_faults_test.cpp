@@ -13,8 +13,8 @@ using testing::SizeIs;
 using Reply = ModemReply;
 
 // UCS2 messages of one letter.
-const std::string kA = "0791947101670000040C91947110325476000842305041709040020061";
-const std::string kB = "0791947101670000040C91947110325476000842305041709040020062";
+const std::string kA = Letter("61");
+const std::string kB = Letter("62");
 
 // "\u00A1Hola", which the manners read differently.
 const std::string kInverted = "0791947101670000040C91947110325476000042305041709040000540E49B1D06";

@@ -61,6 +61,12 @@ class TempFolder {
   std::filesystem::path path_;
 };
 
+// A UCS2 message of one letter, its code in hexadecimal, from +491701234567
+// at 13:07:09 UTC, an hour before the simulated line's clock starts.
+inline std::string Letter(const std::string& letter) {
+  return "0791947101670000040C919471103254760008423050417090400200" + letter;
+}
+
 // An SMS object with a simulated modem at COM1, which logs everything into a folder of its own.
 struct Engine {
   explicit Engine(ModemSettings settings = {}, Dialogue dialogue = Dialogue::kClassic)

@@ -6,63 +6,16 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
-#include <fstream>
 #include <map>
 
-#include "base/calendar.h"
 #include "base/text.h"
+#include "foreign_rows.h"
 #include "incoming/deliver_decoding.h"
 #include "incoming/septets.h"
 #include "simulator/simulated_line.h"
 
 namespace tavro {
 namespace {
-
-using Row = std::map<std::string, std::string>;
-
-std::vector<Row> Rows(const std::string& name) {
-  std::ifstream file(std::string(TAVRO_TEST_DATA "/") + name);
-  std::vector<Row> rows;
-  std::string line;
-  std::getline(file, line);
-  const std::string header = line;
-  const auto columns = Split(header, "\t");
-  while (std::getline(file, line)) {
-    const auto fields = Split(line, "\t");
-    Row row;
-    for (std::size_t i = 0; i < columns.size(); ++i) row[std::string(columns[i])] = i < fields.size() ? fields[i] : "";
-    rows.push_back(std::move(row));
-  }
-  return rows;
-}
-
-// The field with its escapes resolved, in UTF-16.
-std::u16string Text(const std::string& field) {
-  std::string text;
-  for (std::size_t i = 0; i < field.size(); ++i) {
-    if (field[i] != '\\') {
-      text += field[i];
-      continue;
-    }
-    const char c = field[++i];
-    text += c == 'n' ? '\n' : c == 'r' ? '\r' : c == 't' ? '\t' : c == 'f' ? '\f' : c;
-  }
-  SimulatedModem modem;
-  return SimulatedLine(modem).FromCodePage(text);
-}
-
-bool IsAsserted(const std::string& field) { return !field.empty() && field != "-"; }
-
-// "2018-11-07T20:21:22+08:00" or with "Z", in seconds since 1970 UTC.
-std::int64_t Seconds(const std::string& time) {
-  int year = 0, month = 0, day = 0, hour = 0, minute = 0, second = 0, zoneHour = 0, zoneMinute = 0;
-  char sign = 'Z';
-  std::sscanf(time.c_str(), "%d-%d-%dT%d:%d:%d%c%d:%d", &year, &month, &day, &hour, &minute, &second, &sign, &zoneHour,
-              &zoneMinute);
-  const std::int64_t local = DaysFromCivil(year, month, day) * 86400 + hour * 3600 + minute * 60 + second;
-  const int zone = zoneHour * 3600 + zoneMinute * 60;
-  return sign == '-' ? local + zone : local - zone;
-}
 
 DecodedEntry Decode(const std::string& pdu) {
   static const DateNames names = [] {

@@ -29,12 +29,7 @@ const std::string kLongReference =
     "0791947101670000440C91947110325476000042305041709040"
     "1806080401020201311B489CA683E46573595E768FCB";
 
-// A UCS2 message of one letter, alone or as a part.
-std::string Letter(const std::string& letter) {
-  return "0791947101670000040C91947110325476000842305041709040"
-         "0200" +
-         letter;
-}
+// A part of one letter.
 std::string Part(const std::string& reference, int total, int part, const std::string& letter) {
   return "0791947101670000440C91947110325476000842305041709040"
          "08050003" +

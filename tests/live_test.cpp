@@ -16,10 +16,7 @@ using Reply = ModemReply;
 
 constexpr char16_t kOwnNumber[] = u"+491701234567";  // of the simulated SIM: what is sent there comes back
 
-// A UCS2 message of one letter, or a part of one of two.
-std::string Letter(const std::string& letter) {
-  return "0791947101670000040C919471103254760008423050417090400200" + letter;
-}
+// A part of a UCS2 message of two, one letter.
 std::string Part(int part, const std::string& letter) {
   return "0791947101670000440C919471103254760008423050417090400805000311020" + std::to_string(part) + "00" + letter;
 }

@@ -10,6 +10,7 @@
 
 #include "engine_fixture.h"
 #include "log/log_handling.h"
+#include "platform/utf8.h"
 
 namespace tavro {
 namespace {
@@ -173,6 +174,32 @@ TEST_F(LogTest, FullDiskIsReported) {
   std::signal(SIGXFSZ, ignored);
   EXPECT_THAT(failures_, ElementsAre("8004 Error opening log file"));
   EXPECT_EQ(folder_.Log(), whole) << "no part of a line";
+}
+
+// What is logged is traced too, PINs hidden and control characters shown as there; and the same without a log.
+TEST(Trace, HasEachLineOfTheLog) {
+  for (const Dialogue dialogue : kManners) {
+    std::vector<std::string> logged;
+    for (const auto logType : std::vector<std::int16_t>{2, 0}) {
+      std::vector<std::string> traced;
+      Options options{.dialogue = dialogue};
+      options.trace = [&](std::u16string_view line) { traced.push_back(ToUtf8(line)); };
+      Engine engine({}, options);
+      engine.modem.Settings().pin = "1234";
+      engine.modem.Answer("AT+GMI", ModemReply::Ok("Ma\x1Bker"));
+      engine.sms.SetLogType(logType);
+      traced.clear();
+      engine.sms.SetPIN(u"1234");
+      EXPECT_TRUE(engine.sms.Connect());
+      engine.sms.Manufacturer();
+      engine.sms.SetParity(u"?");
+      engine.sms.Inbox()->Refresh();
+      if (logType == 2) logged = engine.folder.LogLines();
+      EXPECT_EQ(traced, logged);
+      EXPECT_EQ(engine.folder.LogLines().empty(), logType == 0);
+    }
+    EXPECT_THAT(logged, testing::Contains("ERROR [1009] Cannot change port setting when connected"));
+  }
 }
 
 }  // namespace

@@ -16,10 +16,7 @@ using Reply = ModemReply;
 const std::string kReport = "07911326040000F006050B911346610089F6208062917314082080629173140800";
 const std::string kPortMessage = "0791947101670000440C9194711032547600F54230504170904008040402F0F101FF80";
 
-// A UCS2 message of one letter at 13:07:09 UTC, an hour before the simulated line's clock starts; or a part of one.
-std::string Letter(const std::string& letter) {
-  return "0791947101670000040C919471103254760008423050417090400200" + letter;
-}
+// A part of one letter.
 std::string Part(int total, int part, const std::string& letter, const std::string& time = "42305041709040") {
   return "0791947101670000440C919471103254760008" + time + "0805000311" + "0" + std::to_string(total) + "0" +
          std::to_string(part) + "00" + letter;

@@ -1,9 +1,8 @@
 // The PDUs of short messages without a modem (3GPP TS 23.040, 9.2.2): taken apart field by field, and built.
 //
-//   const tavro::DecodedPdu pdu =
-//   tavro::DecodePdu("0791..."); if (pdu.HasError()) {
-//   report(pdu.error, pdu.errorOctet); } for (const tavro::EncodedPart& part : tavro::EncodePdu(u"+919812345678",
-//   u"hello").parts) { print(part.hex); }
+//   const auto pdu = tavro::DecodePdu("0791...");
+//   if (pdu.HasError()) report(pdu.error, pdu.errorOctet);
+//   for (const auto& part : tavro::EncodePdu(u"+919812345678", u"hello").parts) print(part.hex);
 //
 // Functions of their arguments alone, for any thread. They fail with values and throw nothing but std::bad_alloc.
 #pragma once
@@ -15,6 +14,7 @@
 #include <string_view>
 #include <vector>
 
+#include "tavro/export.h"
 #include "tavro/long_message_type.h"
 #include "tavro/message.h"
 #include "tavro/status_report.h"
@@ -25,7 +25,7 @@ namespace tavro {
 
 enum class PduKind : std::uint8_t { kUnknown, kDeliver, kSubmit, kStatusReport };
 // "SMS-DELIVER"; "unknown".
-std::string_view NameOf(PduKind kind);
+TAVRO_API std::string_view NameOf(PduKind kind);
 
 // Which way a PDU went, which its message type indicator does not tell (9.2.3.1).
 enum class PduDirection : std::uint8_t {
@@ -108,7 +108,7 @@ struct DecodedPdu {
 };
 
 // Of hex digits in either letter case, with any blanks between them.
-DecodedPdu DecodePdu(std::string_view hex, const DecodeOptions& options = {});
+TAVRO_API DecodedPdu DecodePdu(std::string_view hex, const DecodeOptions& options = {});
 
 // --- Encoding --------------------------------------------------------------------------------------------------------
 
@@ -139,6 +139,6 @@ struct EncodedPdu {
 };
 
 // The PDUs that SMS::SendSMS sends in the prompt manner.
-EncodedPdu EncodePdu(std::u16string_view number, std::u16string_view text, const EncodeOptions& options = {});
+TAVRO_API EncodedPdu EncodePdu(std::u16string_view number, std::u16string_view text, const EncodeOptions& options = {});
 
 }  // namespace tavro

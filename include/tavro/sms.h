@@ -18,6 +18,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "tavro/export.h"
@@ -79,6 +80,9 @@ struct Options {
   // manner it always is.
   bool sendsPinOnLastAttempt = false;
   Recovery recovery = {};
+  // Is told the dialogue as it happens: each line that Tavro.log has with LogType 2, without its time, whatever LogType
+  // is; in the classic manner that is with the PIN. From the calling thread; it must not throw nor call the SMS object.
+  std::function<void(std::u16string_view line)> trace = {};
 };
 
 class TAVRO_API SMS {

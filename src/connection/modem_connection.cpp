@@ -60,9 +60,11 @@ bool ModemConnection::ConnectModem() {
   log_.WriteLog("Opening port " + settings_.port + " [" + mode + "]");
   // Named by its number, so that every spelling that Port accepts ("COM007") finds the device.
   std::string device = "COM" + std::to_string(settings_.portNumber);
-  if (comm_.CommOpen(settings_.portNumber, device, mode) != 0) return FailWith({kSerialPortError, comm_.ErrorText()});
-
   isBrokenOff_ = true;  // unless it comes to its end
+  if (comm_.CommOpen(settings_.portNumber, device, mode) != 0) {
+    isBrokenOff_ = false;
+    return FailWith({kSerialPortError, comm_.ErrorText()});
+  }
   const bool connected = RunConnectSteps();
   isBrokenOff_ = false;
   if (connected) log_.WriteLog("Port " + settings_.port + " opened [" + mode + "]");

@@ -53,11 +53,11 @@ bool PinCheck::QueryState() {
 // Asks again while the SIM is busy, as it is when the modem starts.
 Answer PinCheck::AskState() {
   const WholeSecondWait wait(platform_, settings_.timeout);
-  bool isInStep = false;
+  bool isInStep = !manner_.answersEndAtResult;
   for (;;) {
     Answer answer = exchange_.CheckCommandResponse("AT+CPIN?\r");
     // The result of what a program before this one cancelled can set all answers back by one.
-    if (manner_.answersEndAtResult && answer.IsGood() && answer.Information("+CPIN:").empty() && !isInStep) {
+    if (!isInStep && answer.IsGood() && answer.Information("+CPIN:").empty()) {
       isInStep = true;
       if (exchange_.Resynchronise()) continue;
     }

@@ -25,6 +25,7 @@ SMS::State::State(std::shared_ptr<GSM> gsm, const Options& options)
   gsm_->settings.sendsPinOnLastAttempt = options.sendsPinOnLastAttempt;
   const Recovery recovery = options.dialogue == Dialogue::kPrompt ? options.recovery : Recovery();
   gsm_->settings.recovery = {recovery.repeats, recovery.restarts, recovery.reopens};
+  gsm_->log.SetTrace(options.trace);
   ReplaceInbox();
   wap = std::make_shared<tavro::Wap>(std::make_unique<tavro::Wap::State>(PushServicesOf(gsm_), gsm_->platform));
 }

@@ -32,7 +32,7 @@ class Arrivals {
  public:
   // A line of the modem's own accord, the `heard`th, under that connection; "+CMT" and "+CDS" with their PDU. Whether
   // it told of an arrival. One that cannot be understood is an arrival at a place that is not known.
-  bool Take(std::string_view line, std::uint64_t heard, int connection = 0);
+  bool Take(std::string_view line, std::uint64_t heard, int connection);
 
   bool IsEmpty() const { return queue_.empty(); }
   Arrival Next();

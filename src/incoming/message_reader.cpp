@@ -117,7 +117,7 @@ PendingError MessageReader::List(char stat, ListingAnswer& answer) {
   const bool isWhole = exchange_.EndedWell(answer.IsComplete()) || answer.SaysNothingIsStored();
   exchange_.MarkCommandEnd();
   // A long answer is not copied for a log that does not take it.
-  if (log_.LogType() >= 2) log_.WriteLog("Modem Response: " + answer.Text());
+  if (log_.TakesActivity()) log_.WriteLog("Modem Response: " + answer.Text());
   if (isWhole) return {};
   if (answer.IsBlank()) connection_.DisconnectModem();
   return kReadInvalidResponse;

@@ -141,8 +141,8 @@ bool SIMBox::AddRecord(SIMMessage record) {
   std::int32_t& position = positions_[location];
   if (position != kNone) {
     records_[static_cast<std::size_t>(position)] = std::move(record);
-    if (JoinsWithCare())
-      MarkDoubtful(records_[static_cast<std::size_t>(position)].memoryIndex);  // one of the two stands elsewhere
+    // One of the two stands elsewhere.
+    if (JoinsWithCare()) MarkDoubtful(static_cast<std::int16_t>(location));
     return true;
   }
   if (IsFull()) return false;

@@ -105,7 +105,7 @@ AnswerSorter::AnswerSorter(std::string_view command, bool numericResults)
 }
 
 void AnswerSorter::AppendEarlier(std::string_view data) {
-  isEarlier_ = true;
+  isEarlier_ = beganEarlier_ = true;
   Append(data);
   isEarlier_ = false;
   blank_.clear();
@@ -131,7 +131,7 @@ std::size_t AnswerSorter::Append(std::string_view data) {
         taken = end;
       }
       // At the start of a line, with its blank; some modems give none.
-      if (!idle_ && !entry_ && !isEarlier_ && (line_ == "> " || (promptExpected_ && line_ == ">"))) {
+      if (!idle_ && !entry_ && !beganEarlier_ && (line_ == "> " || (promptExpected_ && line_ == ">"))) {
         EndWithPrompt();
       }
     } else if (line_.empty()) {
@@ -224,7 +224,7 @@ void AnswerSorter::EndLine() {
   quotesCountedTo_ = 0;
   std::string line(WithoutControls(line_));
   if (line.empty()) {
-    if (std::exchange(beganEarlier_, false) || isEarlier_) line_.clear();
+    if (beganEarlier_) line_.clear();
     blank_ += std::exchange(line_, {});
   } else {
     Judge(std::move(line));
@@ -232,10 +232,11 @@ void AnswerSorter::EndLine() {
     blank_.clear();
     line_.clear();
   }
+  beganEarlier_ = isEarlier_;
 }
 
 void AnswerSorter::Judge(std::string line) {
-  const bool isOther = idle_ || std::exchange(beganEarlier_, false) || isEarlier_;
+  const bool isOther = idle_ || beganEarlier_;
   // A result code or another indication is no PDU, which was lost then.
   const bool isRest = std::exchange(takesNextLine_, false) && PrefixOf(line).empty() && ResultOf(line) == End::kNone;
   if (isRest) {

@@ -99,23 +99,27 @@ std::string LogHandling::Secret(const std::string& pin) const {
 }
 
 void LogHandling::WriteLog(std::string_view text) {
-  if (logType_ < 2 || Trim(text).empty()) return;
-  Append("", text);
+  if (!TakesActivity() || Trim(text).empty()) return;
+  Append(kActivity, "", text);
 }
 
 void LogHandling::WriteErrorLine(std::int32_t code, std::string_view text) {
-  if (logType_ < 1 || code == 0 || code == kCannotOpenLog.code) return;
-  Append("ERROR [" + std::to_string(code) + "] ", text);
+  if ((logType_ < kErrors && !trace_) || code == 0 || code == kCannotOpenLog.code) return;
+  Append(kErrors, "ERROR [" + std::to_string(code) + "] ", text);
 }
 
-void LogHandling::Append(std::string_view prefix, std::string_view text) {
+// In the file only with the least log type that has such lines.
+void LogHandling::Append(std::int16_t least, std::string_view prefix, std::string_view text) {
   line_ = Stamp();
+  const std::size_t start = line_.size();
   line_ += prefix;
   if (isGuarded_) {
     AppendOnOneLine(line_, GuardedText(platform_, text));
   } else {
     AppendOnOneLine(line_, text);
   }
+  if (trace_) trace_(platform_.FromCodePage(std::string_view(line_).substr(start)));
+  if (logType_ < least) return;
   line_ += kLineEnd;
   if (!platform_.WriteToFile(file_, line_, true)) Report(kCannotOpenLog);
 }

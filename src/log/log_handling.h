@@ -5,6 +5,7 @@
 #include <functional>
 #include <string>
 #include <string_view>
+#include <utility>
 
 #include "base/error_codes.h"
 #include "platform/platform.h"
@@ -22,15 +23,21 @@ namespace tavro {
 class LogHandling {
  public:
   using FailureReport = std::function<void(std::int32_t code, std::string_view text)>;
+  using Trace = std::function<void(std::u16string_view line)>;
 
   explicit LogHandling(Platform& platform, bool isGuarded = false);
 
   // Where the log reports its own failures: the error state, which in turn writes its errors here.
   void AttachErrorState(FailureReport report) { report_ = std::move(report); }
 
+  // Who is told every line of log type 2, without its time, whatever the log type; nobody at the start.
+  void SetTrace(Trace trace) { trace_ = std::move(trace); }
+
   // 0 nothing, 1 errors, 2 errors and activity.
   void SetLogType(std::int16_t logType) { logType_ = logType; }
   std::int16_t LogType() const { return logType_; }
+  // Whether anybody gets an activity line, for lines that cost something to make.
+  bool TakesActivity() const { return logType_ >= kActivity || trace_; }
 
   // Keeps the old folder, and returns false, when the new one does not exist. The folder reads back with the separator
   // at its end.
@@ -52,9 +59,11 @@ class LogHandling {
   bool Clear(std::int16_t linesToKeep);
 
  private:
+  static constexpr std::int16_t kErrors = 1, kActivity = 2;
+
   std::u16string WithSeparator(std::u16string_view folder) const;
   void UseFolder(std::u16string_view folder);
-  void Append(std::string_view prefix, std::string_view text);
+  void Append(std::int16_t least, std::string_view prefix, std::string_view text);
   const std::string& Stamp();
   bool IsNotYetWritten() const;
   bool ReadLastLines(std::int16_t count, std::string& lines) const;
@@ -63,6 +72,7 @@ class LogHandling {
   Platform& platform_;
   const bool isGuarded_;
   FailureReport report_;
+  Trace trace_;
   std::int16_t logType_ = 0;
   std::u16string folder_;
   std::u16string file_;

@@ -116,7 +116,7 @@ std::optional<SubmitCause> SubmitCauseIn(std::string_view answer) {
   before = Trim(before.substr(before.find_last_of('>') + 1));
   if (!before.empty() && before != "+CMS" && before != "+CME") return {};  // no result of the modem's
   std::string_view rest = std::string_view(plain).substr(error + 5);
-  if (!start.ends_with("+CMS ") || !rest.starts_with(':')) return SubmitCause();
+  if (before != "+CMS" || !rest.starts_with(':')) return SubmitCause();
   rest = Trim(rest.substr(1, rest.find_first_of("\r\n") - 1));
   int number = 0;
   return ParseWhole(rest, number) ? CauseOf(number) : CauseOf(rest);

@@ -26,9 +26,9 @@ namespace {
 using Words = std::u16string_view;
 
 constexpr Words kTypes[] = {u"SMS-DELIVER", u"SMS-SUBMIT", u"SMS-STATUS-REPORT", u"reserved, read as SMS-DELIVER"};
-constexpr Words kMore[] = {u"more messages wait in the service centre", u"no more messages wait"};
-constexpr Words kLoop[] = {u"neither forwarded nor spawned", u"forwarded, or spawned"};
-constexpr Words kReturned[] = {u"no status report goes to the sender", u"a status report goes to the sender"};
+constexpr Words kMore[] = {u"more messages wait", u"no more messages wait"};
+constexpr Words kLoop[] = {u"not forwarded or spawned", u"forwarded or spawned"};
+constexpr Words kReturned[] = {u"no status report to sender", u"a status report to sender"};
 constexpr Words kHeader[] = {u"TP-UD has no header", u"TP-UD begins with a header"};
 constexpr Words kReplyPath[] = {u"no reply path", u"reply path"};
 constexpr Words kDuplicates[] = {u"duplicates are accepted", u"duplicates are to be rejected"};

@@ -8,31 +8,31 @@ namespace tavro {
 
 namespace {
 
-constexpr std::u16string_view kTypesOfNumber[] = {
-    u"unknown type of number", u"international number", u"national number",    u"network specific number",
-    u"subscriber number",      u"alphanumeric",         u"abbreviated number", u"reserved type of number"};
+constexpr std::u16string_view kTypesOfNumber[] = {u"unknown type",     u"international", u"national",
+                                                  u"network specific", u"subscriber",    u"alphanumeric",
+                                                  u"abbreviated",      u"reserved type"};
 
 std::u16string_view NumberingPlan(int plan) {
   switch (plan) {
     case 0:
-      return u"unknown numbering plan";
+      return u"unknown plan";
     case 1:
-      return u"ISDN/telephone numbering plan";
+      return u"ISDN/telephone";
     case 3:
-      return u"data numbering plan";
+      return u"data plan";
     case 4:
-      return u"telex numbering plan";
+      return u"telex plan";
     case 5:
     case 6:
       return u"service centre specific plan";
     case 8:
-      return u"national numbering plan";
+      return u"national plan";
     case 9:
-      return u"private numbering plan";
+      return u"private plan";
     case 10:
-      return u"ERMES numbering plan";
+      return u"ERMES plan";
     default:
-      return u"reserved numbering plan";
+      return u"reserved plan";
   }
 }
 
@@ -146,8 +146,8 @@ std::u16string TypeOfAddressWords(int type) {
 
 std::u16string ProtocolWords(int protocol) {
   const auto low = static_cast<std::size_t>(protocol & 0x1F);
-  if (protocol == 0) return u"between short message entities";
-  if (protocol < 0x20) return u"between short message entities, protocol " + Decimal(low);
+  if (protocol == 0) return u"SME-to-SME";
+  if (protocol < 0x20) return u"SME-to-SME, protocol " + Decimal(low);
   if (protocol < 0x40) {
     std::u16string text = u"telematic interworking: ";
     if (low >= 0x18) return text + (low == 0x1F ? u"mobile station" : u"service centre specific");
@@ -190,7 +190,7 @@ std::u16string DataCodingWords(int scheme) {
     text += u" (reserved coding group)";
   }
   if (coding.messageClass) {
-    constexpr std::u16string_view kClasses[] = {u"at once shown", u"ME-specific", u"(U)SIM-specific", u"TE-specific"};
+    constexpr std::u16string_view kClasses[] = {u"shown at once", u"ME-specific", u"(U)SIM-specific", u"TE-specific"};
     const auto number = static_cast<std::size_t>(*coding.messageClass);
     text += u", class " + Decimal(number) + u" (" + std::u16string(kClasses[number]) + u")";
   }
@@ -226,7 +226,7 @@ std::u16string_view ElementWords(int identifier) {
   const auto index = static_cast<std::size_t>(identifier);
   if (index < std::size(kElements)) return kElements[index];
   if (identifier >= 0x70 && identifier <= 0x7F) return u"(U)SIM toolkit security headers";
-  if (identifier >= 0x80 && identifier <= 0x9F) return u"specific to the short message entities";
+  if (identifier >= 0x80 && identifier <= 0x9F) return u"SME-to-SME specific use";
   if (identifier >= 0xC0 && identifier <= 0xDF) return u"service centre specific use";
   return u"reserved";
 }

@@ -36,30 +36,6 @@ class RichLine : public SimulatedLine {
     const FailingNew::Pause pause;
     return SimulatedLine::Close(handle);
   }
-  bool SetupQueues(Handle handle, std::uint32_t input, std::uint32_t output) override {
-    const FailingNew::Pause pause;
-    return SimulatedLine::SetupQueues(handle, input, output);
-  }
-  bool Purge(Handle handle, std::uint32_t flags) override {
-    const FailingNew::Pause pause;
-    return SimulatedLine::Purge(handle, flags);
-  }
-  bool GetLineState(Handle handle, LineState& state) override {
-    const FailingNew::Pause pause;
-    return SimulatedLine::GetLineState(handle, state);
-  }
-  bool BuildLineState(const std::string& mode, LineState& state) override {
-    const FailingNew::Pause pause;
-    return SimulatedLine::BuildLineState(mode, state);
-  }
-  bool SetLineState(Handle handle, const LineState& state) override {
-    const FailingNew::Pause pause;
-    return SimulatedLine::SetLineState(handle, state);
-  }
-  bool SetTimeOuts(Handle handle, const SerialTimeOuts& timeOuts) override {
-    const FailingNew::Pause pause;
-    return SimulatedLine::SetTimeOuts(handle, timeOuts);
-  }
   bool Read(Handle handle, char* buffer, std::uint32_t size, std::uint32_t& count) override {
     const FailingNew::Pause pause;
     return SimulatedLine::Read(handle, buffer, size, count);
@@ -108,7 +84,12 @@ void GetMessage(Life& life) {
 }
 
 const Call kCalls[] = {
-    {"Connect", [](Life& life) { life.sms.Disconnect(); }, [](Life& life) { life.sms.Connect(); }},
+    {"Connect",
+     [](Life& life) {
+       life.sms.Disconnect();
+       life.modem.Settings().echo = true;
+     },
+     [](Life& life) { life.sms.Connect(); }},
     {"settings", Nothing,
      [](Life& life) {
        life.sms.SetValidity(kValidity);
@@ -186,6 +167,7 @@ TEST_P(Memory, NoneIsLeftForAnyAllocationOfAnyCall) {
         }
         const std::u16string imei = life.sms.IMEI();
         ASSERT_EQ(imei, u"490154203237518") << life.folder.Log();
+        ASSERT_FALSE(life.modem.Settings().echo);
       }
     }
     for (const auto& pdu : life.modem.Pdus()) {
