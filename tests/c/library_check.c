@@ -1,5 +1,5 @@
-/* Tries the C library as it is built, with a modem on COM1 that answers. Prints what is wrong; the exit status is 0 when
- * nothing is. */
+/* Tries the C library as it is built, with a modem on COM1 that answers. Prints what is wrong; the exit status is 0
+ * when nothing is. */
 #include <stdio.h>
 #include <string.h>
 
@@ -7,8 +7,8 @@
 
 static int failures;
 
-static void check(int holds, const char *what) {
-  const char *text;
+static void check(int holds, const char* what) {
+  const char* text;
   const int code = tavro_error(NULL, &text);
   if (holds) return;
   ++failures;
@@ -18,8 +18,8 @@ static void check(int holds, const char *what) {
 int main(void) {
   tavro_options options = {.struct_size = sizeof options, .device = "COM1"};
   tavro_pdu_part part = {.struct_size = sizeof part};
-  tavro_modem *modem = NULL;
-  tavro_list *list = NULL;
+  tavro_modem* modem = NULL;
+  tavro_list* list = NULL;
   tavro_text text = {NULL, 0};
   check(tavro_version() == TAVRO_VERSION_NUMBER, "version");
   check(tavro_open(&options, &modem) == TAVRO_OK, "open");
