@@ -67,6 +67,22 @@ port, to try programs without hardware.")
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_SHLIBDEPS ON)
 set(CPACK_DEBIAN_PROGRAMS_PACKAGE_CONTROL_EXTRA ${CMAKE_CURRENT_LIST_DIR}/prerm ${CMAKE_CURRENT_LIST_DIR}/postrm)
 
+tavro_debian_package(Python python3-tavro python foreign
+"send and receive short messages through a GSM modem (Python)
+The Python package tavro sends short messages, waits for and deletes received
+ones, also with asyncio, follows delivery reports and USSD dialogues, and takes
+PDUs apart.
+.
+tavro.testing is a simulated modem for the tests of programs that use it, also
+as a fixture of pytest. It needs the package tavro.")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_DEPENDS
+  "libtavro${PROJECT_VERSION_MAJOR} (= ${PROJECT_VERSION}-${CPACK_DEBIAN_PACKAGE_RELEASE}), python3:any (>= 3.9)")
+set(CPACK_DEBIAN_PYTHON_PACKAGE_RECOMMENDS tavro)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_SUGGESTS python3-pytest)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_ARCHITECTURE all)
+set(CPACK_DEBIAN_PYTHON_PACKAGE_CONTROL_EXTRA
+  ${CMAKE_CURRENT_LIST_DIR}/python/postinst ${CMAKE_CURRENT_LIST_DIR}/python/prerm)
+
 set(CPACK_GENERATOR DEB)
 set(CPACK_DEB_COMPONENT_INSTALL ON)
 set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)

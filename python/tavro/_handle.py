@@ -55,6 +55,9 @@ class Handle:
             raise AfterForkError(c.Code.AFTER_FORK, "The modem belongs to the process that made this one")
         return self._handle
 
+    def _is_open(self) -> bool:
+        return self._handle is not None and not self._is_closing
+
     def _quick(self, work: Callable[[int], Result]) -> Result:
         """What `work` returns, which is given the handle and asks the modem nothing."""
         handle = self._opened()

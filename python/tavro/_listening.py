@@ -29,6 +29,12 @@ class Turns:
         self.callers = 0
         self.is_waiting = False  # the listener, in the library
 
+    def require_silence(self) -> None:
+        """Raises InUseError when somebody awaits messages of a listener."""
+        listening = self.listening
+        if listening is not None and listening.is_awaited:
+            raise InUseError(c.Code.IN_USE, "The modem is being listened to")
+
     @contextlib.contextmanager
     def caller(self, cancel: Callable[[], object]) -> Iterator[None]:
         """Keeps the listener out; `cancel` ends its wait."""
@@ -52,8 +58,10 @@ class Listening:
     """The thread. What it hears stands in the modem's `_heard`, where the next one who asks finds it."""
 
     def __init__(self, modem: Receiving) -> None:
-        """In the loop that is to be told. Raises InUseError when the modem is being listened to."""
+        """In the loop that is to be told. Takes the place of one that nobody awaits, as that of a cancelled task is,
+        and raises InUseError when somebody does."""
         self.has_news = asyncio.Event()
+        self.is_awaited = False
         self.error: BaseException | None = None
         self.has_ended = False
         self._stops = False
@@ -61,8 +69,9 @@ class Listening:
         self._turns = modem._turns
         self._loop = asyncio.get_running_loop()
         with self._turns.condition:
+            self._turns.require_silence()
             if self._turns.listening is not None:
-                raise InUseError(c.Code.IN_USE, "The modem is being listened to")
+                self._turns.listening.stop()
             self._turns.listening = self
         try:
             threading.Thread(target=self._run, name="tavro-listen", daemon=True).start()
@@ -148,9 +157,16 @@ class Listener:
                 error, self._listening = self._listening.error, None
                 if error is not None:
                     raise error
+                if self._modem._is_open():
+                    continue  # another listener came
                 self._is_closed = True
                 break
-            await self._listening.has_news.wait()
+            listening = self._listening
+            listening.is_awaited = True
+            try:
+                await listening.has_news.wait()
+            finally:
+                listening.is_awaited = False
         raise StopAsyncIteration
 
     async def __aenter__(self) -> Listener:

@@ -7,7 +7,7 @@ from typing import Literal
 
 from . import _declarations as c
 from ._arguments import Deadline, text
-from ._errors import DeleteError, InUseError
+from ._errors import DeleteError
 from ._handle import FLAG, TEXT, Handle, Property, Setting
 from ._library import List, check, library
 from ._listening import Listener
@@ -48,8 +48,7 @@ class Receiving(Handle):
         end = Deadline(timeout)
         is_first = True
         while True:
-            if self._turns.listening is not None:
-                raise InUseError(c.Code.IN_USE, "The modem is being listened to")
+            self._turns.require_silence()
             if self._heard:
                 heard, count = self._heard, len(self._heard)
                 return [heard.popleft() for _ in range(count)]

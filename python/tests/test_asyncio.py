@@ -72,7 +72,7 @@ def test_failure_and_misuse(simulated_modem: SimulatedModem) -> None:
         modem = simulated_modem.open()
         messages = modem.listen()
         waiting = asyncio.ensure_future(messages.__anext__())
-        while modem._turns.listening is None:
+        while modem._turns.listening is None or not modem._turns.listening.is_awaited:
             await asyncio.sleep(0)
         with pytest.raises(tavro.InUseError):
             modem.wait(1)
@@ -82,8 +82,12 @@ def test_failure_and_misuse(simulated_modem: SimulatedModem) -> None:
         with pytest.raises(tavro.Error):
             await waiting
         simulated_modem.plug()
-        simulated_modem.receive("+447700900123", "back again")
-        assert (await messages.__anext__()).text == "back again"
+        for text in ("back again", "twice"):  # by two listeners that nobody awaits at the same time
+            simulated_modem.receive("+447700900123", text)
+            assert (await messages.__anext__()).text == text
+            simulated_modem.receive("+447700900123", text)
+            other = modem.listen()
+            assert (await other.__anext__()).text == text
         waiting = asyncio.ensure_future(messages.__anext__())
         await asyncio.sleep(0)
         modem.close()  # ends what listens

@@ -11,7 +11,7 @@ from pathlib import Path
 import pytest
 
 HERE = Path(__file__).resolve().parents[1]
-BUILD = Path(os.environ["TAVRO_BUILD"]).resolve()
+BUILD = Path(os.environ.get("TAVRO_BUILD", HERE.parent / "build/release")).resolve()
 # A program and its test, where Tavro is installed and pytest finds the fixture by itself.
 TEST = """
 import tavro, tavro._library
