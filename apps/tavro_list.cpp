@@ -35,7 +35,7 @@ void List(Session& session, const ListArguments& arguments) {
     std::size_t i = 0;
     for (auto message = inbox->begin(); message != inbox->end(); ++message, ++i) {
       messages.push_back({message.Get(), memory, arguments.choice.type == InboxChoice::kAll, isUnread[i]});
-      json.Add(ItemOf(messages.back()));
+      if (!json.IsText()) json.Add(ItemOf(messages.back()));
     }
   });
   json.Finish();

@@ -19,6 +19,14 @@ namespace {
 
 using tavro::FromUtf8, tavro::ToUtf8;
 
+// Two messages are the same to the user when they have it in common.
+std::u16string LookOf(const tavro::Message& message) {
+  const std::vector<std::uint8_t> data = message.Data();
+  std::u16string look = message.Phone() + u'\n' + message.TimeStampRFC() + u'\n' + message.SMSC() + u'\n';
+  look += message.Text() + u'\n';
+  return look.append(data.begin(), data.end());
+}
+
 // Shows the lines of the dialogue, with the seconds since the program began it.
 std::function<void(std::u16string_view)> Dialogue() {
   return [start = std::chrono::steady_clock::now()](std::u16string_view line) {
@@ -96,18 +104,17 @@ std::vector<bool> Session::ReadInbox(const InboxChoice& choice) {
   progress.Show("reading the messages");
   const auto inbox = sms_.Inbox();
   inbox->SetConcatenate(choice.joined);
-  std::map<std::string, int> unread;  // by what they look like: they have no other name
+  std::map<std::u16string, int> unread;  // by what they look like: they have no other name
   if (choice.type == InboxChoice::kAll) {
     // A listing puts the read messages first and then makes all of them read. Done twice, the order is the same each
     // time, and a number shown by `list` names the same message in `delete`.
     Check(inbox->Refresh(InboxChoice::kUnread));
-    for (const tavro::Message& message : *inbox) ++unread[DumpLine(JsonOf(message))];
+    for (const tavro::Message& message : *inbox) ++unread[LookOf(message)];
   }
   Check(inbox->Refresh(choice.type));
   std::vector<bool> isUnread;
   for (const tavro::Message& message : *inbox) {
-    isUnread.push_back(choice.type == InboxChoice::kUnread ||
-                       (choice.type == InboxChoice::kAll && unread[DumpLine(JsonOf(message))]-- > 0));
+    isUnread.push_back(choice.type == InboxChoice::kUnread || (!unread.empty() && unread[LookOf(message)]-- > 0));
   }
   return isUnread;
 }

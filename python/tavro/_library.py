@@ -43,8 +43,8 @@ def library() -> ctypes.CDLL:
     except AttributeError:
         raise LibraryError(f"{path} is not Tavro's library", name="tavro", path=path) from None
     if version < NEEDED_VERSION or version // 10000 != NEEDED_VERSION // 10000:
-        raise LibraryError(f"the library {path} is version {_dotted(version)}, and {_dotted(NEEDED_VERSION)} or a later "
-                           "one of its series is needed", name="tavro", path=path)
+        raise LibraryError(f"the library {path} is version {_dotted(version)}, and {_dotted(NEEDED_VERSION)} or a "
+                           "later one of its series is needed", name="tavro", path=path)
     for name, arguments in c.FUNCTIONS.items():
         getattr(loaded, name).argtypes = arguments
     loaded.tavro_version_text.restype = ctypes.c_char_p

@@ -23,7 +23,8 @@ class Sending(Receiving):
     """A modem that sends."""
 
     service_centre = Setting(c.Property.SMSC, TEXT, "The service centre's number; asks, setting too.", asks=True)
-    validity = Setting(c.Property.VALIDITY, TEXT, 'How long it tries: "30M", "12H", "1D" (the start), "2W"; asks.', asks=True)
+    validity = Setting(c.Property.VALIDITY, TEXT, 'How long it tries: "30M", "12H", "1D" (the start), "2W"; asks.',
+                       asks=True)
     long_message = Setting(c.Property.LONG_MESSAGE, LONG_MESSAGE, "Of a text that does not fit one message.")
     send_delay = Setting(c.Property.SEND_DELAY, SECONDS, "Between two messages, in seconds: 0.001 to 30.")
     send_retry = Setting(c.Property.SEND_RETRY, NUMBER, "0 to 10, 2 at the start: sends again what was refused.")
