@@ -144,7 +144,7 @@ enum {
   TAVRO_MODEM_INIT_STRING = 112,  // a command to send while connecting, "" at the start; 1042
   TAVRO_MESSAGE_MEMORY = 113,     // "SM" (the start) or "ME"; asks, setting too; 2001, 2002
   TAVRO_SMSC = 114,               // the service centre's number; asks, setting too; 4001, 4002
-  TAVRO_VALIDITY = 115,           // how long the service centre tries: "30M", "12H", "1D" (the start), "2W"; 4003
+  TAVRO_VALIDITY = 115,           // how long the service centre tries: "30M", "12H", "1D" (the start), "2W"; asks; 4003
   TAVRO_LOG_FOLDER_PATH = 116,    // of "Tavro.log", with the separator at its end; 8002, 8003
 
   // Cannot be set.
