@@ -46,9 +46,7 @@ bool IsAscii(std::string_view text) {
   return std::all_of(text.begin(), text.end(), [](char c) { return static_cast<unsigned char>(c) < 0x80; });
 }
 
-int WidthOf(std::string_view text) {
-  return IsAscii(text) ? static_cast<int>(text.size()) : WidthOf(CellsOf(text));
-}
+int WidthOf(std::string_view text) { return IsAscii(text) ? static_cast<int>(text.size()) : WidthOf(CellsOf(text)); }
 
 // Filled up with blanks: on the left for numbers.
 std::string Padded(const std::string& text, int width, bool right = false) {
