@@ -2,8 +2,9 @@
 
 #include <utility>
 
-#include "base/text.h"
 #include "console.h"
+#include "failure_hints.h"
+#include "platform/utf8.h"
 
 namespace {
 
@@ -22,8 +23,8 @@ CommandLine::CommandLine() : app("Send and receive short messages through a GSM 
       "machine's\n"
       "  TAVRO_PIN                   PIN of the SIM\n"
       "  NO_COLOR, COLUMNS           No colours; width of the output\n\n"
-      "Exit status: 0 done, 1 refused or failed, 2 wrong arguments, 3 not delivered, 4 not known yet, 128 and the\n"
-      "number of the signal that ended it");
+      "Exit status: 0 done, 1 refused or failed, 2 wrong arguments, 3 not delivered, 4 not known yet, 5 the SIM wants\n"
+      "another PIN or its PUK, 128 and the number of the signal that ended it");
   AddConnectionOptions();
 }
 
@@ -35,13 +36,14 @@ void CommandLine::AddConnectionOptions() {
   line_->require_option(0, 1);
   app.add_option("-b,--baud", connection.baudRate, "Bits per second")
       ->default_str(std::to_string(ConnectionArguments::kUsualBaudRate));
-  app.add_option("-t,--timeout", connection.timeout, "How long to wait for an answer, in milliseconds")
+  app.add_option("-t,--timeout", connection.timeout,
+                 "How long to wait for an answer, in milliseconds; for the result of a message 180 s at least")
       ->capture_default_str();
   app.add_option("--pin", connection.pin, "PIN of the SIM; better given as TAVRO_PIN, which others cannot see")
       ->envname("TAVRO_PIN");
   app.add_option("--memory", connection.memory,
                  "Message memory: SM (SIM), ME (modem), or ALL to list or clear one after the other")
-      ->transform([](const std::string& name) { return tavro::Upper(name); });
+      ->transform(CLI::IsMember({"SM", "ME", ConnectionArguments::kAllMemories}, CLI::ignore_case).description(""));
   app.add_flag("-v,--verbose", connection.verbose, "Show the dialogue with the modem on standard error");
   app.add_option("--init", connection.initString, "Command to send while connecting");
   app.add_option("--log", connection.logFolder, "Folder to write Tavro.log into");
@@ -64,11 +66,20 @@ CLI::App* CommandLine::AddTo(CLI::App& parent, const std::string& name, const st
                              std::function<int()> run, std::function<void()> check) {
   CLI::App* command = parent.add_subcommand(name, description);
   command->callback([this, run = std::move(run), check = std::move(check)] {
+    CheckConnection();
     if (check) check();
     if (line_->count_all() == 0) connection.device = EnvironmentValue("TAVRO_DEVICE");
     action = run;
   });
   return command;
+}
+
+void CommandLine::CheckConnection() const {
+  if (!connection.port.empty()) {
+    CheckSetting("--port", [&](tavro::SMS& sms) { sms.SetPort(tavro::FromUtf8(connection.port)); });
+  }
+  if (connection.baudRate) CheckSetting("--baud", [&](tavro::SMS& sms) { sms.SetBaudRate(*connection.baudRate); });
+  CheckSetting("--timeout", [&](tavro::SMS& sms) { sms.SetTimeout(connection.timeout); });
 }
 
 void CommandLine::RefuseDevice(const std::string& name, const std::string& reason) const {
@@ -84,6 +95,14 @@ void CommandLine::RefuseClassic() const {
   throw CLI::ValidationError("--classic",
                              "without --report, --wait and --delete: it deletes reports unread, and "
                              "knows messages by numbers that change");
+}
+
+void CheckSetting(const std::string& name, const std::function<void(tavro::SMS&)>& set) {
+  tavro::SMS trial;
+  set(trial);
+  if (trial.ErrorCode() == 0) return;
+  const OperationFailed failure(tavro::ToUtf8(trial.ErrorDescription()), trial.ErrorCode(), {});
+  throw CLI::ValidationError(name, std::string(failure.what()) + "; " + HintFor(failure));
 }
 
 CLI::Option* AddChoice(CLI::App& app, const char* name, std::int16_t& value, const Choices& choices,

@@ -12,7 +12,8 @@
 #include "tavro_session.h"
 
 // Exit statuses. 128 and the signal's number when one of EndSignals ended it early.
-inline constexpr int kDone = 0, kFailed = 1, kUsage = 2, kNotDelivered = 3, kDeliveryUnknown = 4, kSignalled = 128;
+inline constexpr int kDone = 0, kFailed = 1, kUsage = 2, kNotDelivered = 3, kDeliveryUnknown = 4, kSimLocked = 5,
+                     kSignalled = 128;
 
 struct CommandLine {
   CommandLine();
@@ -42,6 +43,7 @@ struct CommandLine {
 
  private:
   void AddConnectionOptions();
+  void CheckConnection() const;
 
   CLI::Option_group* line_ = nullptr;  // where the modem is
 };
@@ -53,6 +55,9 @@ CLI::Option* AddChoice(CLI::App& app, const char* name, std::int16_t& value, con
 // An option that takes a time in seconds, at least so many.
 CLI::Option* AddSeconds(CLI::App& app, const char* name, std::optional<std::chrono::seconds>& value, int least,
                         const char* description);
+
+// For `check`. Throws CLI::ValidationError of that name when an object without a modem refuses the settings.
+void CheckSetting(const std::string& name, const std::function<void(tavro::SMS&)>& set);
 
 // The subcommands.
 void AddInfo(CommandLine& line);

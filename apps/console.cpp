@@ -15,6 +15,8 @@ namespace {
 
 constexpr int kLeastWidth = 20, kUsualWidth = 80;
 
+int outputError = 0;  // the first one (errno); a later attempt may tell none
+
 const char* CodeOf(Colour colour) {
   switch (colour) {
     case Colour::kBold:
@@ -33,16 +35,21 @@ const char* CodeOf(Colour colour) {
 
 }  // namespace
 
-void FlushOutput() {
+void PassOutputOn() {
   errno = 0;
-  if (std::cout.flush()) return;
-  if (errno == 0) {  // it failed before; one more try tells why
+  if (!std::cout.flush() && outputError == 0) outputError = errno;
+}
+
+void FlushOutput() {
+  PassOutputOn();
+  if (std::cout) return;
+  if (outputError == 0) {  // it failed in between; one more try tells why
     std::cout.clear();
-    std::cout.flush();
+    PassOutputOn();
     std::cout.setstate(std::ios::badbit);
   }
   throw std::runtime_error("cannot write the output" +
-                           (errno == 0 ? std::string() : ": " + std::generic_category().message(errno)));
+                           (outputError == 0 ? std::string() : ": " + std::generic_category().message(outputError)));
 }
 
 int TerminalWidth() {

@@ -29,7 +29,9 @@ class StandardStreams {
 // Whether standard output is there and, being a pipe, has a reader.
 bool IsOutputOpen();
 
-// Writes out what std::cout holds. Throws std::runtime_error with the system's reason when it, or something before,
+// Writes out what std::cout holds, as far as that can be done; FlushOutput tells when and why it cannot.
+void PassOutputOn();
+// The same. Throws std::runtime_error with the system's reason when it, or something before,
 // could not be written: "cannot write the output: No space left on device".
 void FlushOutput();
 

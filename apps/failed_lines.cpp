@@ -6,6 +6,7 @@
 #include <utility>
 
 #include "csv.h"
+#include "new_file.h"
 
 namespace {
 
@@ -21,14 +22,22 @@ std::string MarkOf(std::string result) {
   return result;
 }
 
+// Of two programs that want the file one gets it.
+void Make(const std::filesystem::path& path) {
+  const std::error_code error = MakeNewFile(path);
+  if (error == std::errc::file_exists) {
+    const std::u8string name = path.filename().u8string();
+    throw std::runtime_error(std::string(name.begin(), name.end()) + " exists already");
+  }
+  if (error) throw std::runtime_error("it cannot be made: " + error.message());
+}
+
 }  // namespace
 
 FailedLines::FailedLines(std::filesystem::path path, const std::vector<Line>& lines) : path_(std::move(path)) {
-  std::error_code none;
-  if (std::filesystem::exists(std::filesystem::symlink_status(path_, none))) {
-    throw std::runtime_error("it exists already");
-  }
-  file_.open(path_, std::ios::binary | std::ios::in | std::ios::out | std::ios::trunc);
+  Make(path_);
+  errno = 0;
+  file_.open(path_, std::ios::binary | std::ios::in | std::ios::out);
   if (!file_) Fail("it cannot be made");
   std::string content = kHeader;
   for (const Line& line : lines) {
@@ -38,6 +47,7 @@ FailedLines::FailedLines(std::filesystem::path path, const std::vector<Line>& li
   if (!file_.write(content.data(), static_cast<std::streamsize>(content.size())).flush()) {
     const int error = errno;
     file_.close();
+    std::error_code none;
     std::filesystem::remove(path_, none);
     errno = error;
     Fail("it cannot be written");
@@ -58,6 +68,7 @@ void FailedLines::Finish(const std::vector<Line>& left) {
   // Another file in its place: a full disk must not cost what stands here.
   std::filesystem::path next = path_;
   next += ".new";
+  Make(next);
   std::ofstream file(next, std::ios::binary | std::ios::trunc);
   file << kHeader;
   for (const Line& line : left) file << RowOf(line, CsvField(line.result));

@@ -88,7 +88,9 @@ constexpr FailureHint kHints[] = {
     {2010, kPuk},
     {2011, kUnplug},
     {2012, kUnplug},
-    {2013, "correct TAVRO_PIN; the SIM's last attempt is made only with --last-pin-attempt, and a wrong one locks it"},
+    {2013,
+     "correct TAVRO_PIN and do not guess: three wrong ones lock the SIM; where the modem tells how many are left, the "
+     "last one is made only with --last-pin-attempt"},
     {2014, kPin},
     {2015, kUnplug},
     {2016, kUnplug},
@@ -197,6 +199,15 @@ std::uint32_t SystemErrorIn(std::string_view text) {
 }
 
 }  // namespace
+
+bool IsSimLocked(std::int32_t code) {
+  using namespace tavro;
+  for (const ErrorDefinition& error :
+       {kInvalidOrWrongPin, kInvalidOrWrongPuk, kWaitingForPuk, kInvalidPin, kBlankPin}) {
+    if (error.code == code) return true;
+  }
+  return false;
+}
 
 std::string HintFor(const OperationFailed& failure) {
   if (!failure.Hint().empty()) return failure.Hint();

@@ -84,7 +84,8 @@ std::unique_ptr<FailedLines> MakeFailedLines(const std::string& path, const std:
   try {
     return std::make_unique<FailedLines>(PathOf(path), LinesOf(jobs));
   } catch (const std::runtime_error& error) {
-    Fail(path, std::string(error.what()) + "; nothing was sent");
+    throw OperationFailed(path + ": " + error.what() + "; nothing was sent",
+                          "make room there, or name another file with --failed");
   }
 }
 
@@ -116,12 +117,20 @@ void FinishSendFile(const std::vector<SendJob>& jobs, FailedLines* lines, const 
       lines->Finish(left);
     } catch (const std::exception& error) {
       std::cerr << "tavro: " << PrintableLine(path + ": " + error.what())
-                << "; it has all lines, and its last column says which were sent: it can be sent as it is\n";
+                << "; it has all lines, and its last column says which were sent: it can be sent as it is\n"
+                << "  hint: make room there, and give it to --csv with another --failed\n";
       return;
     }
   }
   if (left.empty()) return;
-  if (lines) summary << "What is not sent stands in " << PrintableLine(path) << '\n';
+  if (lines) {
+    std::string kinds;
+    if (counts[Result::kRefused] + counts[Result::kNotSent] > 0) kinds += "not sent, ";
+    if (!unknown.empty()) kinds += "perhaps sent, ";
+    if (undeliverable > 0) kinds += "not delivered, ";
+    kinds.resize(kinds.size() - 2);
+    summary << "What is " << kinds << " stands in " << PrintableLine(path) << '\n';
+  }
   if (!unknown.empty()) summary << "What is perhaps sent is only sent again with --send-unknown\n";
   summary << std::flush;
 }

@@ -1,6 +1,7 @@
 // The messages that one `tavro send` has to send, and what became of each.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <optional>
 #include <string>
@@ -21,6 +22,7 @@ struct SendJob {
 
   std::string number, text;
   int line = 0;  // of the file that it stands in; 0: none
+  std::size_t parts = 1;
   Result result = Result::kNotSent;
   bool isLeftOut = false;                        // unknown since an earlier attempt, and not to be tried again
   std::string reason = {};                       // why it is not sent: "error 4012: ..."

@@ -39,7 +39,8 @@ std::vector<ListedMessage> MessagesOf(tavro::Inbox& inbox, std::vector<std::int1
     auto message = inbox.Message(index);
     if (!message) {
       throw OperationFailed("no message has the number " + std::to_string(index) + ", of " +
-                            Counted(static_cast<std::size_t>(inbox.Count())) + "; nothing was deleted");
+                                Counted(static_cast<std::size_t>(inbox.Count())) + "; nothing was deleted",
+                            "tavro list shows the numbers");
     }
     messages.push_back({std::move(message), {}, true});
   }
@@ -78,7 +79,8 @@ void Delete(Session& session, const DeleteArguments& arguments) {
   }
   ProgressLine::Clear();
   if (json.IsText()) std::cout << Counted(deleted) << " deleted\n";
-  if (deleted < messages.size()) throw OperationFailed("not all messages were deleted");
+  if (deleted < messages.size())
+    throw OperationFailed("not all messages were deleted", "run tavro list again, and delete what is left");
 }
 
 // Whether the user says so, where one sits at a terminal.
@@ -101,7 +103,7 @@ void Clear(Session& session, const ClearArguments& arguments) {
     if (count > 0) {
       const std::string place = memory.empty() ? "" : " in " + memory;
       if (!arguments.isSure && !IsWanted("Delete all " + Counted(count) + place + "?")) {
-        throw OperationFailed("nothing was deleted" + place);
+        throw OperationFailed("nothing was deleted" + place, "answer with y, or give --yes");
       }
       ProgressLine progress;
       progress.Show("deleting " + Counted(count));
@@ -128,6 +130,7 @@ void AddDelete(CommandLine& line) {
       },
       [&line] { line.RefuseAllMemories("a number stands for a message of one memory: SM or ME"); });
   remove->add_option("INDEX", arguments->indexes, "Their numbers in the list of all messages")
+      ->check(CLI::Range(1, 32767).description(""))
       ->type_name("")
       ->required();
   remove->add_flag("--joined", arguments->joined, "The numbers are from a list with --joined");

@@ -76,7 +76,10 @@ void AddOutputForm(CLI::App& app, OutputForm& form) {
 }
 
 void JsonPrinter::Add(const Json& item) {
-  if (form_ == OutputForm::kJsonLines) std::cout << DumpLine(item) << std::endl;
+  if (form_ == OutputForm::kJsonLines) {
+    std::cout << DumpLine(item) << '\n';
+    PassOutputOn();
+  }
   if (form_ != OutputForm::kJson) return;
   items_ += items_.empty() ? "\n" : ",\n";
   const std::string dump = Dump(item);
@@ -88,11 +91,15 @@ void JsonPrinter::Add(const Json& item) {
 }
 
 void JsonPrinter::Finish() {
-  if (form_ == OutputForm::kJson) std::cout << '[' << items_ << (items_.empty() ? "]" : "\n]") << std::endl;
+  if (form_ != OutputForm::kJson) return;
+  std::cout << '[' << items_ << (items_.empty() ? "]\n" : "\n]\n");
+  PassOutputOn();
 }
 
 void JsonPrinter::Print(const Json& object) {
-  if (!IsText()) std::cout << (form_ == OutputForm::kJson ? Dump(object) : DumpLine(object)) << std::endl;
+  if (IsText()) return;
+  std::cout << (form_ == OutputForm::kJson ? Dump(object) : DumpLine(object)) << '\n';
+  PassOutputOn();
 }
 
 const char* NameOf(tavro::DeliveryState state) {

@@ -1,11 +1,11 @@
 // tavro pdu: PDUs taken apart and built, without a modem.
 #include <iostream>
 #include <memory>
-#include <stdexcept>
 #include <string>
 #include <vector>
 
 #include "command_line.h"
+#include "failure_hints.h"
 #include "pdu_input.h"
 #include "pdu_output.h"
 #include "platform/utf8.h"
@@ -48,7 +48,10 @@ void ReportFault(const DecodedPdu& pdu, std::size_t number, std::size_t count) {
   std::cout << std::flush;
   std::cerr << "tavro: ";
   if (count > 1) std::cerr << "PDU " << number << ": ";
-  std::cerr << PrintableLine(pdu.error) << '\n';
+  std::cerr
+      << PrintableLine(pdu.error)
+      << "\n  hint: see that the PDU is whole, and whether --no-service-centre or --direction fits; --explain shows "
+         "how far it goes\n";
 }
 
 int Decode(const DecodeArguments& arguments) {
@@ -57,7 +60,7 @@ int Decode(const DecodeArguments& arguments) {
   if (arguments.direction == "received") options.direction = tavro::PduDirection::kReceived;
   if (arguments.direction == "sent") options.direction = tavro::PduDirection::kSent;
   const std::vector<PduText> texts = ReadPdus(arguments.pdus);
-  if (texts.empty()) throw std::runtime_error("there is no PDU on standard input");
+  if (texts.empty()) throw OperationFailed("there is no PDU on standard input", "give hex digits, a PDU a line");
   bool isWhole = true;
   Json list = Json::array();
   for (std::size_t i = 0; i < texts.size(); ++i) {
@@ -99,13 +102,17 @@ tavro::EncodeOptions OptionsOf(const EncodeArguments& arguments, const Connectio
   return options;
 }
 
-int Encode(const EncodeArguments& arguments, const ConnectionArguments& connection) {
-  const tavro::EncodedPdu encoded =
-      tavro::EncodePdu(FromUtf8(arguments.number), FromUtf8(TextOf(arguments.text)), OptionsOf(arguments, connection));
-  if (encoded.errorCode != 0) {
-    throw OperationFailed("error " + std::to_string(encoded.errorCode) + ": " + ToUtf8(encoded.errorDescription),
-                          encoded.errorCode, {});
-  }
+tavro::EncodedPdu EncodedOf(const EncodeArguments& arguments, const ConnectionArguments& connection) {
+  const std::string text = TextOf(arguments.text);
+  PartsOf("TEXT", text, arguments.options, connection.wideReferences);
+  tavro::EncodedPdu encoded =
+      tavro::EncodePdu(FromUtf8(arguments.number), FromUtf8(text), OptionsOf(arguments, connection));
+  if (encoded.errorCode == 0) return encoded;
+  const std::string error = "error " + std::to_string(encoded.errorCode) + ": " + ToUtf8(encoded.errorDescription);
+  throw CLI::ValidationError(error + "; " + HintFor(OperationFailed(error, encoded.errorCode, {})));
+}
+
+int Encode(const EncodeArguments& arguments, const tavro::EncodedPdu& encoded) {
   Json list = Json::array();
   for (const tavro::EncodedPart& part : encoded.parts) {
     if (arguments.shown.IsJson()) {
@@ -127,7 +134,13 @@ void AddDecode(CommandLine& line, CLI::App& pdu) {
   CLI::App* decode = line.AddTo(
       pdu, "decode", "Take PDUs apart: SMS-DELIVER, SMS-SUBMIT, SMS-STATUS-REPORT",
       [arguments] { return Decode(*arguments); },
-      [&line] { line.RefuseDevice("pdu", "it works without a modem, and takes no device"); });
+      [&line, arguments] {
+        line.RefuseDevice("pdu", "it works without a modem, and takes no device");
+        for (const std::string& hex : arguments->pdus) {
+          const bool hasDigits = hex.find_first_of("0123456789ABCDEFabcdef") != std::string::npos;
+          if (hex != "-" && !hasDigits) throw CLI::ValidationError("HEX", "\"" + hex + "\" has no hex digits");
+        }
+      });
   decode->add_option("HEX", arguments->pdus, "PDUs in hex digits; - reads them, or a dialogue, from standard input")
       ->type_name("")
       ->required();
@@ -142,10 +155,14 @@ void AddDecode(CommandLine& line, CLI::App& pdu) {
 
 void AddEncode(CommandLine& line, CLI::App& pdu) {
   const auto arguments = std::make_shared<EncodeArguments>();
+  const auto encoded = std::make_shared<tavro::EncodedPdu>();
   CLI::App* encode = line.AddTo(
       pdu, "encode", "Build the PDUs of a text as they are sent",
-      [&line, arguments] { return Encode(*arguments, line.connection); },
-      [&line] { line.RefuseDevice("pdu", "it works without a modem, and takes no device"); });
+      [arguments, encoded] { return Encode(*arguments, *encoded); },
+      [&line, arguments, encoded] {
+        line.RefuseDevice("pdu", "it works without a modem, and takes no device");
+        *encoded = EncodedOf(*arguments, line.connection);
+      });
   encode->add_option("NUMBER", arguments->number, "Phone number")->type_name("")->required();
   encode->add_option("TEXT", arguments->text, "The text; - reads it from standard input")->type_name("")->required();
   AddTextOptions(*encode, arguments->options);

@@ -21,6 +21,13 @@ struct PushArguments {
 
 const Choices kActions = {{"low", 1}, {"medium", 2}, {"high", 3}};
 
+void CheckText(const PushArguments& arguments) {
+  CheckSetting("NUMBER", [&](tavro::SMS& sms) { sms.WapPush()->SetDestination(FromUtf8(arguments.number)); });
+  CheckSetting("TEXT", [&](tavro::SMS& sms) { sms.WapPush()->SetText(FromUtf8(arguments.text)); });
+  CheckSetting("URL", [&](tavro::SMS& sms) { sms.WapPush()->SetURL(FromUtf8(arguments.url)); });
+  CheckSetting("--expiry", [&](tavro::SMS& sms) { sms.WapPush()->SetExpiry(FromUtf8(arguments.expiry)); });
+}
+
 void Push(Session& session, const PushArguments& arguments) {
   const auto push = session.Sms().WapPush();
   push->SetDestination(FromUtf8(arguments.number));
@@ -41,11 +48,14 @@ void Push(Session& session, const PushArguments& arguments) {
 
 void AddPush(CommandLine& line) {
   const auto arguments = std::make_shared<PushArguments>();
-  CLI::App* push = line.Add("push", "Send a WAP push: a text and the address it leads to", [&line, arguments] {
-    Session session(line.connection);
-    Push(session, *arguments);
-    return kDone;
-  });
+  CLI::App* push = line.Add(
+      "push", "Send a WAP push: a text and the address it leads to",
+      [&line, arguments] {
+        Session session(line.connection);
+        Push(session, *arguments);
+        return kDone;
+      },
+      [arguments] { CheckText(*arguments); });
   push->add_option("NUMBER", arguments->number, "Phone number")->type_name("")->required();
   push->add_option("TEXT", arguments->text, "The text shown")->type_name("")->required();
   push->add_option("URL", arguments->url, "The address to open")->type_name("")->required();

@@ -8,6 +8,7 @@
 #include <vector>
 
 #include "command_line.h"
+#include "console.h"
 #include "end_signals.h"
 #include "failure_hints.h"
 #include "platform/utf8.h"
@@ -79,16 +80,11 @@ std::vector<SendJob> JobsOfNumbers(const SendArguments& arguments) {
   return jobs;
 }
 
-// An object without a modem takes the settings for a trial.
-void CheckSettings(const SendArguments& arguments) {
-  tavro::SMS trial;
-  if (!arguments.options.validity.empty()) trial.SetValidity(FromUtf8(arguments.options.validity));
-  if (trial.ErrorCode() != 0) Refuse("--validity", arguments.options.validity + " is none: 30M, 12H, 1D, 2W");
-}
-
 // Whoever types the text keeps no modem waiting, and may end the program as any other.
 std::vector<SendJob> JobsOf(SendArguments& arguments) {
-  CheckSettings(arguments);
+  if (!arguments.options.validity.empty()) {
+    CheckSetting("--validity", [&](tavro::SMS& sms) { sms.SetValidity(FromUtf8(arguments.options.validity)); });
+  }
   const bool isFile = !arguments.csv.empty();
   if (!isFile) {
     if (!arguments.failed.empty() || arguments.resendsUnknown) Refuse("--csv", "--failed and --send-unknown need it");
@@ -141,6 +137,12 @@ std::string PlaceOf(const SendJob& job) {
   return (job.line > 0 ? "line " + std::to_string(job.line) + ", " : "") + job.number;
 }
 
+// "tavro: +49123: unknown: error 4012: ..."
+void SayFailure(const SendJob& job) {
+  std::cerr << "tavro: " << PrintableLine(PlaceOf(job) + ": " + NameOf(job.result) + ": " + job.reason)
+            << (job.parts > 1 ? "; some of its " + std::to_string(job.parts) + " parts may be out" : "") << '\n';
+}
+
 class Printer {
  public:
   Printer(const SendArguments& arguments, std::size_t count)
@@ -151,17 +153,19 @@ class Printer {
 
   void Sent(const SendJob& job) {
     if (job.result != Result::kSent && !isOne_) {
-      std::cerr << "tavro: " << PrintableLine(PlaceOf(job) + ": " + NameOf(job.result) + ": " + job.reason) << '\n';
+      SayFailure(job);
     }
     if (job.result == Result::kSent && json_.IsText() && !isFile_) {
-      std::cout << Label(job) << PrintableLine(job.references) << std::endl;
+      std::cout << Label(job) << PrintableLine(job.references) << '\n';
+      PassOutputOn();
     }
     if (job.result != Result::kSent || !waits_) json_.Add(ItemOf(job));
   }
   void Reported(const SendJob& job) {
     if (!json_.IsText()) return json_.Add(ItemOf(job));
     if (!isFile_) {
-      std::cout << Label(job) << TextOf(*job.delivery) << std::endl;
+      std::cout << Label(job) << TextOf(*job.delivery) << '\n';
+      PassOutputOn();
     } else if (job.delivery->state != tavro::DeliveryState::kDelivered) {
       std::cerr << "tavro: " << PlaceOf(job) << ": " << TextOf(*job.delivery) << '\n';
     }
@@ -239,9 +243,12 @@ int Send(const ConnectionArguments& connection, const SendArguments& arguments, 
     std::ostream& summary = arguments.form == OutputForm::kText ? std::cout : std::cerr;
     FinishSendFile(jobs, journal.get(), arguments.failed, arguments.wait.has_value(), summary);
   }
-  if (EndSignals::Received() != 0) throw std::runtime_error("ended by a signal");
-  if (jobs.size() == 1 && !isFile && jobs[0].failure) throw OperationFailed(*jobs[0].failure);
+  const bool isOneFailed = jobs.size() == 1 && !isFile && jobs[0].failure;
+  const bool isEnded = EndSignals::Received() != 0;
+  if (isOneFailed && !isEnded) throw OperationFailed(*jobs[0].failure);
+  if (isOneFailed) SayFailure(jobs[0]);
   SayHint(jobs);
+  if (isEnded) throw std::runtime_error("ended by a signal");
   return StatusOf(jobs, arguments.wait.has_value());
 }
 
@@ -256,6 +263,11 @@ void AddSend(CommandLine& line) {
       [&line, arguments, jobs] {
         if (arguments->wantsReport || arguments->wait) line.RefuseClassic();
         *jobs = JobsOf(*arguments);
+        for (SendJob& job : *jobs) {
+          job.parts = PartsOf(job.line > 0 ? PlaceOf(job) : "TEXT", job.text, arguments->options,
+                              line.connection.wideReferences);
+        }
+        if (jobs->empty()) std::cerr << "tavro: " << PrintableLine(arguments->csv) << " has no message to send\n";
       });
   send->add_option("NUMBER", arguments->number, "Phone number; several begin with + each, or have the text in --text")
       ->type_name("");

@@ -5,6 +5,7 @@
 #include <vector>
 
 #include "command_line.h"
+#include "console.h"
 #include "platform/utf8.h"
 #include "tavro_output.h"
 
@@ -31,7 +32,8 @@ void Ussd(Session& session, const UssdArguments& arguments) {
     const auto answer = sms.SendUSSD(FromUtf8(*sent));
     session.Check(answer.has_value());
     expectsReply = answer->expectsReply;
-    if (json.IsText()) std::cout << Printable(answer->text) << std::endl;
+    if (json.IsText()) std::cout << Printable(answer->text) << '\n';
+    PassOutputOn();
     json.Add({{"text", ToUtf8(answer->text)}, {"expectsReply", expectsReply}});
   }
   json.Finish();
@@ -44,11 +46,16 @@ void Ussd(Session& session, const UssdArguments& arguments) {
 
 void AddUssd(CommandLine& line) {
   const auto arguments = std::make_shared<UssdArguments>();
-  CLI::App* ussd = line.Add("ussd", "Send a USSD code and print what the network answers", [&line, arguments] {
-    Session session(line.connection);
-    Ussd(session, *arguments);
-    return kDone;
-  });
+  CLI::App* ussd = line.Add(
+      "ussd", "Send a USSD code and print what the network answers",
+      [&line, arguments] {
+        Session session(line.connection);
+        Ussd(session, *arguments);
+        return kDone;
+      },
+      [arguments] {
+        if (arguments->code.empty()) throw CLI::ValidationError("CODE", "it is empty; give one such as '*100#'");
+      });
   ussd->add_option("CODE", arguments->code, "The code, such as '*100#'")->type_name("")->required();
   ussd->add_option("REPLY", arguments->replies,
                    "What to reply, in the same session, to each answer that expects a reply")

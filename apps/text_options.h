@@ -2,6 +2,7 @@
 #pragma once
 
 #include <CLI/CLI.hpp>
+#include <cstddef>
 #include <cstdint>
 #include <string>
 
@@ -15,6 +16,10 @@ struct TextOptions {
 };
 
 void AddTextOptions(CLI::App& command, TextOptions& options);
+
+// The number of messages that the text, in UTF-8, goes out in. Throws CLI::ValidationError of that name when there are
+// not enough of them for it, unless it is to be truncated.
+std::size_t PartsOf(const std::string& name, const std::string& text, const TextOptions& options, bool wideReferences);
 
 // The text that the argument stands for: "-" reads it from standard input, without the line feed at its end.
 std::string TextOf(const std::string& argument);

@@ -94,10 +94,12 @@ MessageParts PrepareParts(std::u16string_view text, int coding, std::int16_t lon
   if (rest.size() <= capacity.single) cutting.partLength = capacity.single;
 
   MessageParts parts;
+  parts.dropped = codes.size();
   while (!rest.empty() && parts.texts.size() < cutting.maxParts) {
     const std::u16string_view part = FirstCodes(rest, cutting.partLength, coding, rules);
     parts.texts.emplace_back(part);
     rest.remove_prefix(part.size());
+    parts.dropped -= part.size();
   }
   parts.concatenated = longMessage == MessageConcatenate && parts.texts.size() >= 2;
   if (longMessage == MessageFormattedSplit && parts.texts.size() >= 2) AddMarkers(parts.texts);

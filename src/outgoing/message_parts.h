@@ -1,6 +1,7 @@
 // A text cut into the parts that are sent as short messages.
 #pragma once
 
+#include <cstddef>
 #include <cstdint>
 #include <string>
 #include <string_view>
@@ -11,6 +12,7 @@ namespace tavro {
 struct MessageParts {
   std::vector<std::u16string> texts;  // code-value strings in order; none for an empty text
   bool concatenated = false;          // the parts say which message they belong to
+  std::size_t dropped = 0;            // codes beyond the longest message of the mode
 
   // What each PDU names as the number of its message's parts.
   std::int16_t Total() const { return concatenated ? static_cast<std::int16_t>(texts.size()) : std::int16_t{1}; }
