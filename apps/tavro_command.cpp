@@ -1,5 +1,6 @@
 // tavro command: one AT command, and its answer.
 #include <algorithm>
+#include <cstdint>
 #include <iostream>
 #include <iterator>
 #include <memory>
@@ -20,7 +21,7 @@ bool IsRefusal(const std::string& answer) {
          answer.find("+CME ERROR:") != std::string::npos || answer.find("+CMS ERROR:") != std::string::npos;
 }
 
-// The modem wants more input, which the library has taken back (AtExchange).
+// The modem wants more input.
 bool IsPrompt(const std::string& answer) {
   const std::string_view end = tavro::Trim(answer);
   return end == ">" || end.ends_with("\n>") || end.ends_with("\r>");
@@ -31,12 +32,20 @@ struct CommandArguments {
   OutputForm form = OutputForm::kText;
 };
 
-void Command(Session& session, const CommandArguments& arguments) {
+// What the prompt manner does by itself.
+void CancelInput(tavro::SMS& sms) {
+  constexpr std::int32_t kPatienceMs = 1000;  // few modems answer it
+  sms.SetTimeout(kPatienceMs);
+  sms.Command(u"\x1B");
+}
+
+void Command(Session& session, const CommandArguments& arguments, bool isClassic) {
   std::string command = arguments.command;
   if (command.empty() || command.back() != '\r') command += '\r';
   const std::string answer = tavro::ToUtf8(session.Sms().Command(tavro::FromUtf8(command)));
   session.Check(!answer.empty());
   if (IsPrompt(answer)) {
+    if (isClassic) CancelInput(session.Sms());
     throw OperationFailed("the modem waits for more input than the command, which was cancelled",
                           "to send a message, use tavro send");
   }
@@ -57,7 +66,7 @@ void AddCommand(CommandLine& line) {
       "command", "Send one AT command and print the answer",
       [&line, arguments] {
         Session session(line.connection);
-        Command(session, *arguments);
+        Command(session, *arguments, line.connection.classic);
         return kDone;
       },
       [arguments] {

@@ -3,6 +3,7 @@
 #include <functional>
 #include <iostream>
 #include <memory>
+#include <stdexcept>
 #include <string>
 #include <utility>
 #include <vector>
@@ -59,7 +60,11 @@ void Delete(Session& session, const DeleteArguments& arguments) {
     json.Add(std::move(item));
   }
   json.Finish();
-  FlushOutput();
+  try {
+    FlushOutput();
+  } catch (const std::runtime_error& error) {
+    throw OperationFailed(error.what(), "nothing was deleted: see that the output can be written, and run it again");
+  }
 
   ProgressLine progress;
   std::size_t deleted = 0;
