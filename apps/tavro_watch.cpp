@@ -1,9 +1,12 @@
 // tavro watch: messages as they come.
+#include <algorithm>
 #include <chrono>
 #include <cstddef>
 #include <cstdint>
-#include <deque>
+#include <functional>
 #include <iostream>
+#include <iterator>
+#include <list>
 #include <map>
 #include <memory>
 #include <optional>
@@ -32,6 +35,9 @@ struct WatchArguments {
 };
 
 constexpr std::int32_t kReportInterval = 1000;  // ms, how often status reports are looked for
+// A program that failed gets the message again, behind a pause that doubles each time.
+constexpr std::chrono::seconds kFirstPause(10), kLongestPause(300);
+constexpr std::chrono::seconds kSlowProgram(30);  // when it is said that one runs so long
 
 constexpr const char *kMessage = "message", *kStatusReport = "statusReport";
 
@@ -63,147 +69,261 @@ std::vector<std::pair<std::string, std::string>> EnvironmentOf(const Json& field
   return environment;
 }
 
-template <typename Item>
-std::vector<std::pair<std::string, std::string>> EnvironmentFor(const char* type, const Item& item) {
-  Json fields = {{"type", type}};
-  fields.update(JsonOf(item));
-  return EnvironmentOf(fields);
-}
+// What cannot go on, and what to do about it.
+struct Hopeless : std::runtime_error {
+  Hopeless(const std::string& what, const char* todo) : std::runtime_error(what), hint(todo) {}
+  const char* const hint;
+};
+
+constexpr char kReadItAgain[] = "give the output a place to go; what was not printed: tavro list";
 
 class Watcher {
  public:
-  Watcher(Session& session, const WatchArguments& arguments) : session_(session), arguments_(arguments) {
+  // `isEnding`: whether no program is to run any more.
+  Watcher(Session& session, const WatchArguments& arguments, std::function<bool()> isEnding)
+      : session_(session), arguments_(arguments), isEnding_(std::move(isEnding)) {
     session_.Sms().Inbox()->SetConcatenate(true);
   }
 
-  // Waits for what comes next and prints it. Throws OperationFailed, and goes on when it is called again.
+  // Waits for what comes next and hands it over. Throws Hopeless, or OperationFailed, and goes on when it is called
+  // again.
   void Receive();
-  // Printed messages that are still to be deleted.
-  std::size_t LeftOver() const { return toDelete_.size(); }
+  // Says on standard error what was not handed over, and what was not deleted.
+  void SayLeftOver() const;
 
  private:
-  // A message and what it was printed as.
-  using Printed = std::pair<std::string, std::shared_ptr<tavro::Message>>;
+  using Clock = std::chrono::steady_clock;
+  enum class Stage : std::uint8_t { kNew, kPrinted, kDone };
 
-  std::vector<Printed> NewMessages();
-  void PrintReports();
-  void DeletePrinted();
-  // Prints it and runs the program for it. Whether it may be deleted.
-  template <typename Item>
-  bool Show(const char* type, const Item& item);
-  template <typename Item>
-  bool RunProgramFor(const char* type, const Item& item) const;
+  // A message or a report that came, until all is done that is to be done about it.
+  struct Item {
+    const char* type;
+    std::string line;  // to print
+    std::vector<std::pair<std::string, std::string>> environment;
+    std::shared_ptr<tavro::Message> message = {};  // none: a report, which the modem has no more
+    std::string look = {};
+    Stage stage = Stage::kNew;
+    std::chrono::seconds pause = kFirstPause;  // until the program gets it again
+    Clock::time_point due = {};
+  };
+
+  // Those in the memory are not done yet when done ones are deleted: a program that failed, or was killed, made none
+  // of them unread again.
+  bool TakesReadOnes() const { return arguments_.deletes && !arguments_.program.empty(); }
+
+  template <typename Source>
+  void Add(const char* type, const Source& source);
+  void TakeMessages();
+  void TakeReports();
+  void HandOver();
+  bool IsFinished(Item& item);
+  void Print(const Item& item) const;
+  bool RunProgramFor(const Item& item) const;
+  bool Delete(const Item& item);
+  void WarnOfFullMemory();
 
   Session& session_;
   const WatchArguments arguments_;
-  // How many messages of the inbox are printed, by what they look like: they have no other name, and one that was
-  // joined may stand anywhere in the inbox.
-  std::map<std::string, int> printed_;
-  std::deque<Printed> toDelete_;
+  const std::function<bool()> isEnding_;
+  bool isRead_ = false;  // the whole memory, since the connection came up
+  bool isFull_ = false;  // the memory, which was said
+  // How many messages of the inbox were taken, by what they look like: they have no other name, and one that was joined
+  // may stand anywhere in the inbox.
+  std::map<std::string, std::size_t> taken_;
+  std::list<Item> items_;
 };
 
 void Watcher::Receive() {
-  DeletePrinted();
-  session_.Sms().Inbox()->Wait(kReportInterval);
-  const bool isFull = session_.Sms().ErrorCode() == tavro::kReadMessageError.code;
   std::optional<OperationFailed> failure;
+  bool isInboxFull = false;
   try {
+    if (TakesReadOnes() && !isRead_) {
+      isRead_ = session_.Sms().Inbox()->Refresh(InboxChoice::kAll);
+      session_.Check(isRead_);
+    }
+    session_.Sms().Inbox()->Wait(kReportInterval);
+    isInboxFull = session_.Sms().ErrorCode() == tavro::kReadMessageError.code;
     session_.Check();
   } catch (const OperationFailed& error) {
     failure = error;
+    isRead_ = isRead_ && session_.Sms().IsConnected();
   }
   // Also behind a failure: the modem says nothing of it again.
-  for (Printed& message : NewMessages()) {
-    if (!Show(kMessage, *message.second) || !arguments_.deletes) continue;
-    toDelete_.push_back(std::move(message));
-    DeletePrinted();
-  }
-  PrintReports();
-  if (isFull) throw std::runtime_error(std::string(failure->what()) + ": the inbox is full");
+  TakeMessages();
+  TakeReports();
+  HandOver();
+  if (isInboxFull) throw Hopeless(std::string(failure->what()) + ": the inbox is full", "delete messages: tavro clear");
   if (failure) throw *failure;
-  if (!toDelete_.empty()) throw OperationFailed("not all that was printed is deleted yet");
+  WarnOfFullMemory();
+  if (std::any_of(items_.begin(), items_.end(), [](const Item& item) { return item.stage == Stage::kDone; })) {
+    throw OperationFailed("not all that was printed is deleted yet");
+  }
 }
 
-std::vector<Watcher::Printed> Watcher::NewMessages() {
-  std::map<std::string, int> there;
-  std::vector<Printed> messages;
+template <typename Source>
+void Watcher::Add(const char* type, const Source& source) {
+  Json fields = {{"type", type}};
+  fields.update(JsonOf(source));
+  items_.push_back({type, arguments_.json ? DumpLine(fields) : LineOf(source), EnvironmentOf(fields)});
+}
+
+void Watcher::TakeMessages() {
+  std::map<std::string, std::vector<std::shared_ptr<tavro::Message>>> there;
   const auto inbox = session_.Sms().Inbox();
   for (auto message = inbox->begin(); message != inbox->end(); ++message) {
-    std::string look = DumpLine(JsonOf(*message));
-    if (++there[look] > printed_[look]) messages.emplace_back(std::move(look), message.Get());
+    const std::string look = DumpLine(JsonOf(*message));
+    there[look].push_back(message.Get());
+    if (there[look].size() <= taken_[look]) continue;
+    Add(kMessage, *message);
+    items_.back().look = look;
+    items_.back().message = message.Get();
   }
-  printed_ = std::move(there);
-  return messages;
+  taken_.clear();
+  for (const auto& [look, messages] : there) taken_[look] = messages.size();
+  // A memory that was read anew has others in place of those that are still in work.
+  for (Item& item : items_) {
+    const auto found = there.find(item.look);
+    if (!item.message || found == there.end() || found->second.empty()) continue;
+    item.message = found->second.back();
+    found->second.pop_back();
+  }
 }
 
-void Watcher::PrintReports() {
-  if (!IsOutputOpen()) return;  // they are deleted when they are handed over
-  for (const tavro::StatusReport& report : session_.Sms().StatusReports()) Show(kStatusReport, report);
+void Watcher::TakeReports() {
+  if (!IsOutputOpen()) return;  // the modem loses them by that
+  for (const tavro::StatusReport& report : session_.Sms().StatusReports()) Add(kStatusReport, report);
   session_.Sms().ClearStatusReports();
 }
 
-// Those that are left over have to wait for the modem.
-void Watcher::DeletePrinted() {
-  while (!toDelete_.empty() && session_.Sms().IsConnected()) {
-    if (!IsOutputOpen()) throw std::runtime_error("standard output was closed");
-    const bool isDeleted = toDelete_.front().second->Delete();
-    try {
-      session_.Check(isDeleted);
-      --printed_[toDelete_.front().first];
-    } catch (const OperationFailed& error) {
-      if (!session_.Sms().IsConnected()) return;
-      std::cerr << "tavro: a message was not deleted: " << PrintableLine(std::string(error.what())) << '\n';
-    }
-    toDelete_.pop_front();
+void Watcher::HandOver() {
+  for (auto item = items_.begin(); item != items_.end();) {
+    if (!arguments_.program.empty() && isEnding_()) return;
+    item = IsFinished(*item) ? items_.erase(item) : std::next(item);
   }
 }
 
-template <typename Item>
-bool Watcher::Show(const char* type, const Item& item) {
-  if (arguments_.json) {
-    Json line = {{"type", type}};
-    line.update(JsonOf(item));
-    std::cout << DumpLine(line) << '\n';
-  } else {
-    std::cout << LineOf(item) << '\n';
+// Does what can be done about it now.
+bool Watcher::IsFinished(Item& item) {
+  if (item.stage == Stage::kNew) {
+    Print(item);
+    item.stage = Stage::kPrinted;
   }
-  FlushOutput();
-  return arguments_.program.empty() || RunProgramFor(type, item);
+  if (item.stage == Stage::kPrinted) {
+    if (Clock::now() < item.due) return false;
+    if (!arguments_.program.empty() && !RunProgramFor(item)) {
+      if (!isEnding_()) std::cerr << "; it gets this again in " << item.pause.count() << " s";
+      std::cerr << '\n';
+      item.due = Clock::now() + item.pause;
+      item.pause = std::min(item.pause * 2, kLongestPause);
+      return false;
+    }
+    item.stage = Stage::kDone;
+  }
+  return !item.message || !arguments_.deletes || Delete(item);
 }
 
-template <typename Item>
-bool Watcher::RunProgramFor(const char* type, const Item& item) const {
-  std::string failure = "was not run any more";
-  if (EndSignals::Received() == 0) {
-    std::vector<std::string> command = {arguments_.program};
-    command.insert(command.end(), arguments_.handed.begin(), arguments_.handed.end());
-    try {
-      const ProgramEnd end = RunProgram(command, EnvironmentFor(type, item));
-      if (end.IsSuccess()) return true;
-      failure = end.signal != 0
-                    ? "was ended by signal " + std::to_string(end.signal) + " (" + EndSignals::NameOf(end.signal) + ")"
-                    : "failed with status " + std::to_string(end.status);
-    } catch (const std::runtime_error& error) {
-      failure = std::string("was not run: ") + error.what();
-    }
+void Watcher::Print(const Item& item) const {
+  std::cout << item.line << '\n';
+  try {
+    FlushOutput();
+  } catch (const std::runtime_error& error) {
+    throw Hopeless(error.what(), kReadItAgain);
   }
-  std::cerr << "tavro: " << PrintableLine(arguments_.program + ' ' + failure)
-            << (arguments_.deletes && std::string_view(type) == kMessage ? "; the message stays in the modem\n" : "\n");
+}
+
+// Says why it did not succeed, in a line that is not ended.
+bool Watcher::RunProgramFor(const Item& item) const {
+  std::vector<std::string> command = {arguments_.program};
+  command.insert(command.end(), arguments_.handed.begin(), arguments_.handed.end());
+  const auto isToEnd = [&, isSaid = false, slow = Clock::now() + kSlowProgram]() mutable {
+    if (!isSaid && Clock::now() >= slow) {
+      isSaid = true;
+      std::cerr << "tavro: " << PrintableLine(arguments_.program) << " has run for " << kSlowProgram.count()
+                << " s; messages wait\n";
+    }
+    return isEnding_();
+  };
+  std::string failure;
+  try {
+    const ProgramEnd end = RunProgram(command, item.environment, isToEnd);
+    if (end.IsSuccess()) return true;
+    failure = end.signal != 0
+                  ? "was ended by signal " + std::to_string(end.signal) + " (" + EndSignals::NameOf(end.signal) + ")"
+                  : "failed with status " + std::to_string(end.status);
+  } catch (const std::runtime_error& error) {
+    failure = std::string("was not run: ") + error.what();
+  }
+  std::cerr << "tavro: " << PrintableLine(arguments_.program + ' ' + failure);
   return false;
 }
 
+// False when it has to wait for the modem.
+bool Watcher::Delete(const Item& item) {
+  if (!session_.Sms().IsConnected()) return false;
+  if (!IsOutputOpen()) throw Hopeless("standard output was closed", kReadItAgain);
+  const bool isDeleted = item.message->Delete();
+  try {
+    session_.Check(isDeleted);
+    --taken_[item.look];
+  } catch (const OperationFailed& error) {
+    if (!session_.Sms().IsConnected()) return false;
+    std::cerr << "tavro: a message was not deleted: " << PrintableLine(std::string(error.what())) << '\n';
+  }
+  return true;
+}
+
+// The modem counts in each wait; it is asked for the numbers only where it was full in one and not in the one before.
+void Watcher::WarnOfFullMemory() {
+  const bool wasFull = std::exchange(isFull_, session_.Sms().IsMemoryFull());
+  if (!isFull_ || wasFull) return;
+  const std::u16string name = session_.Sms().MessageMemory();  // counts anew
+  isFull_ = session_.Sms().IsMemoryFull();
+  if (!isFull_) return;  // what filled it was deleted just now
+  std::string counts = " is full";
+  for (const tavro::MemoryUsage& memory : session_.Sms().MemoryUsage()) {
+    if (memory.name != name) continue;
+    counts = ' ' + PrintableLine(name) + " is full (" + std::to_string(memory.used) + " of " +
+             std::to_string(memory.total) + ')';
+  }
+  std::cerr << "tavro: the memory" << counts << ": no message can come; delete some: tavro list, tavro delete\n";
+}
+
+void Watcher::SayLeftOver() const {
+  const char* const notDone = arguments_.program.empty() ? "not printed" : "not handed over";
+  int messages = 0, undeleted = 0;
+  for (const Item& item : items_) {
+    if (item.stage == Stage::kDone) {
+      ++undeleted;
+    } else if (item.message) {
+      ++messages;
+    } else {
+      std::cerr << "tavro: " << notDone << ", and no more in the modem: " << item.line << '\n';
+    }
+  }
+  if (messages > 0) {
+    std::cerr << "tavro: " << messages << (messages == 1 ? " message was " : " messages were ") << notDone
+              << ": tavro list shows them" << (TakesReadOnes() ? ", and this command takes them up again\n" : "\n");
+  }
+  if (undeleted > 0) std::cerr << "tavro: " << undeleted << " printed messages were not deleted\n";
+}
+
 // Prints the messages, those that are unread first, and the status reports, until the time is over. Throws
-// std::runtime_error when a signal or the end of standard output ended it, or the inbox is full.
+// OperationFailed when a signal or the end of standard output ended it, or the inbox is full.
 void Watch(Session& session, const WatchArguments& arguments) {
-  Watcher watcher(session, arguments);
   Waiting waiting(session, arguments.limit, true);
-  waiting.Run([&] {
-    watcher.Receive();
-    return false;
-  });
-  if (watcher.LeftOver() > 0) std::cerr << "tavro: " << watcher.LeftOver() << " printed messages were not deleted\n";
-  if (EndSignals::Received() != 0) throw std::runtime_error("ended by a signal");
-  if (!IsOutputOpen()) throw std::runtime_error("standard output was closed");
+  Watcher watcher(session, arguments, [&] { return waiting.IsOverdue(); });
+  try {
+    waiting.Run([&] {
+      watcher.Receive();
+      return false;
+    });
+  } catch (const Hopeless& failure) {
+    watcher.SayLeftOver();
+    throw OperationFailed(failure.what(), failure.hint);
+  }
+  watcher.SayLeftOver();
+  if (EndSignals::Received() != 0) throw OperationFailed("ended by a signal");
+  if (!IsOutputOpen()) throw OperationFailed("standard output was closed", kReadItAgain);
 }
 
 }  // namespace
@@ -220,6 +340,8 @@ void AddWatch(CommandLine& line) {
       [&line, arguments] {
         line.RefuseAllMemories("messages come into one memory: SM or ME");
         if (arguments->deletes) line.RefuseClassic();
+        const std::string reason = arguments->program.empty() ? "" : WhyNotRunnable(arguments->program);
+        if (!reason.empty()) throw CLI::ValidationError("--exec", arguments->program + ": " + reason);
       });
   watch->add_flag("--json,--jsonl", arguments->json, "Print JSON, one object a line");
   CLI::Option* program =
