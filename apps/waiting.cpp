@@ -75,7 +75,7 @@ bool Waiting::Run(const std::function<bool()>& step) {
 
 void Waiting::ComeBack(const OperationFailed& failure) {
   const bool isAway = !session_.Sms().IsConnected();
-  Say((isAway ? "the modem is away: " : "") + std::string(failure.what()), failure);
+  Say(isAway ? "the modem is away: " + std::string(failure.what()) : failure.what(), isAway ? "" : HintFor(failure));
   isConnecting_ = true;
   for (bool isBack = false; !isBack;) {
     Pause(kRetryInterval);
@@ -84,7 +84,7 @@ void Waiting::ComeBack(const OperationFailed& failure) {
       session_.Connect();
       isBack = true;
     } catch (const OperationFailed& error) {
-      if (!HasEnded()) Say("the modem is away: " + std::string(error.what()), error);
+      if (!HasEnded()) Say("the modem is away: " + std::string(error.what()), HintFor(error));
     }
   }
   isConnecting_ = false;
@@ -94,11 +94,10 @@ void Waiting::ComeBack(const OperationFailed& failure) {
   said_.clear();
 }
 
-void Waiting::Say(const std::string& what, const OperationFailed& failure) {
+void Waiting::Say(const std::string& what, const std::string& hint) {
   const bool isNew = what != said_ || Clock::now() - saidTime_ >= kSameFailure;
   ProgressLine::Clear();
   if (isNew) {
-    const std::string hint = HintFor(failure);
     std::cerr << "tavro: " << PrintableLine(what) << "; trying again\n";
     if (!hint.empty()) std::cerr << "  hint: " << PrintableLine(hint) << '\n';
   }

@@ -42,7 +42,7 @@ class Waiting {
   bool HasEnded() const { return hasEnded_; }
   bool IsInterrupted() const;
   void ComeBack(const OperationFailed& failure);
-  void Say(const std::string& what, const OperationFailed& failure);
+  void Say(const std::string& what, const std::string& hint);
   void Pause(std::chrono::seconds time);
 
   Session& session_;
