@@ -3,6 +3,7 @@
 #pragma once
 
 #include <cstdint>
+#include <functional>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -63,6 +64,9 @@ std::string ShownText(const std::string& text);
 // Those of main, without the program's name.
 std::vector<std::string> ProgramArguments(int argc, char** argv);
 
+// The PIN of the SIM, which is no other program's business.
+inline constexpr std::string_view kPinVariable = "TAVRO_PIN";
+
 // Empty when there is none of the name.
 std::string EnvironmentValue(const char* name);
 
@@ -73,8 +77,13 @@ struct ProgramEnd {
   bool IsSuccess() const { return status == 0 && signal == 0; }
 };
 
+// Empty, or why RunProgram could not start this program: "No such file or directory".
+std::string WhyNotRunnable(const std::string& program);
+
 // Runs a program, found on the path when its name has no folder, with these arguments (the first one is its name) and
-// our environment with these values put in, without a shell, and waits for its end. Its standard input is empty, its
-// output is ours. Once one of EndSignals came it is asked to end. Throws std::runtime_error when it cannot be started.
+// our environment with these values put in and without TAVRO_PIN, without a shell, and waits for its end. Its standard
+// input is empty, its output is ours. It is asked to end once `isToEnd`, which is asked again and again, returns true.
+// Throws std::runtime_error when it cannot be started.
 ProgramEnd RunProgram(const std::vector<std::string>& arguments,
-                      const std::vector<std::pair<std::string, std::string>>& environment);
+                      const std::vector<std::pair<std::string, std::string>>& environment,
+                      const std::function<bool()>& isToEnd);

@@ -4,6 +4,7 @@
 
 #include "console.h"
 #include "end_signals.h"
+#include "failure_hints.h"
 #include "progress_line.h"
 #include "tavro_output.h"
 
@@ -57,20 +58,24 @@ bool Waiting::IsInterrupted() const {
   return Clock::now() - endTime_.load() >= (isInNoHurry ? kLongGrace : kGrace);
 }
 
+bool Waiting::IsOverdue() const {
+  return EndSignals::Received() != 0 || (HasEnded() && Clock::now() - endTime_.load() >= kLongGrace);
+}
+
 bool Waiting::Run(const std::function<bool()>& step) {
   do {
     try {
       if (step()) return true;
     } catch (const OperationFailed& failure) {
-      if (!HasEnded()) ComeBack(failure.what());
+      if (!HasEnded()) ComeBack(failure);
     }
   } while (!HasEnded());
   return false;
 }
 
-void Waiting::ComeBack(const std::string& failure) {
+void Waiting::ComeBack(const OperationFailed& failure) {
   const bool isAway = !session_.Sms().IsConnected();
-  Say(isAway ? "the modem is away: " + failure : failure);
+  Say(isAway ? "the modem is away: " + std::string(failure.what()) : failure.what(), isAway ? "" : HintFor(failure));
   isConnecting_ = true;
   for (bool isBack = false; !isBack;) {
     Pause(kRetryInterval);
@@ -79,7 +84,7 @@ void Waiting::ComeBack(const std::string& failure) {
       session_.Connect();
       isBack = true;
     } catch (const OperationFailed& error) {
-      if (!HasEnded()) Say("the modem is away: " + std::string(error.what()));
+      if (!HasEnded()) Say("the modem is away: " + std::string(error.what()), HintFor(error));
     }
   }
   isConnecting_ = false;
@@ -89,10 +94,13 @@ void Waiting::ComeBack(const std::string& failure) {
   said_.clear();
 }
 
-void Waiting::Say(const std::string& what) {
+void Waiting::Say(const std::string& what, const std::string& hint) {
   const bool isNew = what != said_ || Clock::now() - saidTime_ >= kSameFailure;
   ProgressLine::Clear();
-  if (isNew) std::cerr << "tavro: " << PrintableLine(what) << "; trying again\n";
+  if (isNew) {
+    std::cerr << "tavro: " << PrintableLine(what) << "; trying again\n";
+    if (!hint.empty()) std::cerr << "  hint: " << PrintableLine(hint) << '\n';
+  }
   said_ = what;
   saidTime_ = Clock::now();
 }

@@ -31,6 +31,9 @@ class Waiting {
   // on standard error, and behind a pause the modem is connected anew where it has to be. Whether the step returned
   // true.
   bool Run(const std::function<bool()>& step);
+  // Whether one of EndSignals came, or the wait has ended so long ago that nothing that still runs is waited for. From
+  // any thread.
+  bool IsOverdue() const;
 
  private:
   using Clock = std::chrono::steady_clock;
@@ -38,8 +41,8 @@ class Waiting {
   void Watch();
   bool HasEnded() const { return hasEnded_; }
   bool IsInterrupted() const;
-  void ComeBack(const std::string& failure);
-  void Say(const std::string& what);
+  void ComeBack(const OperationFailed& failure);
+  void Say(const std::string& what, const std::string& hint);
   void Pause(std::chrono::seconds time);
 
   Session& session_;

@@ -7,6 +7,7 @@
 #include <poll.h>
 #include <spawn.h>
 #include <sys/ioctl.h>
+#include <sys/stat.h>
 #include <sys/wait.h>
 #include <unistd.h>
 #include <wchar.h>
@@ -18,8 +19,8 @@
 #include <stdexcept>
 #include <system_error>
 
+#include "base/text.h"
 #include "character_width.h"
-#include "end_signals.h"
 #include "platform/utf8.h"
 #include "system_call.h"
 #include "system_console.h"
@@ -157,8 +158,26 @@ std::string EnvironmentValue(const char* name) {
   return value ? value : "";
 }
 
+std::string WhyNotRunnable(const std::string& program) {
+  int error = ENOENT;
+  const auto isRunnable = [&](const std::string& file) {
+    struct stat status {};
+    if (stat(file.c_str(), &status) != 0) return false;
+    if (S_ISREG(status.st_mode) && access(file.c_str(), X_OK) == 0) return true;
+    error = EACCES;
+    return false;
+  };
+  if (program.find('/') != std::string::npos) return isRunnable(program) ? "" : std::generic_category().message(error);
+  const char* const path = std::getenv("PATH");
+  for (const std::string_view folder : tavro::Split(path ? path : "/bin:/usr/bin", ":")) {
+    if (isRunnable(std::string(folder.empty() ? "." : folder) + '/' + program)) return "";
+  }
+  return std::generic_category().message(error);
+}
+
 ProgramEnd RunProgram(const std::vector<std::string>& arguments,
-                      const std::vector<std::pair<std::string, std::string>>& environment) {
+                      const std::vector<std::pair<std::string, std::string>>& environment,
+                      const std::function<bool()>& isToEnd) {
   std::vector<std::string> program = arguments, values;
   for (const auto& [name, value] : environment) values.push_back(name + "=" + value);
   for (char** entry = environ; *entry; ++entry) {
@@ -166,7 +185,7 @@ ProgramEnd RunProgram(const std::vector<std::string>& arguments,
     const bool isReplaced = std::any_of(environment.begin(), environment.end(), [&](const auto& value) {
       return text.starts_with(value.first) && text.substr(value.first.size()).starts_with('=');
     });
-    if (!isReplaced) values.emplace_back(text);
+    if (!isReplaced && text.substr(0, text.find('=')) != kPinVariable) values.emplace_back(text);
   }
 
   struct Settings {
@@ -194,11 +213,12 @@ ProgramEnd RunProgram(const std::vector<std::string>& arguments,
   if (error != 0) throw std::runtime_error(program[0] + ": " + std::generic_category().message(error));
   int status = 0;
   bool isAsked = false;
-  for (pid_t ended = 0; ended == 0;) {
-    ended = waitpid(process, &status, WNOHANG);
+  while (true) {
+    const pid_t ended = waitpid(process, &status, WNOHANG);
     if (ended < 0) ThrowSystemError(errno, program[0]);
-    if (!isAsked && EndSignals::Received() != 0) isAsked = kill(process, SIGTERM) == 0;
-    if (ended == 0) poll(nullptr, 0, kProgramIntervalMs);
+    if (ended != 0) break;
+    if (!isAsked && isToEnd()) isAsked = kill(process, SIGTERM) == 0;
+    poll(nullptr, 0, kProgramIntervalMs);
   }
   if (WIFSIGNALED(status)) return {.signal = WTERMSIG(status)};
   return {.status = WEXITSTATUS(status)};

@@ -12,7 +12,6 @@
 
 #include "base/text.h"
 #include "character_width.h"
-#include "end_signals.h"
 #include "platform/utf8.h"
 #include "system_console.h"
 
@@ -65,7 +64,7 @@ std::wstring EnvironmentWith(const std::vector<std::pair<std::string, std::strin
     const bool isReplaced = std::any_of(values.begin(), values.end(), [&](const auto& value) {
       return text.starts_with(tavro::Upper(value.first) + "=");
     });
-    if (!isReplaced) block.append(entry).append(1, L'\0');
+    if (!isReplaced && text.substr(0, text.find('=')) != kPinVariable) block.append(entry).append(1, L'\0');
   }
   if (strings) FreeEnvironmentStringsW(strings);
   for (const auto& [name, value] : values) block.append(Wide(name + "=" + value)).append(1, L'\0');
@@ -132,11 +131,20 @@ std::string EnvironmentValue(const char* name) {
   return Narrow(value);
 }
 
-ProgramEnd RunProgram(const std::vector<std::string>& arguments,
-                      const std::vector<std::pair<std::string, std::string>>& environment) {
-  const std::string& program = arguments.at(0);
+std::string WhyNotRunnable(const std::string& program) {
   for (const char* batch : {".BAT", ".CMD"}) {
-    if (tavro::Upper(program).ends_with(batch)) throw std::runtime_error(program + ": a batch file needs a shell");
+    if (tavro::Upper(program).ends_with(batch)) return "a batch file needs a shell";
+  }
+  if (SearchPathW(nullptr, Wide(program).c_str(), L".exe", 0, nullptr, nullptr) != 0) return "";
+  return std::system_category().message(static_cast<int>(GetLastError()));
+}
+
+ProgramEnd RunProgram(const std::vector<std::string>& arguments,
+                      const std::vector<std::pair<std::string, std::string>>& environment,
+                      const std::function<bool()>& isToEnd) {
+  const std::string& program = arguments.at(0);
+  if (const std::string reason = WhyNotRunnable(program); !reason.empty()) {
+    throw std::runtime_error(program + ": " + reason);
   }
   std::wstring commandLine;
   for (const std::string& argument : arguments) commandLine += (commandLine.empty() ? L"" : L" ") + Quoted(argument);
@@ -162,7 +170,7 @@ ProgramEnd RunProgram(const std::vector<std::string>& arguments,
   DWORD status = 0;
   constexpr DWORD kIntervalMs = 50;
   while (WaitForSingleObject(process.get(), kIntervalMs) == WAIT_TIMEOUT) {
-    if (EndSignals::Received() != 0) TerminateProcess(process.get(), 1);
+    if (isToEnd()) TerminateProcess(process.get(), 1);
   }
   if (!GetExitCodeProcess(process.get(), &status)) ThrowLastError(program);
   return {.status = static_cast<int>(status)};
