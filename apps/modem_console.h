@@ -1,5 +1,4 @@
-// What a person or a script tells a simulated modem while it runs: a command a line on the standard input. Its end ends
-// nothing.
+// What a person or a script tells a simulated modem while it runs: a command a line on the standard input.
 #pragma once
 
 #include <cstdint>
@@ -23,6 +22,8 @@ class ModemConsole {
   int Descriptor() const;
   // In the background the terminal may become ours again, which nothing tells.
   bool IsInBackground() const { return !isClosed_ && Descriptor() < 0; }
+  // Whether no command can come any more.
+  bool HasEnded() const { return isClosed_; }
   // Runs the commands that have come in. What is wrong with one stands on standard error.
   void Read(std::int64_t nowMs);
 

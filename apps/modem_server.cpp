@@ -33,9 +33,10 @@ int WatchEndSignals() {
 
 }  // namespace
 
-ModemServer::ModemServer(tavro::SimulatedModem& modem, Places places)
+ModemServer::ModemServer(tavro::SimulatedModem& modem, Places places, bool endsWithInput)
     : modem_(modem),
       places_(std::move(places)),
+      endsWithInput_(endsWithInput),
       endSignals_(WatchEndSignals()),
       console_(modem, {[this] { Unplug(); }, [this] { Plug(); }, [this] { hasEnded_ = true; }}) {
   if (!places_.transcript.empty()) {
@@ -115,6 +116,7 @@ void ModemServer::Run() {
       Send();
     }
     if (polled[1].revents != 0) console_.Read(Now());
+    if (endsWithInput_ && console_.HasEnded()) return;
   }
   if (hasEnded_) return;
   std::cerr << "tavro-modem: the line is lost\n";

@@ -23,8 +23,8 @@ class ModemServer {
   };
 
   // The line is there from now on; where it is stands on the standard output. Throws std::exception.
-  ModemServer(tavro::SimulatedModem& modem, Places places);
-  // Until a signal or the console ends it, or a fault loses the line.
+  ModemServer(tavro::SimulatedModem& modem, Places places, bool endsWithInput);
+  // Until a signal or the console ends it, the standard input does where that is wanted, or a fault loses the line.
   void Run();
 
  private:
@@ -40,6 +40,7 @@ class ModemServer {
 
   tavro::SimulatedModem& modem_;
   Places places_;
+  const bool endsWithInput_;
   const std::chrono::steady_clock::time_point start_ = std::chrono::steady_clock::now();
   std::ofstream transcript_;
   int endSignals_;

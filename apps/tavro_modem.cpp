@@ -17,6 +17,7 @@ int main(int argc, char** argv) {
       "tavro-modem");
   ModemServer::Places places;
   ModemOptions options;
+  bool endsWithInput = false;
   try {
     app.add_option("--link", places.link, "symbolic link to the device, removed at the end")->type_name("PATH");
     app.add_option("--tcp", places.tcp,
@@ -25,6 +26,7 @@ int main(int argc, char** argv) {
         ->excludes("--link");
     app.add_option("--transcript", places.transcript, "file that gets all bytes of both directions, with times")
         ->type_name("FILE");
+    app.add_flag("--end-with-input", endsWithInput, "end where the standard input does");
     options.Describe(app);
     app.parse(argc, argv);
   } catch (const CLI::ParseError& error) {
@@ -37,7 +39,7 @@ int main(int argc, char** argv) {
             .count();
     tavro::SimulatedModem modem(settings);
     options.Apply(modem);
-    ModemServer(modem, places).Run();
+    ModemServer(modem, places, endsWithInput).Run();
     return 0;
   } catch (const std::exception& error) {
     std::cerr << "tavro-modem: " << error.what() << "\n";

@@ -105,7 +105,8 @@ typedef struct tavro_options {
 } tavro_options;
 
 // A modem at that device, in `*modem`, which tavro_close ends. Nothing is opened and nothing asked: that is for
-// tavro_connect, or for the first call that needs the modem. TAVRO_INVALID_ARGUMENT without a device.
+// tavro_connect, or for the first call that needs the modem. TAVRO_INVALID_ARGUMENT without a device; 1001 for a
+// port such as "COM0" or "COM300".
 TAVRO_API int tavro_open(const tavro_options* options, tavro_modem** modem);
 // Closes the port and ends the handle. Texts that it gave are gone; lists stay. A call in another thread that is under
 // way is TAVRO_IN_USE, and the modem stays open: tavro_interrupt ends that call.
@@ -187,10 +188,12 @@ enum {
   TAVRO_LOG_SIZE = 236             // one more than the log has lines, 0 without a log; 8008
 };
 
-// Of TAVRO_LONG_MESSAGE, and of tavro_encode_options: a text that does not fit one message.
+// Of TAVRO_LONG_MESSAGE, and of tavro_encode_options: a text that does not fit one message. What does not fit the parts
+// that there can be is dropped, and the call succeeds all the same: then tavro_encode gives the same parts, but for
+// their reference, for a text that is one character shorter.
 enum {
   TAVRO_LONG_CONCATENATE = 0,      // at most 255 parts that the phone joins; the start
-  TAVRO_LONG_SPLIT = 1,            // independent messages, nothing added
+  TAVRO_LONG_SPLIT = 1,            // independent messages, nothing added; as long a text as 255 full ones
   TAVRO_LONG_FORMATTED_SPLIT = 2,  // at most 9 independent messages, each ending in "-Msg i/n-"
   TAVRO_LONG_TRUNCATE = 3          // what fits one message; the rest is dropped
 };

@@ -7,6 +7,7 @@ signal raises, as that of Ctrl-C does, the call is ended, its end awaited, and w
 from __future__ import annotations
 
 import _thread
+import itertools
 import math
 import threading
 import time
@@ -14,7 +15,7 @@ from typing import Callable, Generic, Sequence, TypeVar
 
 Result = TypeVar("Result")
 
-# How long a gentle way of ending a call is given, in seconds, before the next one.
+# How long a way of ending a call is given, in seconds, before the next one.
 _PATIENCE = 0.5
 # How long a wait for a call is at a time, in seconds. A signal ends such a wait, but for one that comes right before it
 # begins, while this thread waits for the interpreter's lock; and on Windows none does.
@@ -71,8 +72,9 @@ def run(work: Callable[[], Result], ends: Sequence[Callable[[], object]],
         interrupted: Callable[[BaseException, Job[Result]], None] | None = None) -> Result:
     """What `work` returns or raises, which is called once, in whichever thread.
 
-    When the handler of a signal raises meanwhile, the call is ended by each of `ends`, the gentlest first, and
-    `interrupted` is told what was raised, and how the call ended. A second signal leaves at once a call that will not
+    When the handler of a signal raises meanwhile, the call is ended by each of `ends`, the gentlest first, the last one
+    again and again: the call may have been about to begin. `interrupted` is told what was raised, and how the call
+    ended. A second signal leaves at once a call that will not
     end; the modem is then in use until it does."""
     if threading.get_ident() != threading.main_thread().ident:
         return work()
@@ -86,9 +88,9 @@ def run(work: Callable[[], Result], ends: Sequence[Callable[[], object]],
     except BaseException as reason:
         if job.give_up():
             raise
-        for number, end in enumerate(ends, 1):
+        for end in itertools.chain(ends, itertools.repeat(ends[-1])):
             end()
-            if job.wait(_PATIENCE if number < len(ends) else math.inf):
+            if job.wait(_PATIENCE):
                 break
         if interrupted is not None:
             interrupted(reason, job)

@@ -12,6 +12,7 @@ INT32_MAX = 2**31 - 1
 
 class Code(enum.IntEnum):
     INVALID_HANDLE = -1
+    INVALID_ARGUMENT = -2
     IN_USE = -3
     AFTER_FORK = -4
     NOT_IN_LIST = -6

@@ -67,7 +67,7 @@ class DeviceValueError(DeviceError, ValueError):
 
 
 class SendValueError(SendError, ValueError):
-    """4003 to 4005, 4013, 4015, 4018: a number, or a setting for sending."""
+    """4002 to 4005, 4013, 4015 to 4018: a number, an empty text, or a setting for sending."""
 
 
 class ReadValueError(ReadError, ValueError):
@@ -119,20 +119,30 @@ class LibraryError(ImportError):
 
 class SendInterrupted(KeyboardInterrupt):
     """Ctrl-C while a message was sent. `sent` is the Sent of one that went out all the same, `error` what else the
-    call ended with. When `may_be_out` is False, nothing of it was sent."""
+    call ended with. When `may_be_out` is False, nothing of it was sent. `is_long`: it has several parts."""
 
-    def __init__(self, sent: object, error: Error | None) -> None:
-        super().__init__(sent, error)
+    def __init__(self, sent: object, error: Error | None, is_long: bool = False) -> None:
+        super().__init__(sent, error, is_long)
         self.sent = sent
         self.error = error
-        # Before the first PDU is written: the settings, the connection, the SIM, the registration, the preparation.
-        self.may_be_out = error is None or not (error.code < 4009 or error.code in (7008, 7009, 7010, 7022))
+        self.is_long = is_long
+        self.may_be_out = error is None or not _is_before_sending(error.code, is_long)
 
     def __str__(self) -> str:
         if self.error is None:
             return f"interrupted, but the message was sent ({self.sent})"
         what = "the message may be out" if self.may_be_out else "the message was not sent"
         return f"interrupted: {what} ({self.error})"
+
+
+def _is_before_sending(code: int, is_long: bool) -> bool:
+    """Whether a call that ended with this code has written no PDU."""
+    if code in (-5, -7, 1043):  # broken off anywhere
+        return False
+    if is_long:  # the rest may be of a later part
+        return code < 0 or code == 4004
+    # The settings, the connection, the SIM, the registration, the preparation.
+    return code < 4009 or code in (7008, 7009, 7010, 7022)
 
 
 _MISUSES: dict[int, type[Error]] = {
@@ -147,7 +157,7 @@ _GROUPS = (ConnectError, DeviceError, NetworkError, SendError, ReadError, Delete
 _VALUES: dict[type[Error], tuple[type[Error], set[int]]] = {
     ConnectError: (ConnectValueError, {1001, 1002, 1003, 1004, 1005, 1008, 1041, 1042}),
     DeviceError: (DeviceValueError, {2001, 2024}),
-    SendError: (SendValueError, {4003, 4004, 4005, 4013, 4015, 4018}),
+    SendError: (SendValueError, {4002, 4003, 4004, 4005, 4013, 4015, 4016, 4017, 4018}),
     ReadError: (ReadValueError, {5010}),
     PushError: (PushValueError, {7001, 7002, 7003, 7004, 7017, 7018, 7019}),
     LogError: (LogValueError, {8001, 8002, 8003}),

@@ -35,13 +35,20 @@ _open_handles: weakref.WeakSet[Handle] = weakref.WeakSet()
 class Handle:
     """An open tavro_modem. Calls are made by _talk, when they may take their time, and by _quick."""
 
+    # So that a setting that is misspelled is an error.
+    __slots__ = ("_handle", "_process", "_turns", "_heard", "_memory", "_has_wide_references", "_is_closing",
+                 "_counting", "_under_way", "_is_interrupted", "__weakref__")
+
     def __init__(self, options: c.Options) -> None:
         self._handle: int | None = None
         self._process = os.getpid()
         self._turns = Turns()
         self._heard: collections.deque[Message] = collections.deque()  # what came and nobody was given yet
         self._memory: bytes | None = None  # to select before anything else is asked
+        self._has_wide_references = bool(options.flags & c.Flag.WIDE_REFERENCES)
         self._is_closing = False
+        self._counting = threading.Lock()  # of these two
+        self._under_way = 0  # calls that ask the modem, of which one gets it
         self._is_interrupted = False
         handle = c_void_p()
         check(library().tavro_open(byref(options), byref(handle)))
@@ -68,13 +75,7 @@ class Handle:
               interrupted: Callable[[BaseException, Job[Any]], None] | None = None) -> Result:
         """What `work` returns, which is given the handle and asks the modem; a signal may end that. A wait is ended
         `gently` at first. `interrupted` is told how a call ended that a signal ended."""
-        handle = self._opened()
-
-        def prepared() -> Result:
-            if self._memory is not None:
-                check(library().tavro_set_text(handle, c.Property.MESSAGE_MEMORY, self._memory))
-                self._memory = None
-            return work(handle)
+        self._opened()
 
         def ended(reason: BaseException, job: Job[Result]) -> None:
             self._resume()
@@ -83,8 +84,23 @@ class Handle:
 
         ends: list[Callable[[], object]] = [self._cancel_quietly] if gently else []
         with self._turns.caller(self._cancel_quietly):
-            self._resume()
-            return run(prepared, [*ends, self._interrupt], ended)
+            return run(lambda: self._ask(work), [*ends, self._interrupt], ended)
+
+    def _ask(self, work: Callable[[int], Result]) -> Result:
+        """The same, in the thread that makes the call."""
+        with self._counting:
+            if self._under_way == 0:  # else the interruption is for another call, which ends by it
+                self._resume()
+            self._under_way += 1
+        try:
+            handle, memory = self._opened(), self._memory
+            if memory is not None:
+                check(library().tavro_set_text(handle, c.Property.MESSAGE_MEMORY, memory))
+                self._memory = None
+            return work(handle)
+        finally:
+            with self._counting:
+                self._under_way -= 1
 
     def _cancel_quietly(self) -> None:
         if self._handle is not None:
@@ -122,6 +138,9 @@ class Handle:
                 time.sleep(0.005)
             self._handle = None
             check(code)
+        except BaseException:
+            self._resume()
+            raise
         finally:
             self._is_closing = False
 
@@ -130,10 +149,8 @@ class Handle:
         with turns.condition:
             if turns.listening is not None:
                 turns.listening.stop()
-            if not turns.condition.wait_for(lambda: not turns.is_waiting, _PATIENCE):
+            while not turns.condition.wait_for(lambda: not turns.is_waiting, _PATIENCE):
                 self._interrupt()
-            while turns.is_waiting:
-                turns.condition.wait(0.1)
 
     def __del__(self) -> None:
         handle = getattr(self, "_handle", None)

@@ -61,13 +61,13 @@ class Listening:
         """In the loop that is to be told. Takes the place of one that nobody awaits, as that of a cancelled task is,
         and raises InUseError when somebody does."""
         self.has_news = asyncio.Event()
-        self.is_awaited = False
+        self.awaiting = 0  # tasks
         self.error: BaseException | None = None
         self.has_ended = False
         self._stops = False
         self._modem = modem
         self._turns = modem._turns
-        self._loop = asyncio.get_running_loop()
+        self.loop = asyncio.get_running_loop()
         with self._turns.condition:
             self._turns.require_silence()
             if self._turns.listening is not None:
@@ -78,6 +78,10 @@ class Listening:
         except BaseException:
             self._leave()
             raise
+
+    @property
+    def is_awaited(self) -> bool:
+        return self.awaiting > 0
 
     def stop(self) -> None:
         """Has the thread end soon; nothing is lost by it."""
@@ -92,7 +96,7 @@ class Listening:
         try:
             while self._may_wait():
                 try:
-                    self._modem._hear(_WAIT)
+                    self._modem._ask(lambda _: self._modem._hear(_WAIT))
                 finally:
                     with self._turns.condition:
                         self._turns.is_waiting = False
@@ -124,7 +128,7 @@ class Listening:
 
     def _tell(self) -> None:
         try:
-            self._loop.call_soon_threadsafe(self.has_news.set)
+            self.loop.call_soon_threadsafe(self.has_news.set)
         except RuntimeError:  # the loop was closed
             self._stops = True
 
@@ -148,6 +152,7 @@ class Listener:
         while not self._is_closed:
             if heard:
                 return heard.popleft()
+            self._leave_other_loop()
             if self._listening is None:
                 self._listening = Listening(self._modem)
             self._listening.has_news.clear()
@@ -162,12 +167,22 @@ class Listener:
                 self._is_closed = True
                 break
             listening = self._listening
-            listening.is_awaited = True
+            listening.awaiting += 1
             try:
                 await listening.has_news.wait()
             finally:
-                listening.is_awaited = False
+                listening.awaiting -= 1
         raise StopAsyncIteration
+
+    def _leave_other_loop(self) -> None:
+        """Stops what listens for a loop that is not the running one; raises InUseError when it is awaited there."""
+        listening = self._listening
+        if listening is None or listening.has_ended or listening.loop is asyncio.get_running_loop():
+            return
+        if not listening.loop.is_closed():
+            self._modem._turns.require_silence()
+        listening.stop()
+        self._listening = None
 
     async def __aenter__(self) -> Listener:
         return self

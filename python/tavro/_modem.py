@@ -27,6 +27,8 @@ class Modem(Sending):
 
     It is used by one thread at a time: a call while another thread is in one raises InUseError. Ctrl-C ends a call."""
 
+    __slots__ = ("_device",)
+
     def __init__(self, device: str | os.PathLike[str], *, pin: str | None = None, baud_rate: int | None = None,
                  parity: str | None = None, data_bits: int | None = None, stop_bits: str | None = None,
                  timeout: float | None = None, classic: bool = False, recover: Recovery | bool = False,

@@ -10,6 +10,7 @@ from typing import Any
 
 from . import _declarations as c
 from ._arguments import int32, octets, text, truth
+from ._errors import Error
 from ._library import List, check, library
 from ._values import DeliveryState, LongMessage, Waiting, aware, copied, optional, waiting_of
 
@@ -75,17 +76,14 @@ class Pdu:
     fields: tuple[PduField, ...]
 
 
-class PduError(ValueError):
-    """A PDU that is wrong. `octet` is where, from 0, and `pdu` has what stands before it."""
+class PduError(Error, ValueError):
+    """A PDU that is wrong: code -2. `octet` is where, from 0, and `pdu` has what stands before it."""
 
     def __init__(self, text: str, octet: int, pdu: Pdu) -> None:
-        super().__init__(text, octet, pdu)
-        self.text = text
+        super().__init__(c.Code.INVALID_ARGUMENT, text)
+        self.args = (text, octet, pdu)
         self.octet = octet
         self.pdu = pdu
-
-    def __str__(self) -> str:
-        return self.text
 
 
 @dataclass(frozen=True)
@@ -157,7 +155,8 @@ def encode(number: str, message: str, *, coding: int | None = None, report: bool
 
     `coding` is 7, 8 or 16; None: 7 when that has all characters, else 16. `validity` is "30M", "12H", "1D" (for None)
     or "2W". Parts of a long message share the `reference`, 0 to 255, or 65535 with `wide_references`; None: some
-    value by the time. Raises SendError, of which most are ValueErrors."""
+    value by the time. Raises SendValueError, ReadValueError 5010 for the reference, and ValueError for a text that is
+    longer than all parts, unless `long_message` is TRUNCATE."""
     given: dict[str, Any] = {"flags": 0}
     for is_wanted, flag, what in ((flash, c.ENCODE_FLASH, "flash"), (report, c.ENCODE_STATUS_REPORT, "report"),
                                   (wide_references, c.ENCODE_WIDE_REFERENCES, "wide_references")):
@@ -176,5 +175,28 @@ def encode(number: str, message: str, *, coding: int | None = None, report: bool
         given["service_centre"] = text(service_centre, "service_centre")
     options = c.EncodeOptions(**given)
     recipient, content = text(number, "number"), octets(message, "message")
-    parts = List(lambda place: library().tavro_encode_n(recipient, content, len(content), byref(options), place))
+    parts = submit_parts(recipient, content, options)
+    require_room(recipient, content, options, parts)
+    return parts
+
+
+def submit_parts(number: bytes, content: bytes, options: c.EncodeOptions) -> list[PduPart]:
+    parts = List(lambda place: library().tavro_encode_n(number, content, len(content), byref(options), place))
     return parts.read(library().tavro_pdu_part_at, c.PduPart, lambda it: PduPart(str(it.hex), it.tpdu_length))
+
+
+def require_room(number: bytes, content: bytes, options: c.EncodeOptions, parts: list[PduPart]) -> None:
+    """Raises ValueError when these parts of a text lack its end, which the library drops beyond 9 or 255 parts: then
+    they are the same without the last character."""
+    if len(parts) < 9 or options.long_message == LongMessage.TRUNCATE:
+        return
+    same = c.EncodeOptions(flags=options.flags | c.ENCODE_WITH_REFERENCE, coding=coding_of(parts[0]),
+                           long_message=options.long_message)
+    shorter = content.decode("utf-8")[:-1].encode("utf-8")
+    # Without validity and service centre, which stand in front, both times.
+    if submit_parts(number, content, same) == submit_parts(number, shorter, same):
+        raise ValueError(f"message is too long: {len(parts)} parts do not hold it")
+
+
+def coding_of(part: PduPart) -> int:
+    return decode(part.hex, direction=Direction.SENT).coding

@@ -4,6 +4,7 @@ from __future__ import annotations
 
 import ctypes
 import enum
+import os
 from ctypes import byref
 from dataclasses import dataclass
 from typing import Iterable
@@ -62,7 +63,8 @@ class Port:
             bool(it.is_recommended))
 
 
-def ports(probe: bool = False, *, patience: float = 1.0, devices: Iterable[str] | None = None) -> list[Port]:
+def ports(probe: bool = False, *, patience: float = 1.0,
+          devices: Iterable[str | os.PathLike[str]] | None = None) -> list[Port]:
     """The serial devices of this machine, in natural order.
 
     With `probe` each is opened and asked what it is, all at the same time, `patience` seconds for each answer (0.1 to
@@ -75,7 +77,7 @@ def ports(probe: bool = False, *, patience: float = 1.0, devices: Iterable[str] 
     if devices is not None:
         if isinstance(devices, str):
             raise TypeError("devices must be several, not a str")
-        paths = [text(device, "a device") for device in devices]
+        paths = [text(os.fspath(device), "a device") for device in devices]
         options.path_count = len(paths)
         options.paths = (ctypes.c_char_p * max(len(paths), 1))(*paths)
     return run(lambda: _read(List(lambda place: library().tavro_probe(byref(options), place))),

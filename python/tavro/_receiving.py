@@ -3,7 +3,7 @@
 from __future__ import annotations
 
 from ctypes import byref, c_int32
-from typing import Literal
+from typing import Any, Literal
 
 from . import _declarations as c
 from ._arguments import Deadline, text
@@ -17,12 +17,28 @@ from ._values import Delivery, DeliveryState, Memory, Report
 _WHICH = {"unread": 0, "read": 1, "all": 2}
 
 
+class MemorySetting(Setting[str]):
+    """The memory, in the place of one that is still to be selected."""
+
+    def __set__(self, modem: Handle, value: Any) -> None:
+        pending, modem._memory = modem._memory, None
+        try:
+            super().__set__(modem, value)
+        except BaseException:
+            modem._memory = pending
+            raise
+
+
 class Receiving(Handle):
     """A modem that receives."""
 
-    _is_cancelled = False
+    __slots__ = ("_is_cancelled",)
 
-    memory = Setting(c.Property.MESSAGE_MEMORY, TEXT, '"SM" (the SIM, the start) or "ME"; asks, setting too.',
+    def __init__(self, options: c.Options) -> None:
+        self._is_cancelled = False
+        super().__init__(options)
+
+    memory = MemorySetting(c.Property.MESSAGE_MEMORY, TEXT, '"SM" (the SIM, the start) or "ME"; asks, setting too.',
                      asks=True)
     joined = Setting(c.Property.CONCATENATE, FLAG, "Whether the parts of a received message are shown as one.")
     is_memory_full = Property(c.Property.IS_MEMORY_FULL, FLAG, "Whether the memory was full when the modem last told.")
@@ -110,7 +126,7 @@ class Receiving(Handle):
 
     def delivery(self, sent: Sent | str) -> Delivery:
         """What became of a message that was sent with report=True; also by its references, "12" or "12,13"."""
-        references, state = _references(sent), c_int32()
+        references, state = self._references(sent), c_int32()
 
         def look(handle: int) -> Delivery:
             parts = List(lambda place: library().tavro_delivery(handle, references, byref(state), place))
@@ -122,7 +138,7 @@ class Receiving(Handle):
     def wait_for_delivery(self, sent: Sent | str, timeout: float | None = None) -> Delivery:
         """The same, when it is final, after so many seconds, or when cancel() ended it. Messages that come meanwhile
         are what the next wait() gives."""
-        references, end = _references(sent), Deadline(timeout)
+        references, end = self._references(sent), Deadline(timeout)
         while True:
             if self._turns.listening is None:
                 self._talk(lambda handle: check(library().tavro_wait_for_delivery(
@@ -134,13 +150,14 @@ class Receiving(Handle):
                 with self._turns.condition:
                     self._turns.condition.wait(end.milliseconds(250) / 1000)
 
+    def _references(self, sent: Sent | str) -> bytes:
+        if not isinstance(sent, (Sent, str)):
+            raise TypeError(f"sent must be what send() returned, not {type(sent).__name__}")
+        if isinstance(sent, Sent) and sent._modem is not self:
+            raise ValueError("sent is of another modem")
+        return text(str(sent), "references")
+
 
 def read_memories(handle: int) -> tuple[Memory, ...]:
     memories = List(lambda place: library().tavro_memories(handle, place))
     return tuple(memories.read(library().tavro_memory_at, c.Memory, Memory.read))
-
-
-def _references(sent: Sent | str) -> bytes:
-    if not isinstance(sent, (Sent, str)):
-        raise TypeError(f"sent must be what send() returned, not {type(sent).__name__}")
-    return text(str(sent), "references")

@@ -11,9 +11,10 @@ from ._arguments import int32, octets, text, truth
 from ._calls import Job
 from ._errors import Error, SendInterrupted
 from ._handle import LONG_MESSAGE, NUMBER, SECONDS, TEXT, Setting
-from ._library import List, check, library
+from ._library import check, library
 from ._receiving import Receiving
 from ._messages import Sent
+from ._pdus import coding_of, require_room, submit_parts
 from ._values import UssdAnswer
 
 _ACTIONS = {"low": 1, "medium": 2, "high": 3}
@@ -21,6 +22,8 @@ _ACTIONS = {"low": 1, "medium": 2, "high": 3}
 
 class Sending(Receiving):
     """A modem that sends."""
+
+    __slots__ = ()
 
     service_centre = Setting(c.Property.SMSC, TEXT, "The service centre's number; asks, setting too.", asks=True)
     validity = Setting(c.Property.VALIDITY, TEXT, 'How long it tries: "30M", "12H", "1D" (the start), "2W"; asks.',
@@ -36,22 +39,35 @@ class Sending(Receiving):
         report: asks for a report on its delivery. flash: it is shown at once and not stored. coding: 7 the GSM
         alphabet, 8 octets, 16 UCS2; None: 7 when that has all characters, else 16.
 
-        Raises SendError; one that `is_result_unknown` says that the message may be out all the same. Ctrl-C raises
+        Raises ValueError for a text that is longer than all parts, unless `long_message` is TRUNCATE, and SendError;
+        one that `is_result_unknown` says that the message may be out all the same. Ctrl-C raises
         SendInterrupted, a KeyboardInterrupt that says what is known of the message."""
         recipient, content = text(number, "number"), octets(message, "message")
         flags = c.FLASH if truth(flash, "flash") else 0
         wants_report = int(truth(report, "report"))
         given_coding = None if coding is None else int32(coding, "coding")
+        is_long = False
 
         def work(handle: int) -> Sent:
-            chosen = _fitting_coding(recipient, content) if given_coding is None else given_coding
+            nonlocal is_long
+            options = c.EncodeOptions(flags=c.ENCODE_WIDE_REFERENCES if self._has_wide_references else 0,
+                                      coding=given_coding or 0, long_message=Sending.long_message.read(handle))
+            try:
+                parts = submit_parts(recipient, content, options)
+            except Error:  # for sending to refuse
+                parts = []
+            require_room(recipient, content, options, parts)
+            is_long = len(parts) > 1
+            chosen = given_coding
+            if chosen is None:  # what the GSM alphabet lacks would be question marks
+                chosen = coding_of(parts[0]) if parts else 7
             check(library().tavro_set_int(handle, c.Property.CHARACTER, chosen))
             check(library().tavro_set_int(handle, c.Property.STATUS_REPORT, wants_report))
             references = c.Text()
             check(library().tavro_send_n(handle, recipient, content, len(content), flags, byref(references)))
             return Sent(tuple(int(each) for each in str(references).split(",") if each), self)
 
-        return self._talk(work, interrupted=_send_interrupted)
+        return self._talk(work, interrupted=lambda reason, job: _send_interrupted(reason, job, is_long))
 
     def push(self, number: str, message: str, url: str, *, action: Literal["low", "medium", "high"] = "medium",
              created: datetime | None = None, expiry: str = "0") -> None:
@@ -87,23 +103,9 @@ class Sending(Receiving):
         self._talk(lambda handle: check(library().tavro_ussd_cancel(handle)))
 
 
-def _fitting_coding(number: bytes, content: bytes) -> int:
-    """7 when the GSM alphabet has all characters of the text, else 16: what it lacks would be question marks. What
-    cannot be sent at all is for sending to refuse."""
-    try:
-        parts = List(lambda place: library().tavro_encode_n(number, content, len(content), None, place))
-        first = next(parts.elements(library().tavro_pdu_part_at, c.PduPart))
-        decoded = List(lambda place: library().tavro_decode(str(first.hex).encode(), c.PDU_SENT, place))
-        pdu = c.Pdu()
-        check(library().tavro_decoded(decoded.handle, byref(pdu)))
-        return int(pdu.coding)
-    except Error:
-        return 7
-
-
-def _send_interrupted(reason: BaseException, job: Job[Any]) -> None:
+def _send_interrupted(reason: BaseException, job: Job[Any], is_long: bool = False) -> None:
     if type(reason) is KeyboardInterrupt and isinstance(job.error, (Error, type(None))):
-        raise SendInterrupted(job.result, job.error) from job.error
+        raise SendInterrupted(job.result, job.error, is_long) from job.error
     reason.__cause__ = job.error
 
 
@@ -112,6 +114,8 @@ def _push(number: str, message: str, url: str, action: str, created: datetime | 
         raise ValueError(f'action must be "low", "medium" or "high", not {action!r}')
     if created is not None and not isinstance(created, datetime):
         raise TypeError(f"created must be a datetime, not {type(created).__name__}")
+    if created is not None and created.utcoffset() is None:
+        raise ValueError("created must have a time zone")
     return c.Push(action=_ACTIONS[action], created=0 if created is None else int(created.timestamp()),
                   destination=text(number, "number"), text=text(message, "message"), url=text(url, "url"),
                   expiry=text(expiry, "expiry"))

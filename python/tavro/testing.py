@@ -25,6 +25,7 @@ import weakref
 from pathlib import Path
 from typing import TYPE_CHECKING, Any, Iterable, Mapping, Sequence
 
+from ._arguments import octets
 from ._modem import Modem
 from ._pdus import Direction, Pdu, decode
 from ._programs import require_program
@@ -51,15 +52,34 @@ class SimulatedModem:
         faults: as those of --fault. inbox: PDUs that were received before. options: others of the program.
 
         Raises FileNotFoundError without the program, and ValueError with what it says of options it does not take."""
+        if pin is not None:
+            octets(pin, "pin")
+        octets(number, "number")
         program = require_program("tavro-modem")
         self.pin = pin
         self.number = number
+        self._said = b""
+        self._commands = 0
         self._folder = tempfile.mkdtemp(prefix="tavro-")
+        try:
+            self._start(program, settings, ussd, ussd_menus, answers, faults, inbox, options)
+        except BaseException:
+            shutil.rmtree(self._folder, ignore_errors=True)
+            raise
+        self._ending = weakref.finalize(self, _end, self._process, self._folder, os.getpid())
+        if not (line := self._line()).startswith("/"):
+            self.close()
+            raise ValueError(line)
+
+    def _start(self, program: str, settings: Mapping[str, object] | None, ussd: Mapping[str, str] | None,
+               ussd_menus: Mapping[str, str] | None, answers: Mapping[str, str] | None, faults: Iterable[str],
+               inbox: Iterable[str], options: Sequence[str]) -> None:
         self.device = os.path.join(self._folder, "modem")  # the same when it is unplugged and plugged in again
         self._transcript = Path(self._folder, "transcript")
-        arguments = [program, "--link", self.device, "--transcript", str(self._transcript), "--number", number]
-        if pin is not None:
-            arguments += ["--pin", pin]
+        arguments = [program, "--link", self.device, "--transcript", str(self._transcript), "--number",
+                     self.number, "--end-with-input"]
+        if self.pin is not None:
+            arguments += ["--pin", self.pin]
         for name, value in (settings or {}).items():
             shown = str(int(value)) if isinstance(value, bool) else _escaped(str(value))
             arguments += ["--set", f"{name}={shown}"]
@@ -75,12 +95,6 @@ class SimulatedModem:
         # A session of its own: Ctrl-C is for the program under test.
         self._process = subprocess.Popen([*arguments, *options], stdin=subprocess.PIPE, stdout=subprocess.PIPE,
                                          stderr=subprocess.STDOUT, start_new_session=True)
-        self._ending = weakref.finalize(self, _end, self._process, self._folder)
-        self._said = b""
-        self._commands = 0
-        if not (line := self._line()).startswith("/"):
-            self.close()
-            raise ValueError(line)
 
     def __enter__(self) -> SimulatedModem:
         return self
@@ -101,7 +115,9 @@ class SimulatedModem:
     # --- What happens to it ------------------------------------------------------------------------------------------
 
     def receive(self, sender: str, text: str) -> None:
-        """A message arrives, from a number or a name of one word."""
+        """A message arrives, from a number or a name of one word. Raises ValueError for another."""
+        if sender.split() != [sender]:
+            raise ValueError(f"sender must be one word, not {sender!r}")
         self.tell(f"receive {sender} {_escaped(text)}")
 
     def receive_pdu(self, pdu: str) -> None:
@@ -196,7 +212,9 @@ def _escaped(text: str) -> str:
     return escaped
 
 
-def _end(process: subprocess.Popen[bytes], folder: str) -> None:
+def _end(process: subprocess.Popen[bytes], folder: str, owner: int) -> None:
+    if os.getpid() != owner:  # a child made by fork ends
+        return
     process.kill()
     process.wait()
     for pipe in (process.stdin, process.stdout):

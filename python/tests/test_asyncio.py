@@ -95,3 +95,29 @@ def test_failure_and_misuse(simulated_modem: SimulatedModem) -> None:
             await waiting
 
     run(main())
+
+
+def test_several(simulated_modem: SimulatedModem) -> None:
+    """Tasks that ask one listener, and then another event loop."""
+    with simulated_modem.open(memory="ME", connect=False) as modem:
+        messages = modem.listen()
+
+        async def main() -> None:
+            both = [asyncio.ensure_future(messages.__anext__()) for _ in range(2)]
+            while "+CNMI=" not in simulated_modem.transcript:
+                await asyncio.sleep(0.01)
+            simulated_modem.receive("0123", "one")
+            await asyncio.wait(both, return_when=asyncio.FIRST_COMPLETED)
+            with pytest.raises(tavro.InUseError):  # one of them still does
+                modem.wait(0)
+            simulated_modem.receive("0123", "two")
+            assert {message.text for message in await asyncio.gather(*both)} == {"one", "two"}
+
+        async def later() -> None:
+            simulated_modem.receive("0123", "three")
+            assert (await messages.__anext__()).text == "three"
+
+        run(main())
+        assert 'AT+CPMS="ME"' in simulated_modem.transcript
+        run(later())
+        run(messages.aclose())

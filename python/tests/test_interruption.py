@@ -45,6 +45,7 @@ except KeyboardInterrupt:
 
 
 def test_in_send(simulated_modem: SimulatedModem, interrupt: Interrupt) -> None:
+    """Another thread tries to use the modem all the while."""
     simulated_modem.set("send-ms", 600000)
     said = interrupt(BEGIN + """
 import threading, time
@@ -52,15 +53,28 @@ def tell():
     while "<sub>" not in open(sys.argv[1].replace("modem", "transcript")).read():
         time.sleep(0.01)
     print("now", flush=True)
-threading.Thread(target=tell).start()
+    while tries:
+        try: modem.signal
+        except tavro.InUseError: pass
+tries = True
+threading.Thread(target=tell, daemon=True).start()
 try:
     modem.send("0123", "Hello")
 except KeyboardInterrupt as error:
+    tries = False
     print(type(error).__name__, error.may_be_out, error.sent, error.error.code, error)
 """, simulated_modem.device)
     assert said.startswith("SendInterrupted True None 4012 interrupted: the message may be out (error 4012: ")
     assert "Result unknown" in said
     assert len(simulated_modem.sent) == 1
+
+
+def test_may_be_out() -> None:
+    # (code, of one part, of several)
+    for code, short, is_long in ((1043, True, True), (-5, True, True), (-7, True, True), (-3, False, False),
+                                 (4004, False, False), (1012, False, True), (4012, True, True), (7022, False, True)):
+        found = [tavro.SendInterrupted(None, tavro.Error(code, ""), several).may_be_out for several in (False, True)]
+        assert found == [short, is_long], code
 
 
 class Alarm(Exception):

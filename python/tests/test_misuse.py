@@ -6,6 +6,7 @@ import copy
 import gc
 import os
 import threading
+from datetime import datetime
 from typing import Any, Callable
 
 import pytest
@@ -37,6 +38,8 @@ WRONG: list[tuple[type[Exception], Misuse]] = [
     (TypeError, lambda _: tavro.encode("0123", "Hello", reference="1")),  # type: ignore[arg-type]
     (TypeError, lambda _: tavro.ports(True, devices="/dev/ttyUSB0")),
     (TypeError, copy.copy),
+    (TypeError, lambda _: SimulatedModem(pin=1234)),  # type: ignore[arg-type]
+    (AttributeError, lambda modem: setattr(modem, "baudrate", 9600)),
     # Ranges.
     *((ValueError, lambda modem, timeout=timeout: modem.wait(timeout)) for timeout in (-1, -0.01, float("nan"), 1e12)),
     *((ValueError, lambda modem, value=value: setattr(modem, "timeout", value)) for value in (0, 61, 1e300, -1)),
@@ -49,12 +52,15 @@ WRONG: list[tuple[type[Exception], Misuse]] = [
     (ValueError, lambda modem: modem.send("0123", "Hello", coding=9)),
     (ValueError, lambda modem: modem.delivery("12,x")),
     (ValueError, lambda modem: modem.push("0123", "Hello", "http://a", action="now")),  # type: ignore[arg-type]
+    (ValueError, lambda modem: modem.push("0123", "Hello", "http://a", created=datetime(2024, 1, 1))),
+    (ValueError, lambda modem: modem.send("0123", "a" * 255 * 152 + "b")),
     (ValueError, lambda _: tavro.Modem("")),
     (TypeError, lambda _: tavro.Modem("a", recover=8)),  # type: ignore[arg-type]
     (ValueError, lambda _: tavro.Modem("a", baud_rate=1, connect=False)),
     (ValueError, lambda _: tavro.decode("00", direction=9)),  # type: ignore[arg-type]
     (ValueError, lambda _: tavro.decode("")),
     (ValueError, lambda _: tavro.encode("0123", "Hello", coding=0)),
+    (ValueError, lambda _: tavro.encode("0123", "a" * 9 * 148 + "Ż", long_message=tavro.LongMessage.FORMATTED_SPLIT)),
     (ValueError, lambda _: tavro.ports(True, patience=0)),
     (ValueError, lambda _: tavro.ports(True, patience=61)),
     (ValueError, lambda _: tavro.ports(devices=[])),
@@ -101,6 +107,8 @@ def test_closed(simulated_modem: SimulatedModem) -> None:
     (message,) = modem.wait(10)
     with simulated_modem.open(connect=False) as other, pytest.raises(ValueError, match="another modem"):
         other.delete(message)
+    with simulated_modem.open(connect=False) as other, pytest.raises(ValueError, match="another modem"):
+        other.delivery(tavro.Sent((1,), modem))
     modem.close()
     assert "closed" in repr(modem)
     uses: list[Misuse] = [*CLOSED, lambda _: message.delete()]

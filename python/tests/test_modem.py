@@ -2,6 +2,7 @@
 
 from __future__ import annotations
 
+from pathlib import Path
 from typing import Callable
 
 import pytest
@@ -42,6 +43,16 @@ def test_connection(simulated_modem: SimulatedModem) -> None:
         assert modem.is_connected
         assert simulated_modem.device in repr(modem)
     modem.close()  # as often as one likes
+
+
+def test_memory_that_is_not_there(simulated_modem: SimulatedModem) -> None:
+    with simulated_modem.open(memory="XX", connect=False) as modem:
+        wrong: list[Callable[[], object]] = [modem.messages, lambda: setattr(modem, "memory", "YY"), modem.connect]
+        for call in wrong:
+            with pytest.raises(tavro.DeviceError):
+                call()
+        modem.memory = "ME"
+        assert modem.messages() == [] and modem.memory == "ME"
 
 
 def test_what_it_says(simulated_modems: Modems) -> None:
@@ -90,7 +101,7 @@ def test_log(simulated_modem: SimulatedModem, tmp_path: object) -> None:
 
 def test_ports(simulated_modems: Modems) -> None:
     good, locked = simulated_modems(), simulated_modems(pin="1234")
-    found = tavro.ports(probe=True, devices=[good.device, locked.device, "/nowhere/at/all"])
+    found = tavro.ports(probe=True, devices=[Path(good.device), locked.device, "/nowhere/at/all"])
     assert [port.outcome.name for port in found] == ["ANSWERED", "ANSWERED", "FAILED"]
     assert [port.sim_state for port in found] == ["READY", "SIM PIN", ""]
     assert (found[0].path, found[0].modem_model, found[0].interface_number) == (good.device, "Tavro Modem", None)

@@ -25,7 +25,7 @@ def test_texts(simulated_modem: SimulatedModem, modem: tavro.Modem) -> None:
     for number in ("abc", "+", "", "12;34"):
         with pytest.raises(tavro.SendError) as caught:
             modem.send(number, "Hello")
-        assert isinstance(caught.value, ValueError) == (caught.value.code == 4004)
+        assert isinstance(caught.value, ValueError)
     assert len(simulated_modem.sent) == 5
 
 
@@ -108,6 +108,8 @@ def test_encoding() -> None:
     assert "".join(pdu.text for pdu in decoded) == "€" * 200
     assert (decoded[0].asks_for_report, decoded[0].validity, decoded[0].message_class) == (True, "12H", 0)
     assert decoded[0].service_centre == "+4912345"
+    assert len(tavro.encode("0123", "a" * 255 * 152)) == 255  # one more does not fit
+    assert len(tavro.encode("0123", "a" * 161, long_message=tavro.LongMessage.TRUNCATE)) == 1
     for code, given in ((4003, {"validity": "1Y"}), (4015, {"coding": 9}), (4018, {"service_centre": "x"}),
                         (5010, {"reference": 256}), (4005, {"long_message": 7})):
         with pytest.raises(ValueError) as caught:

@@ -3,9 +3,11 @@
 from __future__ import annotations
 
 import os
+import shutil
 import stat
 import subprocess
 import sys
+import time
 from pathlib import Path
 from typing import Callable
 
@@ -28,6 +30,8 @@ def test_what_happens_to_it(simulated_modems: Callable[..., SimulatedModem]) -> 
         simulated.set("manufacturer", "A\\B")
         assert modem.manufacturer == "A\\B"
         assert "RING" in simulated.transcript and "+SOMETHING: 1" in simulated.transcript
+    with pytest.raises(ValueError, match="one word"):
+        simulated.receive("Alice Smith", "Hello")
     for command, why in (("sing", "no such command"), ("signal 50", "0 to 31"), ("set x=1", "no such setting"),
                          ("plug", "it is plugged in"), ("pdu 0", "no PDU"), ("a\nb", "one line")):
         with pytest.raises(ValueError, match=why):
@@ -58,6 +62,26 @@ def test_command_line(simulated_modem: SimulatedModem, tmp_path: Path) -> None:
     program.write_text('#!/bin/sh\necho "$0: $*"\n')
     program.chmod(program.stat().st_mode | stat.S_IXUSR)
     assert python("-m", "tavro", "a", "b c", TAVRO_PROGRAMS="", PATH=str(tmp_path)) == (0, f"{program}: a b c\n")
+
+
+def test_life(tmp_path: Path) -> None:
+    """It outlives a child made by fork, does not outlive a program that is killed, and leaves nothing when it fails."""
+    with SimulatedModem() as simulated:
+        child = os.fork()
+        if child == 0:
+            os._exit(0 if simulated._ending() is None else 1)
+        assert os.waitpid(child, 0)[1] == 0
+        simulated.receive("0123", "Hello")
+        assert os.path.exists(simulated.device)
+    status, device = python("-c", "import os, signal; from tavro.testing import SimulatedModem; it = SimulatedModem();"
+                            "print(it.device, flush=True); os.kill(os.getpid(), signal.SIGKILL)")
+    end = time.monotonic() + 10
+    while os.path.lexists(device.strip()) and time.monotonic() < end:
+        time.sleep(0.01)
+    assert status == -9 and not os.path.lexists(device.strip())
+    shutil.rmtree(os.path.dirname(device))
+    fail = "from tavro.testing import SimulatedModem\ntry: SimulatedModem(inbox=['é'])\nexcept ValueError: print('no')"
+    assert python("-c", fail, TMPDIR=str(tmp_path)) == (0, "no\n") and not list(tmp_path.iterdir())
 
 
 USE = "import tavro\ntry: tavro.ports()\nexcept ImportError as error: print(error)"

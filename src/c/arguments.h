@@ -40,8 +40,8 @@ void Clear(Answer* answer, Answer nothing = {}) {
   if (answer) *answer = nothing;
 }
 
-// The size of a structure as the program has it. Structures end where their alignment does, and have no gaps, so that a
-// shorter one ends between two members.
+// The size of a structure as the program has it. Structures end where their alignment does, and have no gaps, so that
+// one of an earlier version ends between two members. A size that no version had may cut a text or an array in two.
 template <class Structure>
 std::size_t SizeOf(const Structure* structure) {
   constexpr std::size_t kMost = 4096;  // more is no size

@@ -53,12 +53,14 @@ class HandleTable {
   std::vector<std::size_t> free_;
 };
 
+inline constexpr Misuse kInvalidHandle{TAVRO_INVALID_HANDLE, "The handle is invalid, or has been closed"};
+
 // What a handle of this kind stands for; throws Misuse when it stands for nothing, or for something else.
 template <class Object, class Handle>
 std::shared_ptr<Object> ObjectOf(Handle* handle) {
   auto object =
       std::dynamic_pointer_cast<Object>(HandleTable::Instance().Find(reinterpret_cast<std::uintptr_t>(handle)));
-  if (!object) throw Misuse{TAVRO_INVALID_HANDLE, "The handle is invalid, or has been closed"};
+  if (!object) throw kInvalidHandle;
   return object;
 }
 

@@ -120,9 +120,9 @@ int tavro_open(const tavro_options* options, tavro_modem** modem) {
 int tavro_close(tavro_modem* modem) {
   return PlainCall([&] {
     const auto object = ObjectOf<ModemHandle>(modem);
-    const auto remove = [&] { HandleTable::Instance().Remove(reinterpret_cast<std::uintptr_t>(modem)); };
+    const auto remove = [&] { return HandleTable::Instance().Remove(reinterpret_cast<std::uintptr_t>(modem)); };
     if (object->IsForeign()) {
-      remove();
+      if (!remove()) throw kInvalidHandle;  // another thread was first
       return object->Abandon();
     }
     const ModemHandle::Use use(object);

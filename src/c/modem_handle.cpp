@@ -16,6 +16,10 @@ ModemHandle::~ModemHandle() = default;
 ModemHandle::Use::Use(std::shared_ptr<ModemHandle> modem) : modem_(std::move(modem)) {
   modem_->RequireOwn();
   if (modem_->isInUse_.exchange(true)) throw Misuse{TAVRO_IN_USE, "Another thread is in a call with this handle"};
+  if (!modem_->sms_) {  // closed since this call found the handle
+    modem_->isInUse_ = false;
+    throw kInvalidHandle;
+  }
 }
 
 void ModemHandle::RequireOwn() const {

@@ -23,7 +23,8 @@ class ModemHandle : public Handled {
               std::shared_ptr<std::atomic<bool>> interruption);
   ~ModemHandle() override;
 
-  // Keeps other calls out. Throws Misuse when another call is under way, or the modem is another process's.
+  // Keeps other calls out. Throws Misuse when another call is under way, the modem was closed meanwhile, or it is
+  // another process's.
   class Use {
    public:
     explicit Use(std::shared_ptr<ModemHandle> modem);

@@ -30,6 +30,7 @@ void pdus(void);
 void misuse(simulated* station);
 void older_structures(void);
 void threads(simulated* station);
+void closing_beside(void);
 void fork_beside(simulated* station, simulated* other);
 void many_calls(simulated* station);
 

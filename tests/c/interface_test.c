@@ -56,6 +56,7 @@ int main(void) {
   RUN(older_structures());
   RUN(many_calls(station));
   RUN(threads(station));
+  RUN(closing_beside());
   RUN(fork_beside(station, other));
   simulated_end(other);
   simulated_end(station);

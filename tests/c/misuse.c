@@ -166,6 +166,54 @@ void threads(simulated* station) {
   SUCCEED(tavro_close(waiting.modem));
 }
 
+/* Calls while the handle is closed, and opened anew. */
+struct shared {
+  pthread_mutex_t mutex;
+  tavro_modem* modem;
+  int ends, wrong;
+};
+
+static void* use_in_thread(void* argument) {
+  struct shared* const shared = argument;
+  int ends = 0;
+  while (!ends) {
+    tavro_modem* modem;
+    int32_t value;
+    int code, i;
+    pthread_mutex_lock(&shared->mutex);
+    modem = shared->modem;
+    ends = shared->ends;
+    pthread_mutex_unlock(&shared->mutex);
+    for (i = 0; i < 8; ++i) {
+      code = tavro_get_int(modem, TAVRO_TIMEOUT, &value);
+      if (code != TAVRO_OK && code != TAVRO_IN_USE && code != TAVRO_INVALID_HANDLE) shared->wrong = code;
+    }
+  }
+  return NULL;
+}
+
+void closing_beside(void) {
+  enum { rounds = 2000 };
+  const tavro_options options = {sizeof options, 0, "/dev/null"};
+  struct shared shared = {PTHREAD_MUTEX_INITIALIZER, NULL, 0, 0};
+  pthread_t users[4];
+  tavro_modem* modem;
+  int i, code;
+  for (i = 0; i < 4; ++i) CHECK(pthread_create(&users[i], NULL, use_in_thread, &shared) == 0);
+  for (i = 0; i < rounds; ++i) {
+    SUCCEED(tavro_open(&options, &modem));
+    pthread_mutex_lock(&shared.mutex);
+    shared.modem = modem;
+    shared.ends = i == rounds - 1;
+    pthread_mutex_unlock(&shared.mutex);
+    sched_yield();
+    while ((code = tavro_close(modem)) == TAVRO_IN_USE) sched_yield();
+    SUCCEED(code);
+  }
+  for (i = 0; i < 4; ++i) CHECK(pthread_join(users[i], NULL) == 0);
+  CHECK(shared.wrong == 0);
+}
+
 /* What the child counts as failures is its exit status. */
 static void child(tavro_modem* modem, tavro_modem* busy, tavro_list* list) {
   const tavro_options options = {sizeof options, 0, "/dev/null"};
