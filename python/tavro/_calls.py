@@ -74,8 +74,7 @@ def run(work: Callable[[], Result], ends: Sequence[Callable[[], object]],
 
     When the handler of a signal raises meanwhile, the call is ended by each of `ends`, the gentlest first, the last one
     again and again: the call may have been about to begin. `interrupted` is told what was raised, and how the call
-    ended. A second signal leaves at once a call that will not
-    end; the modem is then in use until it does."""
+    ended. A second signal leaves at once a call that will not end; the modem is then in use until it does."""
     if threading.get_ident() != threading.main_thread().ident:
         return work()
     job = Job(work)
