@@ -34,6 +34,11 @@ def test_life_of_a_message(simulated_modem: SimulatedModem, modem: tavro.Modem) 
     with pytest.raises(tavro.ClosedError, match="gone"):
         copied.delete()
 
+    # Between the applications F0 and F1 hexadecimal, in octets (9.2.3.24.3).
+    simulated_modem.receive_pdu("0791947101670000440C9194711032547600F54230504170904008040402F0F101FF80")
+    third, = modem.wait(10)
+    assert (third.destination_port, third.source_port, third.data) == (0xF0, 0xF1, b"\x01\xff\x80")
+
     for message in modem.messages():
         message.delete()
     assert modem.messages("read") == []
